@@ -1,0 +1,259 @@
+// ZoStream: the abstract byte stream every persistent object is written to
+// and read from, with a sticky status, typed primitive operators, and the
+// framing of objects by type code.
+//
+// Byte order: every multi-byte value is little-endian on the stream (an int32
+// is its four bytes, least significant first; floats and doubles are their
+// IEEE-754 bit patterns). The library only builds on little-endian hosts.
+//
+// Status: every operation leaves its result in the stream's status and a run
+// of operations can be checked once at the end. What clears an error depends
+// on the stream: a successful memory read, a successful file-stream flush,
+// and the object operators (which store the object's own result). Readers
+// of untrusted data therefore act on an error where it happens: they check
+// Status() after each count and each bulk block (CheckCount does both).
+//
+// Reading untrusted data: counts are checked with CheckCount before anything
+// is allocated from them, nested framed objects are bounded by
+// ZoReadLimits::MaxDepth(), and strings are bounded at 512 characters.
+#ifndef ZOACTOR_SERIALIZATION_ZOSTREAM_H
+#define ZOACTOR_SERIALIZATION_ZOSTREAM_H
+
+#include <zoactor/ZoExport.h>
+#include <zoactor/foundation/ZoString.h>
+#include <zoactor/serialization/ZoStreamError.h>
+#include <zoactor/serialization/ZoStreamObject.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the stream format is little-endian; so must the host be");
+
+class ZoCallBack;
+
+// The format version that current bodies carry. Streams start at version 0,
+// which selects the oldest layouts of nested bodies: code that streams a
+// nested object on its own sets the version it means (usually this) first.
+constexpr int32_t kZoCurrentVersion = 106;
+
+// The longest string a stream reads back (longer ones are written but fail
+// to read with ZoStreamFormatError).
+constexpr int32_t kZoMaxStreamString = 512;
+
+class ZOACTOR_API ZoStream {
+ public:
+  // The format version of the data being read or written (see
+  // kZoCurrentVersion). Neither framing operation changes it.
+  int32_t version;
+  // The type code of the object ReadObject or WriteObject is handling; 0
+  // outside them.
+  int32_t currentType;
+  // The declared body size of the object ReadObject is creating (0 for an
+  // object framed without a size).
+  int32_t currentSize;
+
+  ZoStream();
+  // Destroys the owned callback, if any.
+  virtual ~ZoStream();
+  ZoStream(ZoStream const&) = delete;
+  ZoStream& operator=(ZoStream const&) = delete;
+
+  // --- The medium -------------------------------------------------------------
+
+  // Copies the next `count` bytes into `destination`; updates and returns the status.
+  virtual ZoStreamError ReadBytes(uint32_t count, void* destination) = 0;
+  // Appends `count` bytes at the current position; updates and returns the status.
+  virtual ZoStreamError WriteBytes(uint32_t count, void const* source) = 0;
+  // Makes buffered data reach the medium; returns the status.
+  virtual ZoStreamError Flush() = 0;
+  // Moves the position by `offset` bytes relative to the current position.
+  virtual ZoStreamError Seek(int32_t offset) = 0;
+  // How many bytes can still be read, or -1 when the stream cannot tell.
+  virtual int64_t BytesLeft();
+
+  // --- Status -----------------------------------------------------------------
+
+  ZoStreamError Status() const { return status; }
+  // Stores a status (callers use it to clear or force an error; the library
+  // itself never does).
+  void SetStatus(ZoStreamError newStatus) { status = newStatus; }
+  // Takes ownership of `newCallBack` (null allowed), destroying the one held
+  // so far. Only file streams raise notifications through it.
+  void SetCallBack(ZoCallBack* newCallBack);
+  ZoCallBack* GetCallBack() const { return callBack; }
+
+  // --- Primitives ---------------------------------------------------------------
+  // Each writer is one WriteBytes of the value's bytes and returns the stream
+  // for chaining; each reader is one ReadBytes straight into the variable,
+  // which stays unchanged when the read fails. Results are in Status().
+
+  ZoStream& operator<<(char value) { return Put(&value, 1); }
+  ZoStream& operator<<(bool value) { return Put(&value, 1); }
+  ZoStream& operator<<(int16_t value) { return Put(&value, 2); }
+  ZoStream& operator<<(int32_t value) { return Put(&value, 4); }
+  ZoStream& operator<<(uint32_t value) { return Put(&value, 4); }
+  ZoStream& operator<<(float value) { return Put(&value, 4); }
+  ZoStream& operator<<(double value) { return Put(&value, 8); }
+
+  // Widths the stream format has no primitive for are refused at compile
+  // time rather than silently promoted to another width.
+  ZoStream& operator<<(signed char) = delete;
+  ZoStream& operator<<(unsigned char) = delete;
+  ZoStream& operator<<(uint16_t) = delete;
+  ZoStream& operator<<(long) = delete;
+  ZoStream& operator<<(unsigned long) = delete;
+  ZoStream& operator<<(long long) = delete;
+  ZoStream& operator<<(unsigned long long) = delete;
+  ZoStream& operator<<(char const*) = delete;
+
+  ZoStream& operator>>(char& value) { return Get(&value, 1); }
+  // A byte other than 0 reads as true.
+  ZoStream& operator>>(bool& value);
+  ZoStream& operator>>(int16_t& value) { return Get(&value, 2); }
+  ZoStream& operator>>(int32_t& value) { return Get(&value, 4); }
+  ZoStream& operator>>(uint32_t& value) { return Get(&value, 4); }
+  ZoStream& operator>>(float& value) { return Get(&value, 4); }
+  ZoStream& operator>>(double& value) { return Get(&value, 8); }
+
+  // Writes the length (int32, characters without terminator) and then, when
+  // that succeeded, the characters. No limit on writing.
+  ZoStream& operator<<(ZoString const& text);
+  // Reads a length and that many characters. Length 0 gives the null string;
+  // a negative length or one above 512 sets ZoStreamFormatError and reads
+  // nothing more. On any failure the string is unchanged. Thread-safe: no
+  // buffer is shared between streams.
+  ZoStream& operator>>(ZoString& text);
+
+  // Writes the body of `object` (no frame); the status becomes its result.
+  ZoStream& operator<<(ZoStreamObject const& object);
+  // Reads a body into an existing object; the status becomes its result.
+  ZoStream& operator>>(ZoStreamObject& object);
+
+  // --- Framed objects -------------------------------------------------------------
+
+  // Writes `object` framed: -2 for null; a sized object as -1, its type code,
+  // its declared StreamSize and the body; any other object as its type code
+  // and the body. Returns the status.
+  ZoStreamError WriteObject(ZoStreamObject const* object);
+  // Reads a framed object and returns a new object owned by the caller, or
+  // null: for the null marker, for an unknown code (a sized body is skipped
+  // unless `fallback` creates an object for it; an unsized body stays unread
+  // and the status stays ZoStreamOk), when a creation function returns null,
+  // when the nesting is deeper than ZoReadLimits::MaxDepth() (status
+  // ZoStreamFormatError), and when the frame cannot be read. An object whose
+  // body failed to read is still returned; its failure is in Status().
+  ZoStreamObject* ReadObject(ZoStreamObject* (*fallback)());
+
+  // Reads a framed object that must be a T. A null frame returns null with
+  // the status unchanged; an object of another class is destroyed and the
+  // read fails with ZoStreamFormatError.
+  template <class T>
+  T* ReadObjectAs(ZoStreamObject* (*fallback)() = nullptr);
+
+  // The object for `type` from the registry's creation function, or null
+  // when the code is not registered. Reads nothing.
+  static ZoStreamObject* CreateObject(int32_t type);
+
+  // --- Reading untrusted counts -------------------------------------------------
+
+  // True when `count` elements of at least `encodedSize` bytes each may be
+  // read and allocated: the status is ZoStreamOk, the count is not negative
+  // (ZoStreamFormatError), count × encodedSize fits in BytesLeft() when the
+  // stream knows it (ZoStreamReadError), and count × max(encodedSize,
+  // memorySize) is within ZoReadLimits::MaxAllocation() (ZoStreamFormatError).
+  // On refusal the status says why and nothing should be allocated.
+  bool CheckCount(int64_t count, uint32_t encodedSize, uint32_t memorySize = 0);
+  // Reads an int32 count and checks it as CheckCount does.
+  bool ReadCount(int32_t& count, uint32_t encodedSize, uint32_t memorySize = 0);
+
+  // The nesting depth of framed objects (and bare bodies that nest, see
+  // ZoStreamNesting) being read now.
+  int32_t Depth() const { return depth; }
+
+  // --- Sizes ---------------------------------------------------------------------
+  // The number of bytes the matching writer produces.
+
+  static int32_t SizeOf(char) { return 1; }
+  static int32_t SizeOf(bool) { return 1; }
+  static int32_t SizeOf(int16_t) { return 2; }
+  static int32_t SizeOf(int32_t) { return 4; }
+  static int32_t SizeOf(uint32_t) { return 4; }
+  static int32_t SizeOf(float) { return 4; }
+  static int32_t SizeOf(double) { return 8; }
+  static int32_t SizeOf(ZoString const& text) { return text.Length() + 4; }
+  // The object's declared body size, without the 12 bytes of its frame.
+  static int32_t SizeOf(ZoStreamSizedObject const& object) { return object.StreamSize(); }
+
+ protected:
+  // Streams that keep their bytes in memory expose a window onto them so
+  // that primitives move without a virtual call: while the status is
+  // ZoStreamOk, `count` bytes may be read from `cursor` when they lie below
+  // `readLimit`, and written when they lie below `writeLimit`; otherwise the
+  // virtual ReadBytes/WriteBytes run. A stream without a window leaves all
+  // three null. A stream that keeps a window must behave exactly as its
+  // ReadBytes/WriteBytes would for the reads and writes the window serves.
+  char* cursor;
+  char* readLimit;
+  char* writeLimit;
+
+  ZoStreamError status;
+  ZoCallBack* callBack;
+
+ private:
+  friend class ZoStreamNesting;
+
+  ZoStream& Put(void const* value, uint32_t count) {
+    if (status == ZoStreamOk && writeLimit - cursor >= static_cast<ptrdiff_t>(count)) {
+      std::memcpy(cursor, value, count);
+      cursor += count;
+    } else {
+      WriteBytes(count, value);
+    }
+    return *this;
+  }
+
+  ZoStream& Get(void* value, uint32_t count) {
+    if (status == ZoStreamOk && readLimit - cursor >= static_cast<ptrdiff_t>(count)) {
+      std::memcpy(value, cursor, count);
+      cursor += count;
+    } else {
+      ReadBytes(count, value);
+    }
+    return *this;
+  }
+
+  int32_t depth;
+};
+
+// Counts one level of nesting for a reader that recurses into bare bodies
+// (node children, older tree records) while it is alive. When the level
+// would pass ZoReadLimits::MaxDepth() the stream's status becomes
+// ZoStreamFormatError and Entered() is false: the reader must stop.
+class ZOACTOR_API ZoStreamNesting {
+ public:
+  explicit ZoStreamNesting(ZoStream& stream);
+  ~ZoStreamNesting();
+  ZoStreamNesting(ZoStreamNesting const&) = delete;
+  ZoStreamNesting& operator=(ZoStreamNesting const&) = delete;
+
+  bool Entered() const { return entered; }
+
+ private:
+  ZoStream& stream;
+  bool entered;
+};
+
+template <class T>
+T* ZoStream::ReadObjectAs(ZoStreamObject* (*fallback)()) {
+  ZoStreamObject* object = ReadObject(fallback);
+  if (object == nullptr) return nullptr;
+  T* typed = dynamic_cast<T*>(object);
+  if (typed == nullptr) {
+    delete object;
+    status = ZoStreamFormatError;
+  }
+  return typed;
+}
+
+#endif

@@ -1,0 +1,38 @@
+// The umbrella header of ZoActorLib: includes every public header.
+#ifndef ZOACTOR_ZOACTOR_H
+#define ZOACTOR_ZOACTOR_H
+
+#include <zoactor/ZoExport.h>
+#include <zoactor/ZoVersion.h>
+
+// Foundation: utility types, linear algebra, the platform layer.
+#include <zoactor/foundation/ZoAi.h>
+#include <zoactor/foundation/ZoCallBack.h>
+#include <zoactor/foundation/ZoCopyFolder.h>
+#include <zoactor/foundation/ZoCriticalSection.h>
+#include <zoactor/foundation/ZoDblList.h>
+#include <zoactor/foundation/ZoHashTable.h>
+#include <zoactor/foundation/ZoHookRecords.h>
+#include <zoactor/foundation/ZoInterfaceRegistry.h>
+#include <zoactor/foundation/ZoListItemInterface.h>
+#include <zoactor/foundation/ZoLogger.h>
+#include <zoactor/foundation/ZoMessageHandler.h>
+#include <zoactor/foundation/ZoPlatform.h>
+#include <zoactor/foundation/ZoString.h>
+#include <zoactor/foundation/ZoStringList.h>
+
+// Serialization: streams, framing, the type-code registry, the chunked container.
+#include <zoactor/serialization/ZoFile.h>
+#include <zoactor/serialization/ZoFileObject.h>
+#include <zoactor/serialization/ZoFileProgress.h>
+#include <zoactor/serialization/ZoFileStream.h>
+#include <zoactor/serialization/ZoFileType.h>
+#include <zoactor/serialization/ZoMemoryStream.h>
+#include <zoactor/serialization/ZoReadLimits.h>
+#include <zoactor/serialization/ZoStream.h>
+#include <zoactor/serialization/ZoStreamConstructorEntry.h>
+#include <zoactor/serialization/ZoStreamError.h>
+#include <zoactor/serialization/ZoStreamObject.h>
+#include <zoactor/serialization/ZoTypeCodes.h>
+
+#endif

@@ -1,0 +1,317 @@
+#include <zoactor/foundation/ZoPlatform.h>
+
+#include <zoactor/foundation/ZoStringList.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <dirent.h>
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+std::atomic<ZoIoObserver> gObserver{nullptr};
+std::atomic<void*> gObserverContext{nullptr};
+
+void Report(ZoIoEvent::Kind kind, ZoFileHandle handle, int64_t requested, int64_t result) {
+  ZoIoObserver observer = gObserver.load(std::memory_order_acquire);
+  if (observer != nullptr) observer(ZoIoEvent{kind, handle, requested, result}, gObserverContext.load());
+}
+
+bool PathExists(std::string const& path) {
+  struct stat info;
+  return !path.empty() && ::stat(path.c_str(), &info) == 0;
+}
+
+bool EqualsNoCase(std::string const& a, char const* b) {
+  size_t i = 0;
+  for (; i < a.size() && b[i] != '\0'; ++i) {
+    char x = a[i], y = b[i];
+    if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 'a' + 'A');
+    if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 'a' + 'A');
+    if (x != y) return false;
+  }
+  return i == a.size() && b[i] == '\0';
+}
+
+// The names in a folder, in byte order; empty when it cannot be read.
+std::vector<std::string> SortedEntries(std::string const& folder) {
+  std::vector<std::string> names;
+  DIR* dir = ::opendir(folder.empty() ? "." : folder.c_str());
+  if (dir == nullptr) return names;
+  while (dirent* entry = ::readdir(dir)) {
+    std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(std::move(name));
+  }
+  ::closedir(dir);
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::vector<std::string> SplitComponents(std::string const& path) {
+  std::vector<std::string> parts;
+  size_t start = 0;
+  while (start <= path.size()) {
+    size_t end = path.find('/', start);
+    if (end == std::string::npos) end = path.size();
+    if (end > start) parts.push_back(path.substr(start, end - start));
+    start = end + 1;
+  }
+  return parts;
+}
+
+// Resolves the components of `native` one by one without regard to case.
+// Returns how many components were found on disk; `resolved` holds them
+// followed by the remaining components as given.
+size_t ResolveComponents(std::string const& native, std::string& resolved) {
+  bool absolute = !native.empty() && native[0] == '/';
+  std::vector<std::string> parts = SplitComponents(native);
+  std::string base = absolute ? "/" : "";
+  size_t found = 0;
+  bool matching = true;
+  for (std::string const& part : parts) {
+    std::string next;
+    if (matching) {
+      std::string exact = base + part;
+      if (PathExists(exact)) {
+        next = part;
+      } else if (part != "." && part != "..") {
+        for (std::string const& entry : SortedEntries(base.empty() ? "." : base))
+          if (EqualsNoCase(part, entry.c_str())) {
+            next = entry;
+            break;
+          }
+      }
+      if (next.empty()) matching = false; else ++found;
+    }
+    base += matching ? next : part;
+    base += '/';
+  }
+  if (!base.empty() && base.back() == '/' && !(absolute && base.size() == 1)) base.pop_back();
+  resolved = base;
+  return found;
+}
+
+}  // namespace
+
+// --- Descriptors -------------------------------------------------------------
+
+ZoFileHandle ZoPlatform::OpenRead(ZoString const& path, ZoAccessHint hint) {
+  std::string resolved = ResolveExisting(path);
+  if (resolved.empty()) return kZoInvalidFileHandle;
+  int fd;
+  do fd = ::open(resolved.c_str(), O_RDONLY | O_CLOEXEC);
+  while (fd < 0 && errno == EINTR);
+  if (fd < 0) return kZoInvalidFileHandle;
+  struct stat info;
+  if (::fstat(fd, &info) != 0 || S_ISDIR(info.st_mode)) {
+    ::close(fd);
+    return kZoInvalidFileHandle;
+  }
+  ::posix_fadvise(fd, 0, 0, hint == ZoAccessHint::Sequential ? POSIX_FADV_SEQUENTIAL : POSIX_FADV_RANDOM);
+  return fd;
+}
+
+ZoFileHandle ZoPlatform::OpenWrite(ZoString const& path, ZoAccessHint hint) {
+  std::string resolved = ResolveForCreate(path);
+  if (resolved.empty()) return kZoInvalidFileHandle;
+  int fd;
+  do fd = ::open(resolved.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  while (fd < 0 && errno == EINTR);
+  if (fd < 0) return kZoInvalidFileHandle;
+  ::posix_fadvise(fd, 0, 0, hint == ZoAccessHint::Sequential ? POSIX_FADV_SEQUENTIAL : POSIX_FADV_RANDOM);
+  return fd;
+}
+
+int64_t ZoPlatform::Read(ZoFileHandle handle, void* destination, size_t count) {
+  auto* out = static_cast<char*>(destination);
+  size_t done = 0;
+  int64_t result = 0;
+  while (done < count) {
+    ssize_t got = ::read(handle, out + done, count - done);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) {
+      result = -1;
+      break;
+    }
+    if (got == 0) break;
+    done += static_cast<size_t>(got);
+  }
+  if (result == 0) result = static_cast<int64_t>(done);
+  Report(ZoIoEvent::Read, handle, static_cast<int64_t>(count), result);
+  return result;
+}
+
+int64_t ZoPlatform::Write(ZoFileHandle handle, void const* source, size_t count) {
+  auto const* in = static_cast<char const*>(source);
+  size_t done = 0;
+  int64_t result = 0;
+  while (done < count) {
+    ssize_t put = ::write(handle, in + done, count - done);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) {
+      result = -1;
+      break;
+    }
+    done += static_cast<size_t>(put);
+  }
+  if (result == 0) result = static_cast<int64_t>(done);
+  Report(ZoIoEvent::Write, handle, static_cast<int64_t>(count), result);
+  return result;
+}
+
+int64_t ZoPlatform::Seek(ZoFileHandle handle, int64_t offset, int origin) {
+  int whence = origin == 0 ? SEEK_SET : origin == 1 ? SEEK_CUR : SEEK_END;
+  off_t position = ::lseek(handle, static_cast<off_t>(offset), whence);
+  int64_t result = position < 0 ? -1 : static_cast<int64_t>(position);
+  Report(ZoIoEvent::Seek, handle, offset, result);
+  return result;
+}
+
+int64_t ZoPlatform::Position(ZoFileHandle handle) {
+  off_t position = ::lseek(handle, 0, SEEK_CUR);
+  return position < 0 ? -1 : static_cast<int64_t>(position);
+}
+
+bool ZoPlatform::Truncate(ZoFileHandle handle, int64_t length) {
+  int rc;
+  do rc = ::ftruncate(handle, static_cast<off_t>(length));
+  while (rc != 0 && errno == EINTR);
+  Report(ZoIoEvent::Truncate, handle, length, rc == 0 ? 0 : -1);
+  return rc == 0;
+}
+
+int64_t ZoPlatform::FileSize(ZoFileHandle handle) {
+  struct stat info;
+  if (::fstat(handle, &info) != 0 || !S_ISREG(info.st_mode)) return -1;
+  return static_cast<int64_t>(info.st_size);
+}
+
+bool ZoPlatform::Close(ZoFileHandle handle) {
+  if (handle < 0) return false;
+  // A close interrupted by a signal has still released the descriptor on
+  // Linux; retrying could close a descriptor another thread just opened.
+  return ::close(handle) == 0 || errno == EINTR;
+}
+
+// --- Paths and folders ---------------------------------------------------------
+
+std::string ZoPlatform::NativePath(ZoString const& path) {
+  std::string native(path.c_str(), static_cast<size_t>(path.Length()));
+  char first = native.empty() ? '\0' : native[0];
+  if (native.size() >= 2 && native[1] == ':' && ((first >= 'A' && first <= 'Z') || (first >= 'a' && first <= 'z')))
+    native.erase(0, 2);
+  std::replace(native.begin(), native.end(), '\\', '/');
+  return native;
+}
+
+std::string ZoPlatform::ResolveExisting(ZoString const& path) {
+  std::string native = NativePath(path);
+  if (native.empty()) return {};
+  if (PathExists(native)) return native;
+  std::string resolved;
+  size_t found = ResolveComponents(native, resolved);
+  return found == SplitComponents(native).size() ? resolved : std::string();
+}
+
+std::string ZoPlatform::ResolveForCreate(ZoString const& path) {
+  std::string native = NativePath(path);
+  if (native.empty() || PathExists(native)) return native;
+  std::string resolved;
+  ResolveComponents(native, resolved);
+  return resolved;
+}
+
+bool ZoPlatform::Exists(ZoString const& path) { return !ResolveExisting(path).empty(); }
+
+bool ZoPlatform::IsFolder(ZoString const& path) {
+  std::string resolved = ResolveExisting(path);
+  struct stat info;
+  return !resolved.empty() && ::stat(resolved.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+ZoFolderResult ZoPlatform::CreateFolder(ZoString const& path) {
+  if (IsFolder(path)) return ZoFolderResult::AlreadyExists;
+  std::string resolved = ResolveForCreate(path);
+  if (resolved.empty()) return ZoFolderResult::Failed;
+  if (::mkdir(resolved.c_str(), 0755) == 0) return ZoFolderResult::Created;
+  return errno == EEXIST ? ZoFolderResult::AlreadyExists : ZoFolderResult::Failed;
+}
+
+bool ZoPlatform::CreateFolders(ZoString const& path) {
+  std::string resolved = ResolveForCreate(path);
+  if (resolved.empty()) return false;
+  std::string partial;
+  if (resolved[0] == '/') partial = "/";
+  for (std::string const& part : SplitComponents(resolved)) {
+    partial += part;
+    if (::mkdir(partial.c_str(), 0755) != 0 && errno != EEXIST) return false;
+    partial += '/';
+  }
+  struct stat info;
+  return ::stat(resolved.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool ZoPlatform::DeleteFile(ZoString const& path) {
+  std::string resolved = ResolveExisting(path);
+  return !resolved.empty() && ::unlink(resolved.c_str()) == 0;
+}
+
+namespace {
+
+bool RemoveTree(std::string const& path) {
+  struct stat info;
+  if (::lstat(path.c_str(), &info) != 0) return false;
+  if (S_ISDIR(info.st_mode)) {
+    for (std::string const& entry : SortedEntries(path)) RemoveTree(path + "/" + entry);
+    return ::rmdir(path.c_str()) == 0;
+  }
+  return ::unlink(path.c_str()) == 0;
+}
+
+}  // namespace
+
+bool ZoPlatform::DeleteFolder(ZoString const& path) {
+  std::string resolved = ResolveExisting(path);
+  return !resolved.empty() && RemoveTree(resolved);
+}
+
+bool ZoPlatform::Rename(ZoString const& from, ZoString const& to) {
+  std::string source = ResolveExisting(from);
+  std::string target = ResolveForCreate(to);
+  if (source.empty() || target.empty()) return false;
+  return ::rename(source.c_str(), target.c_str()) == 0;
+}
+
+int ZoPlatform::ListFolder(ZoString const& folder, char const* pattern, ZoStringList& names) {
+  std::string resolved = folder.IsEmpty() ? std::string(".") : ResolveExisting(folder);
+  if (resolved.empty()) return -1;
+  DIR* dir = ::opendir(resolved.c_str());
+  if (dir == nullptr) return -1;
+  ::closedir(dir);
+  int appended = 0;
+  for (std::string const& name : SortedEntries(resolved)) {
+    if (pattern != nullptr && ::fnmatch(pattern, name.c_str(), FNM_CASEFOLD) != 0) continue;
+    if (names.AppendString(ZoString(name.c_str())) != nullptr) ++appended;
+  }
+  return appended;
+}
+
+ZoString ZoPlatform::JoinPath(ZoString const& folder, ZoString const& name) {
+  if (folder.IsEmpty()) return name;
+  char lastChar = folder[folder.Length() - 1];
+  ZoString joined(folder);
+  if (lastChar != '/' && lastChar != '\\') joined << kZoPathSeparator;
+  joined << name;
+  return joined;
+}
+
+void ZoPlatform::SetIoObserver(ZoIoObserver observer, void* context) {
+  gObserverContext.store(context);
+  gObserver.store(observer, std::memory_order_release);
+}

@@ -1,0 +1,60 @@
+#include "support/ZoTestSupport.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace zotest {
+
+std::string Hex(Bytes const& bytes) {
+  std::string text;
+  char piece[4];
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    std::snprintf(piece, sizeof piece, i == 0 ? "%02X" : " %02X", bytes[i]);
+    text += piece;
+  }
+  return text;
+}
+
+TempFolder::TempFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "zoactor-test-XXXXXX").string();
+  std::vector<char> buffer(pattern.begin(), pattern.end());
+  buffer.push_back('\0');
+  char* made = ::mkdtemp(buffer.data());
+  root = made != nullptr ? made : "";
+}
+
+TempFolder::~TempFolder() {
+  std::error_code ignored;
+  if (!root.empty()) std::filesystem::remove_all(root, ignored);
+}
+
+std::string TempFolder::WriteFile(std::string const& relative, Bytes const& content) const {
+  std::string path = *this / relative;
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(reinterpret_cast<char const*>(content.data()), static_cast<std::streamsize>(content.size()));
+  return path;
+}
+
+Bytes TempFolder::ReadFile(std::string const& relative) const {
+  std::ifstream in(*this / relative, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+IoRecorder::IoRecorder() { ZoPlatform::SetIoObserver(&IoRecorder::Record, this); }
+IoRecorder::~IoRecorder() { ZoPlatform::SetIoObserver(nullptr, nullptr); }
+
+void IoRecorder::Record(ZoIoEvent const& event, void* context) {
+  static_cast<IoRecorder*>(context)->recorded.push_back(event);
+}
+
+std::vector<int64_t> IoRecorder::Results(ZoIoEvent::Kind kind, ZoFileHandle handle) const {
+  std::vector<int64_t> results;
+  for (ZoIoEvent const& event : recorded)
+    if (event.kind == kind && event.handle == handle) results.push_back(event.result);
+  return results;
+}
+
+}  // namespace zotest

@@ -1,0 +1,95 @@
+// Helpers shared by the tests: building expected byte strings by hand from
+// field lists, temporary folders, and recording platform transfers.
+#ifndef ZOACTOR_TESTS_SUPPORT_ZOTESTSUPPORT_H
+#define ZOACTOR_TESTS_SUPPORT_ZOTESTSUPPORT_H
+
+#include <zoactor/foundation/ZoPlatform.h>
+#include <zoactor/foundation/ZoString.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace zotest {
+
+using Bytes = std::vector<uint8_t>;
+
+// Builds a little-endian byte string field by field, independently of the
+// library's own writers.
+class ByteBuilder {
+ public:
+  ByteBuilder& u8(uint8_t v) { bytes.push_back(v); return *this; }
+  ByteBuilder& i16(int16_t v) { return le(static_cast<uint16_t>(v), 2); }
+  ByteBuilder& u16(uint16_t v) { return le(v, 2); }
+  ByteBuilder& i32(int32_t v) { return le(static_cast<uint32_t>(v), 4); }
+  ByteBuilder& u32(uint32_t v) { return le(v, 4); }
+  ByteBuilder& f32(float v) { uint32_t bits; std::memcpy(&bits, &v, 4); return le(bits, 4); }
+  ByteBuilder& f64(double v) { uint64_t bits; std::memcpy(&bits, &v, 8); return le(bits, 8); }
+  // Characters as they are, no length, no terminator.
+  ByteBuilder& chars(char const* text) { while (*text) bytes.push_back(static_cast<uint8_t>(*text++)); return *this; }
+  // An int32 length followed by the characters.
+  ByteBuilder& str(char const* text) { i32(static_cast<int32_t>(std::strlen(text))); return chars(text); }
+  ByteBuilder& raw(std::initializer_list<uint8_t> list) { bytes.insert(bytes.end(), list); return *this; }
+  ByteBuilder& append(Bytes const& more) { bytes.insert(bytes.end(), more.begin(), more.end()); return *this; }
+  Bytes const& get() const { return bytes; }
+  operator Bytes const&() const { return bytes; }  // NOLINT
+
+ private:
+  ByteBuilder& le(uint64_t v, int n) {
+    for (int i = 0; i < n; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
+    return *this;
+  }
+  Bytes bytes;
+};
+
+// Bytes from a buffer.
+inline Bytes ToBytes(void const* data, size_t size) {
+  auto const* p = static_cast<uint8_t const*>(data);
+  return Bytes(p, p + size);
+}
+
+// A readable rendering of bytes for failure messages ("FE FF FF FF").
+std::string Hex(Bytes const& bytes);
+
+// A fresh folder under the system's temporary folder, removed with its
+// contents when the object goes.
+class TempFolder {
+ public:
+  TempFolder();
+  ~TempFolder();
+  TempFolder(TempFolder const&) = delete;
+  TempFolder& operator=(TempFolder const&) = delete;
+
+  std::string const& path() const { return root; }
+  // `root`/`relative`.
+  std::string operator/(std::string const& relative) const { return root + "/" + relative; }
+  // Writes a file (creating its folders) and returns its path.
+  std::string WriteFile(std::string const& relative, Bytes const& content) const;
+  Bytes ReadFile(std::string const& relative) const;
+
+ private:
+  std::string root;
+};
+
+// Records every platform transfer while alive.
+class IoRecorder {
+ public:
+  IoRecorder();
+  ~IoRecorder();
+  IoRecorder(IoRecorder const&) = delete;
+  IoRecorder& operator=(IoRecorder const&) = delete;
+
+  std::vector<ZoIoEvent> const& events() const { return recorded; }
+  // The results of the recorded transfers of one kind on one handle.
+  std::vector<int64_t> Results(ZoIoEvent::Kind kind, ZoFileHandle handle) const;
+  void Clear() { recorded.clear(); }
+
+ private:
+  static void Record(ZoIoEvent const& event, void* context);
+  std::vector<ZoIoEvent> recorded;
+};
+
+}  // namespace zotest
+
+#endif
