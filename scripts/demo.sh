@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Builds the library and the zoactor tool, and runs the built-in demo.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh
+cmake --preset default >/dev/null
+cmake --build --preset default --target zoactor_tool
+exec build/default/tools/zoactor/zoactor demo
