@@ -213,12 +213,15 @@ class ZOACTOR_API ZoStream {
     return *this;
   }
 
+  // Primitives land in their variable only when the whole value was read,
+  // even on streams whose ReadBytes delivers part of a short read.
   ZoStream& Get(void* value, uint32_t count) {
     if (status == ZoStreamOk && readLimit - cursor >= static_cast<ptrdiff_t>(count)) {
       std::memcpy(value, cursor, count);
       cursor += count;
     } else {
-      ReadBytes(count, value);
+      char scratch[8];
+      if (ReadBytes(count, scratch) == ZoStreamOk) std::memcpy(value, scratch, count);
     }
     return *this;
   }

@@ -1,0 +1,308 @@
+// Lists and hash tables.
+#include <zoactor/foundation/ZoCallBack.h>
+#include <zoactor/foundation/ZoDblList.h>
+#include <zoactor/foundation/ZoHashTable.h>
+#include <zoactor/foundation/ZoListItemInterface.h>
+#include <zoactor/foundation/ZoStringList.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+int gItems[10] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+void* Item(int i) { return &gItems[i]; }
+int Value(void* item) { return *static_cast<int*>(item); }
+
+std::vector<int> Forward(ZoDblList const& list) {
+  std::vector<int> values;
+  ZoDblListItem* cursor = nullptr;
+  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor)) values.push_back(Value(item));
+  return values;
+}
+
+std::vector<int> Backward(ZoDblList const& list) {
+  std::vector<int> values;
+  ZoDblListItem* cursor = nullptr;
+  for (void* item = list.GetLast(cursor); item != nullptr; item = list.GetPrev(cursor)) values.push_back(Value(item));
+  return values;
+}
+
+ZoDblList Make(std::initializer_list<int> values) {
+  ZoDblList list;
+  for (int v : values) list.Append(Item(v));
+  return list;
+}
+
+class IsValue : public ZoListItemInterface {
+ public:
+  int Matches(void* item, void* key) override { return Value(item) == *static_cast<int*>(key); }
+};
+
+class Collect : public ZoCallBack {
+ public:
+  using ZoCallBack::CallBack;
+  std::vector<int> seen;
+  int CallBack(void* item) override {
+    seen.push_back(Value(item));
+    return 0;
+  }
+  int CallBack(void* item, void* key) override { return Value(item) > *static_cast<int*>(key); }
+};
+
+}  // namespace
+
+TEST(ZoDblListProtocol, IterationBothWaysAndTheOutsidePosition) {
+  ZoDblList list = Make({1, 2, 3});
+  EXPECT_EQ(Forward(list), (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(Backward(list), (std::vector<int>{3, 2, 1}));
+  ZoDblListItem* cursor = nullptr;
+  EXPECT_EQ(Value(list.GetNext(cursor)), 1);  // a null cursor stands before the first
+  EXPECT_EQ(Value(list.GetCurrent(cursor)), 1);
+  list.GetLast(cursor);
+  EXPECT_EQ(list.GetNext(cursor), nullptr);
+  EXPECT_EQ(cursor, nullptr);
+  EXPECT_EQ(list.GetCurrent(cursor), nullptr);
+  ZoDblList empty;
+  EXPECT_EQ(empty.GetFirst(cursor), nullptr);
+  EXPECT_EQ(empty.GetLast(cursor), nullptr);
+  EXPECT_EQ(empty.DeleteFirst(), nullptr);
+  EXPECT_EQ(empty.DeleteLast(), nullptr);
+}
+
+TEST(ZoDblListProtocol, DeleteWhileWalkingForwardsVisitsEveryItem) {
+  ZoDblList list = Make({0, 1, 2, 3, 4, 5});
+  std::vector<int> visited;
+  ZoDblListItem* cursor = nullptr;
+  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor)) {
+    visited.push_back(Value(item));
+    if (Value(item) % 2 == 0) {
+      EXPECT_EQ(list.Delete(cursor), item);
+    }
+  }
+  EXPECT_EQ(visited, (std::vector<int>{0, 1, 2, 3, 4, 5}));
+  EXPECT_EQ(Forward(list), (std::vector<int>{1, 3, 5}));
+  EXPECT_EQ(list.GetCount(), 3);
+  ZoDblListItem* none = nullptr;
+  EXPECT_EQ(list.Delete(none), nullptr);
+}
+
+TEST(ZoDblListProtocol, InsertBeforeAndAfterNodesAndTheEnds) {
+  ZoDblList list = Make({2, 4});
+  ZoDblListItem* four = list.Find(Item(4));
+  list.Insert(Item(3), ZoDblList::Before, four);
+  list.Insert(Item(5), ZoDblList::After, four);
+  list.Insert(Item(1), ZoDblList::Before, list.Find(Item(2)));
+  list.Insert(Item(6), ZoDblList::Before, nullptr);  // before the outside: the end
+  list.Insert(Item(0), ZoDblList::After, nullptr);   // after the outside: the front
+  list.Prepend(Item(9));
+  EXPECT_EQ(Forward(list), (std::vector<int>{9, 0, 1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(Backward(list), (std::vector<int>{6, 5, 4, 3, 2, 1, 0, 9}));
+  EXPECT_EQ(list.Append(nullptr), nullptr);  // null items are refused
+  EXPECT_EQ(list.GetCount(), 8);
+}
+
+TEST(ZoDblListProtocol, MergeMovesAllNodesInOrder) {
+  ZoDblList target = Make({0, 9});
+  ZoDblList middle = Make({1, 2, 3});
+  target.Merge(middle, ZoDblList::After, target.Find(Item(0)));
+  EXPECT_EQ(Forward(target), (std::vector<int>{0, 1, 2, 3, 9}));
+  EXPECT_TRUE(middle.IsEmpty());
+  ZoDblList front = Make({7, 8});
+  target.Merge(front, ZoDblList::After, nullptr);
+  ZoDblList back = Make({4, 5});
+  target.Merge(back, ZoDblList::Before, nullptr);
+  EXPECT_EQ(Forward(target), (std::vector<int>{7, 8, 0, 1, 2, 3, 9, 4, 5}));
+  EXPECT_EQ(Backward(target), (std::vector<int>{5, 4, 9, 3, 2, 1, 0, 8, 7}));
+  target.Merge(target, ZoDblList::Before, nullptr);
+  EXPECT_EQ(target.GetCount(), 9);
+}
+
+TEST(ZoDblListProtocol, FindFormsAndStartingNodes) {
+  ZoDblList list = Make({1, 5, 3, 5, 7});
+  IsValue isValue;
+  int five = 5;
+  ZoDblListItem* first = list.Find(&five, isValue);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first, list.Find(Item(5)));
+  ZoDblListItem* second = list.Find(&five, first, 0, isValue);
+  ASSERT_NE(second, nullptr);
+  EXPECT_NE(second, first);
+  EXPECT_EQ(list.Find(&five, first, 1, isValue), first);
+  EXPECT_EQ(list.Find(&five, second, 0, isValue), nullptr);
+  Collect greater;
+  int four = 4;
+  EXPECT_EQ(Value(list.Find(&four, greater)->Item()), 5);
+  EXPECT_EQ(list.Find(Item(8)), nullptr);
+}
+
+TEST(ZoDblListProtocol, CopyClearAndIterateForms) {
+  ZoDblList source = Make({1, 2, 3});
+  ZoDblList copy(source);
+  EXPECT_EQ(Forward(copy), Forward(source));
+  Collect visited;
+  source.Iterate(visited);
+  EXPECT_EQ(visited.seen, (std::vector<int>{1, 2, 3}));
+  Collect cleared;
+  copy.Clear(cleared);
+  EXPECT_EQ(cleared.seen, (std::vector<int>{1, 2, 3}));
+  EXPECT_TRUE(copy.IsEmpty());
+  Collect copied;
+  copy.Copy(source, copied);
+  EXPECT_EQ(copied.seen, (std::vector<int>{1, 2, 3}));
+  copy = Make({9});
+  EXPECT_EQ(Forward(copy), (std::vector<int>{9}));
+}
+
+TEST(ZoDblListProtocol, RandomEditsAgreeWithAModel) {
+  std::mt19937 random(7);
+  ZoDblList list;
+  std::vector<int> model;
+  for (int step = 0; step < 3000; ++step) {
+    int op = static_cast<int>(random() % 5);
+    int value = static_cast<int>(random() % 10);
+    if (op == 0) {
+      list.Append(Item(value));
+      model.push_back(value);
+    } else if (op == 1) {
+      list.Prepend(Item(value));
+      model.insert(model.begin(), value);
+    } else if (op == 2 && !model.empty()) {
+      EXPECT_EQ(Value(list.DeleteFirst()), model.front());
+      model.erase(model.begin());
+    } else if (op == 3 && !model.empty()) {
+      EXPECT_EQ(Value(list.DeleteLast()), model.back());
+      model.pop_back();
+    } else if (op == 4 && !model.empty()) {
+      size_t at = random() % model.size();
+      ZoDblListItem* cursor = nullptr;
+      list.GetFirst(cursor);
+      for (size_t i = 0; i < at; ++i) list.GetNext(cursor);
+      list.Insert(Item(value), ZoDblList::After, cursor);
+      model.insert(model.begin() + static_cast<ptrdiff_t>(at) + 1, value);
+    }
+    ASSERT_EQ(list.GetCount(), static_cast<int32_t>(model.size()));
+  }
+  EXPECT_EQ(Forward(list), model);
+  std::vector<int> reversed(model.rbegin(), model.rend());
+  EXPECT_EQ(Backward(list), reversed);
+}
+
+TEST(ZoStringListOwnership, AppendFindSortAndDeepCopy) {
+  ZoStringList names;
+  names.AppendString("walk");
+  names.AppendString("Run");
+  names.AppendString("idle");
+  names.AppendString("Run");
+  EXPECT_EQ(names.FindString("Run"), names.FindString(ZoString("Run")));
+  EXPECT_EQ(names.FindString("run"), nullptr);  // case-sensitive
+  ZoStringList copy(names);
+  names.Sort(1);
+  std::vector<std::string> sorted;
+  ZoDblListItem* cursor = nullptr;
+  for (void* item = names.GetFirst(cursor); item != nullptr; item = names.GetNext(cursor))
+    sorted.push_back(static_cast<ZoString*>(item)->c_str());
+  EXPECT_EQ(sorted, (std::vector<std::string>{"Run", "Run", "idle", "walk"}));
+  names.Sort(0);
+  EXPECT_EQ(*ZoStringList::StringAt(names.FindString("walk")), "walk");
+  names.GetFirst(cursor);
+  EXPECT_EQ(*ZoStringList::StringAt(cursor), "walk");
+  // The copy owns its own strings and kept the original order.
+  names.Clear();
+  copy.GetFirst(cursor);
+  EXPECT_EQ(*ZoStringList::StringAt(cursor), "walk");
+  EXPECT_EQ(copy.GetCount(), 4);
+}
+
+TEST(ZoStringListOwnership, TokenizeSkipsEmptyPieces) {
+  ZoStringList pieces;
+  EXPECT_EQ(pieces.Tokenize(ZoString(",a,,bc ,d,"), ", "), 3);
+  ZoDblListItem* cursor = nullptr;
+  std::vector<std::string> got;
+  for (void* item = pieces.GetFirst(cursor); item != nullptr; item = pieces.GetNext(cursor))
+    got.push_back(static_cast<ZoString*>(item)->c_str());
+  EXPECT_EQ(got, (std::vector<std::string>{"a", "bc", "d"}));
+}
+
+// --- Hash tables ------------------------------------------------------------
+
+namespace {
+
+class GatherEntries : public ZoCallBack {
+ public:
+  using ZoCallBack::CallBack;
+  std::map<std::string, void*> entries;
+  std::vector<void*> released;
+  int CallBack(void* key, void* datum, void*) override {
+    entries[static_cast<ZoString*>(key)->c_str()] = datum;
+    return 0;
+  }
+  int CallBack(void* datum) override {
+    released.push_back(datum);
+    return 0;
+  }
+};
+
+}  // namespace
+
+TEST(ZoHashTables, DictionaryAddFindReplaceDelete) {
+  ZoDictionary table(53);
+  EXPECT_EQ(table.Add("WALK", Item(1)), Item(1));
+  table.Add("RUN", Item(2));
+  EXPECT_EQ(table.Find("WALK"), Item(1));
+  EXPECT_EQ(table.Find("walk"), nullptr);  // keys are case-sensitive
+  EXPECT_EQ(table.Replace("WALK", Item(3)), Item(1));
+  EXPECT_EQ(table.Find("WALK"), Item(3));
+  EXPECT_EQ(table.Replace("JUMP", Item(4)), nullptr);  // a new key
+  EXPECT_EQ(table.Find("JUMP"), Item(4));
+  EXPECT_EQ(table.Delete("RUN"), Item(2));
+  EXPECT_EQ(table.Delete("RUN"), nullptr);
+  EXPECT_EQ(table.GetCount(), 2);
+  GatherEntries gather;
+  table.Iterate(gather);
+  EXPECT_EQ(gather.entries, (std::map<std::string, void*>{{"JUMP", Item(4)}, {"WALK", Item(3)}}));
+  table.ClearItems(&gather);
+  EXPECT_EQ(gather.released.size(), 2u);
+  EXPECT_EQ(table.GetCount(), 0);
+  EXPECT_EQ(table.Find("WALK"), nullptr);
+}
+
+TEST(ZoHashTables, ManyKeysStayFindableAsTheTableGrows) {
+  ZoDictionary dictionary(53);
+  ZoIndex index(53);
+  for (int i = 0; i < 20000; ++i) {
+    dictionary.Add(ZoString(i), Item(i % 10));
+    index.Add(static_cast<uint32_t>(i) * 2654435761u, Item(i % 10));
+  }
+  EXPECT_GT(dictionary.GetBucketCount(), 53);
+  for (int i = 0; i < 20000; ++i) {
+    ASSERT_EQ(dictionary.Find(ZoString(i)), Item(i % 10));
+    ASSERT_EQ(index.Find(static_cast<uint32_t>(i) * 2654435761u), Item(i % 10));
+  }
+  EXPECT_EQ(dictionary.GetCount(), 20000);
+  for (int i = 0; i < 20000; i += 2) ASSERT_EQ(index.Delete(static_cast<uint32_t>(i) * 2654435761u), Item(i % 10));
+  EXPECT_EQ(index.GetCount(), 10000);
+  EXPECT_EQ(index.Find(0), nullptr);
+  EXPECT_EQ(index.Find(2654435761u), Item(1));
+}
+
+TEST(ZoHashTables, IndexIterateHandsOverIntegerKeys) {
+  ZoIndex index(3);
+  index.Add(0x50726F70, Item(1));
+  index.Add(0x536B6C50, Item(2));
+  class Keys : public ZoCallBack {
+   public:
+    using ZoCallBack::CallBack;
+    std::map<uint32_t, void*> seen;
+    int CallBack(void* key, void* datum, void*) override {
+      seen[*static_cast<uint32_t*>(key)] = datum;
+      return 0;
+    }
+  } keys;
+  index.Iterate(keys);
+  EXPECT_EQ(keys.seen, (std::map<uint32_t, void*>{{0x50726F70u, Item(1)}, {0x536B6C50u, Item(2)}}));
+}

@@ -1,0 +1,205 @@
+// The platform layer: paths matched without regard to case, folders, and the
+// process-wide services (interface registry, logger, message handler, locks).
+#include <zoactor/foundation/ZoAi.h>
+#include <zoactor/foundation/ZoCopyFolder.h>
+#include <zoactor/foundation/ZoCriticalSection.h>
+#include <zoactor/foundation/ZoInterfaceRegistry.h>
+#include <zoactor/foundation/ZoLogger.h>
+#include <zoactor/foundation/ZoMessageHandler.h>
+#include <zoactor/foundation/ZoPlatform.h>
+#include <zoactor/foundation/ZoStringList.h>
+
+#include "support/ZoTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <thread>
+
+using zotest::Bytes;
+using zotest::TempFolder;
+
+namespace {
+
+// Runs a test body from inside a folder and returns to where it was.
+class InFolder {
+ public:
+  explicit InFolder(std::string const& path) : saved(std::filesystem::current_path()) {
+    std::filesystem::current_path(path);
+  }
+  ~InFolder() { std::filesystem::current_path(saved); }
+
+ private:
+  std::filesystem::path saved;
+};
+
+std::vector<std::string> Names(ZoStringList const& list) {
+  std::vector<std::string> names;
+  ZoDblListItem* cursor = nullptr;
+  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor))
+    names.push_back(static_cast<ZoString*>(item)->c_str());
+  return names;
+}
+
+}  // namespace
+
+TEST(ZoPlatformPaths, SkillFileIsFoundUnderAnotherCaseAndSeparator) {
+  TempFolder temp;
+  temp.WriteFile("Skills/Walk.skl", Bytes{1, 2, 3});
+  InFolder inside(temp.path());
+  EXPECT_EQ(ZoPlatform::ResolveExisting("SKILLS\\WALK.skl"), "Skills/Walk.skl");
+  EXPECT_TRUE(ZoPlatform::Exists("skills/walk.SKL"));
+  ZoFileHandle fd = ZoPlatform::OpenRead("SKILLS\\WALK.skl", ZoAccessHint::Sequential);
+  ASSERT_NE(fd, kZoInvalidFileHandle);
+  char bytes[4];
+  EXPECT_EQ(ZoPlatform::Read(fd, bytes, 4), 3);
+  ZoPlatform::Close(fd);
+  EXPECT_FALSE(ZoPlatform::Exists("SKILLS\\RUN.skl"));
+  EXPECT_EQ(ZoPlatform::OpenRead("SKILLS", ZoAccessHint::Sequential), kZoInvalidFileHandle);  // a folder
+}
+
+TEST(ZoPlatformPaths, AbsolutePathsAndTheFirstMatchInByteOrder) {
+  TempFolder temp;
+  temp.WriteFile("Data/walk.skl", Bytes{1});
+  temp.WriteFile("Data/WALK.skl", Bytes{2});
+  std::string asked = temp.path() + "\\data\\Walk.SKL";
+  EXPECT_EQ(ZoPlatform::ResolveExisting(asked.c_str()), temp.path() + "/Data/WALK.skl");  // 'W' < 'w'
+  EXPECT_EQ(ZoPlatform::NativePath("C:\\a\\b"), "/a/b");
+}
+
+TEST(ZoPlatformPaths, CreatingReusesExistingFoldersAndKeepsTheNewNamesCase) {
+  TempFolder temp;
+  std::filesystem::create_directories(temp / "Actor/Skills");
+  InFolder inside(temp.path());
+  ZoFileHandle fd = ZoPlatform::OpenWrite("ACTOR\\SKILLS\\New.skl", ZoAccessHint::Sequential);
+  ASSERT_NE(fd, kZoInvalidFileHandle);
+  ZoPlatform::Close(fd);
+  EXPECT_TRUE(std::filesystem::exists(temp / "Actor/Skills/New.skl"));
+  EXPECT_EQ(ZoPlatform::CreateFolder("actor\\Sounds"), ZoFolderResult::Created);
+  EXPECT_TRUE(std::filesystem::is_directory(temp / "Actor/Sounds"));
+  EXPECT_EQ(ZoPlatform::CreateFolder("ACTOR\\sounds"), ZoFolderResult::AlreadyExists);
+  EXPECT_EQ(ZoPlatform::CreateFolder("missing\\parent\\x"), ZoFolderResult::Failed);
+  EXPECT_TRUE(ZoPlatform::CreateFolders("actor/Deep/Er"));
+  EXPECT_TRUE(std::filesystem::is_directory(temp / "Actor/Deep/Er"));
+}
+
+TEST(ZoPlatformPaths, ListRenameAndDelete) {
+  TempFolder temp;
+  temp.WriteFile("Skills/Walk.skl", Bytes{1});
+  temp.WriteFile("Skills/run.SKL", Bytes{2});
+  temp.WriteFile("Skills/notes.txt", Bytes{3});
+  InFolder inside(temp.path());
+  ZoStringList found;
+  EXPECT_EQ(ZoPlatform::ListFolder("SKILLS", "*.skl", found), 2);
+  EXPECT_EQ(Names(found), (std::vector<std::string>{"Walk.skl", "run.SKL"}));
+  EXPECT_EQ(ZoPlatform::ListFolder("Nowhere", "*", found), -1);
+  EXPECT_TRUE(ZoPlatform::Rename("skills\\WALK.SKL", "Skills\\Stroll.skl"));
+  EXPECT_TRUE(std::filesystem::exists(temp / "Skills/Stroll.skl"));
+  EXPECT_TRUE(ZoPlatform::DeleteFile("SKILLS/RUN.skl"));
+  EXPECT_FALSE(std::filesystem::exists(temp / "Skills/run.SKL"));
+  EXPECT_TRUE(ZoPlatform::DeleteFolder("skills"));
+  EXPECT_FALSE(std::filesystem::exists(temp / "Skills"));
+  EXPECT_EQ(ZoPlatform::JoinPath("a", "b"), "a/b");
+  EXPECT_EQ(ZoPlatform::JoinPath("a\\", "b"), "a\\b");
+}
+
+TEST(ZoPlatformFiles, CopyFolderCarriesFilesAndSubFolders) {
+  TempFolder temp;
+  temp.WriteFile("Hero/Textures/skin.tga", Bytes(70000, 9));
+  temp.WriteFile("Hero/Textures/Detail/eye.tga", Bytes{4, 5});
+  std::filesystem::create_directories(temp / "Seq/Actors/Hero");
+  ZoCopyFolder copy((temp / "hero").c_str(), "Textures", (temp / "Seq/Actors/Hero").c_str());
+  EXPECT_EQ(copy.Copy(1), 1);
+  EXPECT_EQ(temp.ReadFile("Seq/Actors/Hero/Textures/skin.tga"), Bytes(70000, 9));
+  EXPECT_EQ(temp.ReadFile("Seq/Actors/Hero/Textures/Detail/eye.tga"), (Bytes{4, 5}));
+  // An actor without textures gets an empty folder.
+  std::filesystem::create_directories(temp / "Bare");
+  ZoCopyFolder bare((temp / "Bare").c_str(), "Textures", (temp / "Seq").c_str());
+  EXPECT_EQ(bare.Copy(1), 1);
+  EXPECT_TRUE(std::filesystem::is_directory(temp / "Seq/Textures"));
+  EXPECT_EQ(ZoCopyFolder::CreateFolder((temp / "Seq").c_str()), 1);
+  EXPECT_EQ(ZoCopyFolder::Exists((temp / "SEQ/textures").c_str()), 1);
+}
+
+// --- Process-wide services --------------------------------------------------------
+
+namespace {
+
+class CountedAi : public ZoAi {
+ public:
+  int32_t references = 1;
+  int GetInterfaceName(char* buffer, int size, int& major, int& minor) override {
+    major = 1;
+    minor = 0;
+    return std::snprintf(buffer, static_cast<size_t>(size), "Counted");
+  }
+  int32_t AddRef() override { return ++references; }
+  int32_t Release() override { return --references; }
+};
+
+}  // namespace
+
+TEST(ZoServices, InterfaceRegistryBorrowsAndMatchesExactly) {
+  CountedAi engine;
+  EXPECT_EQ(ZoInterfaceRegistry::Register("Engine", &engine), 1);
+  EXPECT_EQ(ZoInterfaceRegistry::Register("", &engine), 0);
+  ZoAi* found = nullptr;
+  EXPECT_EQ(ZoInterfaceRegistry::GetInterface("Engine", &found), 1);
+  EXPECT_EQ(found, &engine);
+  EXPECT_EQ(engine.references, 1);  // no reference taken
+  EXPECT_EQ(ZoInterfaceRegistry::GetInterface("ENGINE", &found), 0);
+  EXPECT_EQ(found, nullptr);
+  EXPECT_EQ(ZoAiHookManager::Offer(31, nullptr), 0);  // no manager registered
+  EXPECT_EQ(ZoInterfaceRegistry::Unregister("Engine"), 1);
+  EXPECT_EQ(ZoInterfaceRegistry::Unregister("Engine"), 0);
+}
+
+TEST(ZoServices, LoggerAndMessageHandlerReachInstalledSinks) {
+  struct Seen {
+    std::string text;
+    int count = 0;
+  } seen;
+  ZoLogger::SetSink(
+      [](int level, ZoString const& caption, ZoString const& subject, ZoString const& message, void* context) {
+        auto* s = static_cast<Seen*>(context);
+        s->text = std::to_string(level) + "|" + caption.c_str() + "|" + subject.c_str() + "|" + message.c_str();
+        ++s->count;
+      },
+      &seen);
+  ZoLogger::Log(0, "Orvanta", "Hero", "could not save");
+  EXPECT_EQ(seen.text, "0|Orvanta|Hero|could not save");
+  ZoLogger::SetSink(nullptr, nullptr);
+
+  ZoMessageHandler::Set(
+      [](ZoString const& text, ZoString const& caption, int, void* context) {
+        auto* s = static_cast<Seen*>(context);
+        s->text = std::string(caption.c_str()) + ": " + text.c_str();
+        ++s->count;
+        return 7;
+      },
+      &seen);
+  EXPECT_EQ(ZoMessageHandler::Show("Unable to load ProtoActor: Hero", "Sequence", 0), 7);
+  EXPECT_EQ(seen.text, "Sequence: Unable to load ProtoActor: Hero");
+  EXPECT_EQ(seen.count, 2);
+  ZoMessageHandler::Set(nullptr, nullptr);
+}
+
+TEST(ZoServices, CriticalSectionIsReentrantAndExcludesOtherThreads) {
+  ZoCriticalSection section;
+  int counter = 0;
+  auto work = [&] {
+    for (int i = 0; i < 10000; ++i) {
+      ZoCriticalSectionLock outer(section);
+      ZoCriticalSectionLock inner(section);  // the same thread enters again
+      ++counter;
+    }
+  };
+  std::thread a(work), b(work);
+  a.join();
+  b.join();
+  EXPECT_EQ(counter, 20000);
+  section.Enter();
+  std::thread other([&] { EXPECT_FALSE(section.TryEnter()); });
+  other.join();
+  section.Leave();
+}
