@@ -76,17 +76,17 @@ TEST(ZoFileStreamRead, PrimitivesAreServedFromTheBuffer) {
   std::string path = temp.WriteFile("ints.bin", content);
   IoRecorder recorder;
   ZoFileStream stream(ZoString(path.c_str()), ZoFileRead, true);
-  int32_t value = 0;
-  int32_t sum = 0;
+  uint32_t value = 0;
+  uint32_t sum = 0;
   for (int i = 0; i < 1025; ++i) {
     stream >> value;
     sum += value;
   }
   EXPECT_EQ(stream.Status(), ZoStreamOk);
   EXPECT_EQ(recorder.Results(ZoIoEvent::Read, stream.GetHandle()).size(), 3u);
-  int32_t expected = 0;
+  uint32_t expected = 0;
   for (size_t i = 0; i < 4100; i += 4) {
-    int32_t v;
+    uint32_t v;
     std::memcpy(&v, &content[i], 4);
     expected += v;
   }
