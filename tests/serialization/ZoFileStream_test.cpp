@@ -349,3 +349,28 @@ TEST(ZoFileStreamPool, BuffersAreRecycled) {
     ASSERT_EQ(stream.Status(), ZoStreamOk);
   }
 }
+
+TEST(ZoFileStreamWrite, FailedPlatformWriteRefusesLaterWritesAndKeepsPendingBytes) {
+  if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full here";
+  ZoFileStream stream(ZoString("/dev/full"), ZoFileWrite, true);
+  ASSERT_EQ(stream.Status(), ZoStreamOk);
+  Bytes block = Counting(2049);
+  EXPECT_EQ(stream.WriteBytes(2049, block.data()), ZoStreamWriteError);
+  IoRecorder recorder;
+  EXPECT_EQ((stream << int32_t{1}).Status(), ZoStreamWriteError);
+  EXPECT_TRUE(recorder.events().empty());  // refused without touching the file
+  EXPECT_EQ(stream.Flush(), ZoStreamWriteError);  // the device is still full
+}
+
+TEST(ZoFileStreamWrite, SuccessfulFlushClearsAWriteError) {
+  TempFolder temp;
+  std::string path = temp / "clear.bin";
+  ZoFileStream stream(ZoString(path.c_str()), ZoFileWrite, true);
+  stream << int32_t{1};
+  stream.SetStatus(ZoStreamWriteError);
+  EXPECT_EQ((stream << int32_t{2}).Status(), ZoStreamWriteError);
+  EXPECT_EQ(stream.Flush(), ZoStreamOk);  // the 4 pending bytes reach the file
+  EXPECT_EQ((stream << int32_t{3}).Status(), ZoStreamOk);
+  stream.Flush();
+  EXPECT_EQ(temp.ReadFile("clear.bin"), (Bytes{1, 0, 0, 0, 3, 0, 0, 0}));
+}
