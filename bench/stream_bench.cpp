@@ -36,25 +36,26 @@ std::vector<char>& Destination() {
   return bytes;
 }
 
-std::string const& TempFile() {
-  static std::string path = [] {
-    char pattern[] = "/tmp/zoactor-bench-XXXXXX";
-    int fd = ::mkstemp(pattern);
+// The 64 MiB input file, made on first use and removed at exit.
+char gTempPath[64] = "";
+
+void RemoveTempFiles() {
+  static char const* const suffixes[] = {"", ".out", ".mix"};
+  for (char const* suffix : suffixes) ::unlink((std::string(gTempPath) + suffix).c_str());
+}
+
+std::string TempFile() {
+  if (gTempPath[0] == '\0') {
+    std::strcpy(gTempPath, "/tmp/zoactor-bench-XXXXXX");
+    int fd = ::mkstemp(gTempPath);
     std::vector<char>& source = Source();
     size_t done = 0;
     while (done < kTotal) done += static_cast<size_t>(::write(fd, source.data() + done, kTotal - done));
     ::close(fd);
-    return std::string(pattern);
-  }();
-  return path;
-}
-
-struct RemoveTempFiles {
-  ~RemoveTempFiles() {
-    ::unlink(TempFile().c_str());
-    ::unlink((TempFile() + ".out").c_str());
+    std::atexit(RemoveTempFiles);
   }
-} gRemove;
+  return gTempPath;
+}
 
 void Finish(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(kTotal));
