@@ -20,6 +20,14 @@
 #include <zoactor/foundation/ZoPlatform.h>
 #include <zoactor/foundation/ZoString.h>
 #include <zoactor/foundation/ZoStringList.h>
+#include <zoactor/foundation/ZoMath.h>
+#include <zoactor/foundation/ZoMatrix3.h>
+#include <zoactor/foundation/ZoRotation3.h>
+#include <zoactor/foundation/ZoTransform2.h>
+#include <zoactor/foundation/ZoTransform3.h>
+#include <zoactor/foundation/ZoVector2.h>
+#include <zoactor/foundation/ZoVector3.h>
+#include <zoactor/foundation/ZoXformMatrix3.h>
 
 // Serialization: streams, framing, the type-code registry, the chunked container.
 #include <zoactor/serialization/ZoFile.h>

@@ -1,0 +1,360 @@
+// Vectors, rotations, transforms and matrices against Eigen as an independent
+// oracle, on many random inputs with fixed seeds.
+//
+// Tolerances: the library computes in single precision, Eigen here in double
+// from the same float inputs. Compositions and rotated vectors of unit
+// quantities agree within 1e-5; slerp within 2e-5 (acos/sin in float near
+// small angles); Euler round trips are compared as rotations (1e-4: asin
+// loses precision near ±π/2); eigenvectors of well-separated eigenvalues
+// within 1e-4 after matching signs.
+#include <zoactor/foundation/ZoMath.h>
+#include <zoactor/foundation/ZoMatrix3.h>
+#include <zoactor/foundation/ZoRotation3.h>
+#include <zoactor/foundation/ZoTransform2.h>
+#include <zoactor/foundation/ZoTransform3.h>
+#include <zoactor/foundation/ZoVector2.h>
+#include <zoactor/foundation/ZoVector3.h>
+#include <zoactor/foundation/ZoXformMatrix3.h>
+
+#include <Eigen/Dense>
+#include <Eigen/Geometry>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+namespace {
+
+using Quat = Eigen::Quaterniond;
+using Vec = Eigen::Vector3d;
+
+class Random {
+ public:
+  explicit Random(unsigned seed) : engine(seed) {}
+  float Uniform(float lo, float hi) { return std::uniform_real_distribution<float>(lo, hi)(engine); }
+  ZoVector3 Vector(float range = 10.0f) {
+    return {Uniform(-range, range), Uniform(-range, range), Uniform(-range, range)};
+  }
+  ZoRotation3 Rotation() {
+    ZoRotation3 q(Uniform(-1, 1), Uniform(-1, 1), Uniform(-1, 1), Uniform(-1, 1));
+    q.normalize();
+    return q;
+  }
+  ZoTransform3 Transform() { return {Vector(), Rotation()}; }
+
+ private:
+  std::mt19937 engine;
+};
+
+Quat ToEigen(ZoRotation3 const& q) { return Quat(q.w, q.x, q.y, q.z); }
+Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
+Eigen::Isometry3d ToEigen(ZoTransform3 const& t) {
+  Eigen::Isometry3d iso = Eigen::Isometry3d::Identity();
+  iso.linear() = ToEigen(t.rotation).toRotationMatrix();
+  iso.translation() = ToEigen(t.translation);
+  return iso;
+}
+
+// q and −q are the same rotation.
+double RotationDistance(ZoRotation3 const& a, Quat const& b) {
+  Quat qa = ToEigen(a);
+  return std::min((qa.coeffs() - b.coeffs()).norm(), (qa.coeffs() + b.coeffs()).norm());
+}
+
+double Distance(ZoVector3 const& a, Vec const& b) { return (ToEigen(a) - b).norm(); }
+
+}  // namespace
+
+TEST(ZoLinearAlgebraLayout, TransformStreamsAsTranslationThenScalarFirstRotation) {
+  ZoTransform3 t({1, 2, 3}, {4, 5, 6, 7});
+  float raw[7];
+  std::memcpy(raw, &t, sizeof t);
+  EXPECT_EQ(sizeof t, 28u);
+  for (int i = 0; i < 7; ++i) EXPECT_EQ(raw[i], static_cast<float>(i + 1));
+  EXPECT_EQ(ZoTransform3(), ZoTransform3::identity());
+  EXPECT_EQ(ZoRotation3(), ZoRotation3(1, 0, 0, 0));
+}
+
+TEST(ZoLinearAlgebraVectors, ArithmeticAndBezierEnds) {
+  ZoVector3 a(1, 2, 3), b(-4, 5, 0.5f);
+  EXPECT_EQ(a + b, ZoVector3(-3, 7, 3.5f));
+  EXPECT_FLOAT_EQ(a.dot(b), -4 + 10 + 1.5f);
+  EXPECT_EQ(a.cross(b), ZoVector3(2 * 0.5f - 3 * 5, 3 * -4 - 1 * 0.5f, 1 * 5 - 2 * -4));
+  ZoVector3 product = a;
+  product *= b;
+  EXPECT_EQ(product, ZoVector3(-4, 10, 1.5f));
+  EXPECT_EQ(a.square(), ZoVector3(1, 4, 9));
+  ZoVector3 zero;
+  zero.normalize();
+  EXPECT_EQ(zero, ZoVector3());
+  ZoVector3 n;
+  n.NormalizeCross(ZoVector3(2, 0, 0), ZoVector3(0, 3, 0));
+  EXPECT_EQ(n, ZoVector3(0, 0, 1));
+
+  Random random(11);
+  for (int i = 0; i < 500; ++i) {
+    ZoVector3 p0 = random.Vector(), p1 = random.Vector(), p2 = random.Vector(), p3 = random.Vector();
+    float u = random.Uniform(0, 1);
+    ZoVector3 point;
+    point.interpolate(p0, p1, p2, p3, u);
+    // de Casteljau with Eigen.
+    auto lerp = [u](Vec const& x, Vec const& y) { return Vec(x + (y - x) * u); };
+    Vec e01 = lerp(ToEigen(p0), ToEigen(p1)), e12 = lerp(ToEigen(p1), ToEigen(p2)), e23 = lerp(ToEigen(p2), ToEigen(p3));
+    Vec expected = lerp(lerp(e01, e12), lerp(e12, e23));
+    ASSERT_LT(Distance(point, expected), 1e-4);
+  }
+  ZoVector3 start, end;
+  start.interpolate(a, b, b, ZoVector3(9, 9, 9), 0.0f);
+  end.interpolate(a, b, b, ZoVector3(9, 9, 9), 1.0f);
+  EXPECT_EQ(start, a);
+  EXPECT_EQ(end, ZoVector3(9, 9, 9));
+}
+
+TEST(ZoLinearAlgebraRotations, CompositionAndRotatedVectorsMatchEigen) {
+  Random random(1);
+  for (int i = 0; i < 5000; ++i) {
+    ZoRotation3 a = random.Rotation(), b = random.Rotation();
+    ZoVector3 v = random.Vector();
+    ASSERT_LT(RotationDistance(a * b, ToEigen(a) * ToEigen(b)), 1e-5);
+    ASSERT_LT(Distance(a * v, ToEigen(a) * ToEigen(v)), 1e-4);
+    // a * b applies b first.
+    ASSERT_LT(Distance((a * b) * v, ToEigen(a) * (ToEigen(b) * ToEigen(v))), 1e-4);
+    ASSERT_LT(Distance((~a) * (a * v), ToEigen(v)), 1e-4);
+  }
+}
+
+TEST(ZoLinearAlgebraRotations, AxisAngleAndFromTo) {
+  Random random(2);
+  for (int i = 0; i < 2000; ++i) {
+    ZoVector3 axis = random.Vector().unit();
+    float angle = random.Uniform(-6.0f, 6.0f);
+    ZoRotation3 q;
+    q.setValue(angle, axis);
+    ASSERT_LT(RotationDistance(q, Quat(Eigen::AngleAxisd(angle, ToEigen(axis)))), 1e-5);
+
+    ZoVector3 from = random.Vector(), to = random.Vector();
+    ZoRotation3 turn;
+    turn.setValue(from, to);
+    ASSERT_LT(Distance(turn * from.unit(), ToEigen(to.unit())), 1e-4);
+    ASSERT_LT(RotationDistance(turn, Quat::FromTwoVectors(ToEigen(from), ToEigen(to))), 1e-4);
+  }
+  ZoRotation3 same;
+  same.setValue(ZoVector3(1, 1, 0), ZoVector3(2, 2, 0));
+  EXPECT_EQ(same, ZoRotation3());
+  for (ZoVector3 from : {ZoVector3(1, 0, 0), ZoVector3(0, 0, -3), ZoVector3(0.3f, -0.2f, 0.9f)}) {
+    ZoRotation3 half;
+    half.setValue(from, -from);
+    EXPECT_LT(Distance(half * from.unit(), -ToEigen(from.unit())), 1e-5);
+    EXPECT_NEAR(half.w, 0.0f, 1e-6f);  // a half turn
+  }
+}
+
+TEST(ZoLinearAlgebraRotations, SlerpMatchesEigenIncludingNearAndOppositeInputs) {
+  Random random(3);
+  for (int i = 0; i < 5000; ++i) {
+    ZoRotation3 a = random.Rotation();
+    ZoRotation3 b;
+    switch (i % 4) {
+      case 0: b = random.Rotation(); break;
+      case 1: {  // nearly equal
+        ZoRotation3 small;
+        small.setValue(random.Uniform(-1e-3f, 1e-3f), random.Vector().unit());
+        b = a * small;
+        break;
+      }
+      case 2: b = a * -1.0f; break;  // the same rotation, other sign
+      default: {
+        b = random.Rotation() * -1.0f;
+        break;
+      }
+    }
+    float u = random.Uniform(0, 1);
+    ZoRotation3 mine;
+    mine.interpolate(a, b, u, 0);
+    Quat expected = ToEigen(a).slerp(u, ToEigen(b));  // Eigen takes the shorter arc too
+    ASSERT_LT(RotationDistance(mine, expected), 2e-5) << i;
+    ASSERT_NEAR(mine.dot(mine), 1.0f, 1e-5f);
+  }
+  ZoRotation3 a = random.Rotation(), b = random.Rotation(), end;
+  end.interpolate(a, b, 0.0f, 0);
+  EXPECT_LT(RotationDistance(end, ToEigen(a)), 1e-6);
+  end.interpolate(a, b, 1.0f, 0);
+  EXPECT_LT(RotationDistance(end, ToEigen(b)), 1e-6);
+  end.interpolate(a, a, 0.5f, 0);
+  EXPECT_LT(RotationDistance(end, ToEigen(a)), 1e-6);
+}
+
+TEST(ZoLinearAlgebraRotations, BisectAndLeap) {
+  Random random(4);
+  for (int i = 0; i < 1000; ++i) {
+    ZoRotation3 a = random.Rotation(), b = random.Rotation();
+    if (a.dot(b) < 0) b = b * -1.0f;
+    ZoRotation3 half, reflected;
+    half.bisect(a, b);
+    ASSERT_LT(RotationDistance(half, ToEigen(a).slerp(0.5, ToEigen(b))), 1e-5);
+    reflected.leap(a, b);
+    // Reflecting a through b goes as far past b as a is before it.
+    ASSERT_LT(RotationDistance(reflected, ToEigen(a).slerp(2.0, ToEigen(b))), 1e-4);
+  }
+}
+
+TEST(ZoLinearAlgebraRotations, EulerAnglesAreRzRyRxAndRoundTrip) {
+  Random random(5);
+  for (int i = 0; i < 5000; ++i) {
+    float x = random.Uniform(-ZoMath::PI, ZoMath::PI);
+    float y = random.Uniform(-ZoMath::HALF_PI, ZoMath::HALF_PI);
+    float z = random.Uniform(-ZoMath::PI, ZoMath::PI);
+    if (i % 10 == 0) y = (i % 20 == 0 ? 1.0f : -1.0f) * ZoMath::HALF_PI;  // gimbal lock
+    ZoRotation3 q;
+    q.setEuler(x, y, z);
+    Quat expected = Eigen::AngleAxisd(z, Vec::UnitZ()) * Eigen::AngleAxisd(y, Vec::UnitY()) *
+                    Eigen::AngleAxisd(x, Vec::UnitX());
+    ASSERT_LT(RotationDistance(q, expected), 1e-5);
+    float ex, ey, ez;
+    q.getEuler(ex, ey, ez);
+    ASSERT_GE(ey, -ZoMath::HALF_PI);
+    ASSERT_LE(ey, ZoMath::HALF_PI);
+    ZoRotation3 again;
+    again.setEuler(ex, ey, ez);
+    ASSERT_LT(RotationDistance(again, expected), 1e-4) << x << " " << y << " " << z;
+  }
+}
+
+TEST(ZoLinearAlgebraTransforms, CompositionInverseAndPointsMatchEigen) {
+  Random random(6);
+  for (int i = 0; i < 5000; ++i) {
+    ZoTransform3 a = random.Transform(), b = random.Transform();
+    ZoVector3 p = random.Vector();
+    Eigen::Isometry3d ea = ToEigen(a), eb = ToEigen(b);
+    ASSERT_LT(Distance(a * p, ea * ToEigen(p)), 1e-4);
+    ASSERT_LT(Distance((a * b) * p, ea * (eb * ToEigen(p))), 1e-4);
+    ASSERT_LT(Distance((~a) * p, ea.inverse() * ToEigen(p)), 1e-4);
+    ZoTransform3 composed;
+    composed.Multiply(a, b);
+    ASSERT_EQ(composed, a * b);
+    composed.Multiply(composed, b);  // aliasing the result
+    ASSERT_LT(Distance(composed * p, ea * (eb * (eb * ToEigen(p)))), 2e-4);
+    ZoVector3 moved = p;
+    moved.Premultiply(a);
+    ASSERT_EQ(moved, a * p);
+  }
+}
+
+TEST(ZoLinearAlgebraTransforms, InterpolationEndsAndBezierRotations) {
+  Random random(7);
+  for (int i = 0; i < 500; ++i) {
+    ZoTransform3 a = random.Transform(), b = random.Transform(), c = random.Transform(), d = random.Transform();
+    ZoTransform3 t;
+    t.interpolate(a, d, 0.0f);
+    ASSERT_LT(Distance(t.translation, ToEigen(a.translation)), 1e-5);
+    ASSERT_LT(RotationDistance(t.rotation, ToEigen(a.rotation)), 1e-6);
+    float u = random.Uniform(0, 1);
+    t.interpolate(a, b, c, d, u);
+    // de Casteljau with Eigen's slerp.
+    auto s = [u](Quat const& x, Quat const& y) { return x.slerp(u, y); };
+    Quat ab = s(ToEigen(a.rotation), ToEigen(b.rotation)), bc = s(ToEigen(b.rotation), ToEigen(c.rotation)),
+         cd = s(ToEigen(c.rotation), ToEigen(d.rotation));
+    ASSERT_LT(RotationDistance(t.rotation, s(s(ab, bc), s(bc, cd))), 5e-5);
+    ZoTransform3 end;
+    end.interpolate(a, b, c, d, 1.0f);
+    ASSERT_LT(RotationDistance(end.rotation, ToEigen(d.rotation)), 1e-5);
+    ASSERT_LT(Distance(end.translation, ToEigen(d.translation)), 1e-5);
+  }
+}
+
+TEST(ZoLinearAlgebraMatrices, XformMatrixAgreesWithTheRotationItWasMadeFrom) {
+  Random random(8);
+  for (int i = 0; i < 2000; ++i) {
+    ZoTransform3 t = random.Transform();
+    ZoXformMatrix3 m;
+    m.setValue(t.rotation, t.translation);
+    ZoVector3 p = random.Vector();
+    ASSERT_LT(Distance(m * p, ToEigen(t) * ToEigen(p)), 1e-4);
+    ASSERT_LT(Distance((~m) * p, ToEigen(t).inverse() * ToEigen(p)), 1e-4);
+    ASSERT_LT(RotationDistance(m.getRotation(), ToEigen(t.rotation)), 1e-5);
+    ZoTransform3 back(m);
+    ASSERT_LT(Distance(back * p, ToEigen(t) * ToEigen(p)), 1e-4);
+    ASSERT_NEAR(m.determinant(), 1.0f, 1e-5f);
+    float ex, ey, ez, qx, qy, qz;
+    m.getEuler(ex, ey, ez);
+    t.rotation.getEuler(qx, qy, qz);
+    ASSERT_NEAR(ex, qx, 1e-5f);
+  }
+}
+
+TEST(ZoLinearAlgebraMatrices, PrincipalAxesOfRandomSymmetricMatricesMatchEigen) {
+  Random random(9);
+  for (int i = 0; i < 2000; ++i) {
+    // A symmetric matrix with well separated eigenvalues: R diag(l) Rᵀ.
+    ZoRotation3 r = random.Rotation();
+    double l[3] = {random.Uniform(10, 20), random.Uniform(4, 8), random.Uniform(-3, 2)};
+    Eigen::Matrix3d er = ToEigen(r).toRotationMatrix();
+    Eigen::Matrix3d sym = er * Eigen::Vector3d(l[0], l[1], l[2]).asDiagonal() * er.transpose();
+    ZoMatrix3 m;
+    for (int row = 0; row < 3; ++row)
+      for (int col = 0; col < 3; ++col) m(row, col) = static_cast<float>(sym(row, col));
+    ZoXformMatrix3 axes;
+    ZoVector3 values;
+    m.principalAxis(axes, values);
+    Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(sym);
+    ASSERT_NEAR(values.x, solver.eigenvalues()(2), 1e-4);
+    ASSERT_NEAR(values.y, solver.eigenvalues()(1), 1e-4);
+    ASSERT_NEAR(values.z, solver.eigenvalues()(0), 1e-4);
+    ASSERT_NEAR(axes.determinant(), 1.0f, 1e-5f);
+    for (int column = 0; column < 3; ++column) {
+      Vec mine = ToEigen(axes.getColumn(column));
+      Vec theirs = solver.eigenvectors().col(2 - column);  // Eigen sorts ascending
+      ASSERT_LT(std::min((mine - theirs).norm(), (mine + theirs).norm()), 1e-4) << i << " column " << column;
+    }
+  }
+}
+
+TEST(ZoLinearAlgebraMatrices, PrincipalAxesOfDegenerateMatrices) {
+  ZoXformMatrix3 axes;
+  ZoVector3 values;
+  ZoMatrix3().principalAxis(axes, values);
+  EXPECT_EQ(values, ZoVector3());
+  EXPECT_NEAR(axes.determinant(), 1.0f, 1e-6f);
+
+  ZoMatrix3 diagonal;
+  diagonal(0, 0) = 1;
+  diagonal(1, 1) = 5;
+  diagonal(2, 2) = 3;
+  diagonal.principalAxis(axes, values);
+  EXPECT_EQ(values, ZoVector3(5, 3, 1));
+  EXPECT_EQ(std::fabs(axes.getColumn(0).y), 1.0f);
+  EXPECT_EQ(std::fabs(axes.getColumn(1).z), 1.0f);
+  EXPECT_NEAR(axes.determinant(), 1.0f, 1e-6f);
+
+  // Two equal eigenvalues: any orthonormal basis of their plane will do.
+  Random random(10);
+  for (int i = 0; i < 200; ++i) {
+    ZoRotation3 r = random.Rotation();
+    Eigen::Matrix3d er = ToEigen(r).toRotationMatrix();
+    Eigen::Matrix3d sym = er * Eigen::Vector3d(4, 4, 1).asDiagonal() * er.transpose();
+    ZoMatrix3 m;
+    for (int row = 0; row < 3; ++row)
+      for (int col = 0; col < 3; ++col) m(row, col) = static_cast<float>(sym(row, col));
+    m.principalAxis(axes, values);
+    Eigen::Matrix3d rebuilt;
+    for (int row = 0; row < 3; ++row)
+      for (int col = 0; col < 3; ++col) rebuilt(row, col) = axes.m[row][col];
+    Eigen::Matrix3d diag = rebuilt.transpose() * sym * rebuilt;
+    ASSERT_NEAR(diag(0, 0), 4, 1e-4);
+    ASSERT_NEAR(diag(1, 1), 4, 1e-4);
+    ASSERT_NEAR(diag(2, 2), 1, 1e-4);
+    ASSERT_NEAR(std::fabs(diag(0, 1)) + std::fabs(diag(0, 2)) + std::fabs(diag(1, 2)), 0, 1e-4);
+    ASSERT_NEAR(axes.determinant(), 1.0f, 1e-5f);
+  }
+}
+
+TEST(ZoLinearAlgebraSmallTypes, Vector2AndTransform2) {
+  ZoVector2 a(3, 4);
+  EXPECT_EQ(a.length(), 5.0f);
+  EXPECT_EQ(a - ZoVector2(1, 1), ZoVector2(2, 3));
+  EXPECT_EQ(ZoTransform2(1, 2, 3), ZoTransform2(1, 2, 3));
+  EXPECT_NE(ZoTransform2(1, 2, 3), ZoTransform2(1, 2, 0));
+  EXPECT_EQ(ZoMath::sqrt(16.0f), 4.0f);
+  EXPECT_EQ(ZoMath::sqrt(-1e-9f), 0.0f);
+}
