@@ -43,4 +43,12 @@
 #include <zoactor/serialization/ZoStreamObject.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
+// Values: typed values, properties, render attributes.
+
+// Geometry: triangle sets, bounding volumes, collision models, queries, shapes.
+
+// Animation: keyframes, joint keyframes, skills, splines, sequences.
+
+// Actor: trees, proto nodes, actors, joint limits, the prototype database.
+
 #endif

@@ -3,8 +3,9 @@
 
 #include <zoactor/zoactor.h>
 
+namespace {
+
 bool DemoFoundation(std::FILE* out) {
-  std::fprintf(out, "\n== foundation ==\n");
   bool ok = true;
 
   ZoString path("C:\\Actors\\Hero/Skills\\Walk.skl");
@@ -37,8 +38,28 @@ bool DemoFoundation(std::FILE* out) {
   std::fprintf(out, "dictionary of %d names: RUN -> %s\n", table.GetCount(), found != nullptr ? found->c_str() : "(none)");
   ok = ok && found != nullptr && *found == "Run";
 
+  // A joint turned 90 degrees about z, then moved: where does a point go?
+  ZoRotation3 quarter;
+  quarter.setValue(ZoMath::HALF_PI, ZoVector3(0, 0, 1));
+  ZoTransform3 joint(ZoVector3(1, 0, 0), quarter);
+  ZoVector3 moved = joint * ZoVector3(1, 0, 0);
+  float ex, ey, ez;
+  joint.rotation.getEuler(ex, ey, ez);
+  std::fprintf(out, "joint (quarter turn about z, then +x) maps (1,0,0) to (%.3f, %.3f, %.3f); Euler z %.3f rad\n",
+               static_cast<double>(moved.x), static_cast<double>(moved.y), static_cast<double>(moved.z),
+               static_cast<double>(ez));
+  ZoRotation3 halfway;
+  halfway.interpolate(ZoRotation3(), quarter, 0.5f, 0);
+  std::fprintf(out, "halfway rotation (w x y z): %.4f %.4f %.4f %.4f\n", static_cast<double>(halfway.w),
+               static_cast<double>(halfway.x), static_cast<double>(halfway.y), static_cast<double>(halfway.z));
+  ok = ok && (moved - ZoVector3(1, 1, 0)).length() < 1e-5f;
+
   ZoString formatted;
   formatted.Format("%d skills, rate %f", skills.GetCount(), 33.0);
   std::fprintf(out, "Format: %s\n", formatted.c_str());
   return ok;
 }
+
+}  // namespace
+
+ZO_DEMO_SECTION(10, "foundation", DemoFoundation);

@@ -17,8 +17,9 @@ void PrintBytes(std::FILE* out, char const* label, char const* bytes, int32_t le
 
 }  // namespace
 
+namespace {
+
 bool DemoSerialization(std::FILE* out) {
-  std::fprintf(out, "\n== serialization ==\n");
   bool ok = true;
 
   ZoMemoryStream stream;
@@ -71,3 +72,7 @@ bool DemoSerialization(std::FILE* out) {
   ZoPlatform::DeleteFolder(ZoString(folder));
   return ok;
 }
+
+}  // namespace
+
+ZO_DEMO_SECTION(20, "serialization", DemoSerialization);

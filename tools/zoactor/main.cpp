@@ -20,9 +20,7 @@ int Usage(std::FILE* out) {
 
 int RunDemo() {
   std::printf("ZoActorLib %s: built-in demonstration\n", ZoActorVersion());
-  bool ok = true;
-  ok = DemoFoundation(stdout) && ok;
-  ok = DemoSerialization(stdout) && ok;
+  bool ok = ZoRunDemoSections(stdout);
   std::printf("\ndemo %s\n", ok ? "completed" : "FAILED");
   return ok ? 0 : 1;
 }
