@@ -78,6 +78,19 @@ ZoHashEntry* ZoHashTable::Unlink(void const* key, uint32_t hash) {
   return nullptr;
 }
 
+void* ZoHashTable::FindData(void const* key, uint32_t hash) const {
+  ZoHashEntry* entry = Search(key, hash);
+  return entry != nullptr ? GetData(entry) : nullptr;
+}
+
+void* ZoHashTable::RemoveData(void const* key, uint32_t hash) {
+  ZoHashEntry* entry = Unlink(key, hash);
+  if (entry == nullptr) return nullptr;
+  void* datum = GetData(entry);
+  DeleteDataItem(entry);
+  return datum;
+}
+
 void ZoHashTable::Iterate(ZoCallBack& callBack) const {
   for (int32_t b = 0; b < bucketCount; ++b)
     for (ZoHashEntry* entry = buckets[b]; entry != nullptr; entry = entry->next)
@@ -131,18 +144,9 @@ void* ZoDictionary::Add(ZoString const& key, void* datum) {
   return datum;
 }
 
-void* ZoDictionary::Find(ZoString const& key) const {
-  ZoHashEntry* entry = Search(&key, HashKey(key));
-  return entry != nullptr ? GetData(entry) : nullptr;
-}
+void* ZoDictionary::Find(ZoString const& key) const { return FindData(&key, HashKey(key)); }
 
-void* ZoDictionary::Delete(ZoString const& key) {
-  ZoHashEntry* entry = Unlink(&key, HashKey(key));
-  if (entry == nullptr) return nullptr;
-  void* datum = GetData(entry);
-  DeleteDataItem(entry);
-  return datum;
-}
+void* ZoDictionary::Delete(ZoString const& key) { return RemoveData(&key, HashKey(key)); }
 
 void* ZoDictionary::Replace(ZoString const& key, void* datum) {
   ZoHashEntry* entry = Search(&key, HashKey(key));
@@ -185,15 +189,6 @@ void* ZoIndex::Add(uint32_t key, void* datum) {
   return datum;
 }
 
-void* ZoIndex::Find(uint32_t key) const {
-  ZoHashEntry* entry = Search(&key, HashKey(key));
-  return entry != nullptr ? GetData(entry) : nullptr;
-}
+void* ZoIndex::Find(uint32_t key) const { return FindData(&key, HashKey(key)); }
 
-void* ZoIndex::Delete(uint32_t key) {
-  ZoHashEntry* entry = Unlink(&key, HashKey(key));
-  if (entry == nullptr) return nullptr;
-  void* datum = GetData(entry);
-  DeleteDataItem(entry);
-  return datum;
-}
+void* ZoIndex::Delete(uint32_t key) { return RemoveData(&key, HashKey(key)); }

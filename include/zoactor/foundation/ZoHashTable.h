@@ -60,6 +60,10 @@ class ZOACTOR_API ZoHashTable {
   void Insert(ZoHashEntry* entry);
   // Unlinks the entry holding `key` and returns it, or null.
   ZoHashEntry* Unlink(void const* key, uint32_t hash);
+  // The datum stored under `key`, or null.
+  void* FindData(void const* key, uint32_t hash) const;
+  // Removes the entry holding `key` and returns its datum, or null.
+  void* RemoveData(void const* key, uint32_t hash);
 
  private:
   void Rehash(int32_t newBucketCount);
