@@ -5,32 +5,52 @@
 #include <cmath>
 
 void ZoRotation3::setValue(ZoVector3 const& from, ZoVector3 const& to) {
-  ZoVector3 a = from.unit();
-  ZoVector3 b = to.unit();
-  if (a.lengthSquared() == 0.0f || b.lengthSquared() == 0.0f) {
+  // In double precision the products of the float inputs are exact, so the
+  // cross product keeps its direction even when the directions are nearly
+  // parallel or nearly opposite, where it is tiny. The angle comes from
+  // atan2(|a × b|, a · b), which is accurate over the whole range, unlike
+  // acos near 0 and π or the half-angle form (1 + cos θ, a × b) near π. No
+  // normalisation of the inputs is needed: both arguments of atan2 scale alike.
+  double ax = from.x, ay = from.y, az = from.z;
+  double bx = to.x, by = to.y, bz = to.z;
+  double lengths = std::sqrt((ax * ax + ay * ay + az * az) * (bx * bx + by * by + bz * bz));
+  if (!(lengths > 0.0)) {
     *this = ZoRotation3();
     return;
   }
-  float cosine = a.dot(b);
-  if (cosine >= 1.0f - 1e-7f) {
-    *this = ZoRotation3();
+  double cx = ay * bz - az * by, cy = az * bx - ax * bz, cz = ax * by - ay * bx;
+  double sine = std::sqrt(cx * cx + cy * cy + cz * cz);
+  double cosine = ax * bx + ay * by + az * bz;
+  if (sine <= 1e-12 * lengths) {
+    if (cosine > 0.0) {  // parallel
+      *this = ZoRotation3();
+      return;
+    }
+    // Opposite: a half turn about an axis perpendicular to `from`, the cross
+    // product with the coordinate axis `from` is least aligned with.
+    double fx = std::fabs(ax), fy = std::fabs(ay), fz = std::fabs(az);
+    if (fx <= fy && fx <= fz) {  // from × (1, 0, 0)
+      cx = 0.0;
+      cy = az;
+      cz = -ay;
+    } else if (fy <= fz) {  // from × (0, 1, 0)
+      cx = -az;
+      cy = 0.0;
+      cz = ax;
+    } else {  // from × (0, 0, 1)
+      cx = ay;
+      cy = -ax;
+      cz = 0.0;
+    }
+    double length = std::sqrt(cx * cx + cy * cy + cz * cz);
+    *this = {0.0f, static_cast<float>(cx / length), static_cast<float>(cy / length),
+             static_cast<float>(cz / length)};
     return;
   }
-  if (cosine <= -1.0f + 1e-6f) {
-    // A half turn about any axis perpendicular to `from`: cross it with the
-    // coordinate axis it is least aligned with.
-    ZoVector3 other = std::fabs(a.x) < 0.6f ? ZoVector3(1, 0, 0)
-                      : std::fabs(a.y) < 0.6f ? ZoVector3(0, 1, 0)
-                                               : ZoVector3(0, 0, 1);
-    ZoVector3 axis = a.cross(other).unit();
-    *this = {0.0f, axis.x, axis.y, axis.z};
-    return;
-  }
-  // The half-angle form: (1 + cos θ, a × b), normalised, is the rotation by θ.
-  ZoVector3 c = a.cross(b);
-  float s = std::sqrt((1.0f + cosine) * 2.0f);
-  *this = {s * 0.5f, c.x / s, c.y / s, c.z / s};
-  normalize();
+  double half = 0.5 * std::atan2(sine, cosine);
+  double scale = std::sin(half) / sine;
+  *this = {static_cast<float>(std::cos(half)), static_cast<float>(cx * scale), static_cast<float>(cy * scale),
+           static_cast<float>(cz * scale)};
 }
 
 void ZoRotation3::setEuler(float ax, float ay, float az) {

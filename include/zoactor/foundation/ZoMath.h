@@ -7,6 +7,7 @@
 #include <cmath>
 
 struct ZOACTOR_API ZoMath {
+  // π, π/2 and 2π in single precision.
   static constexpr float PI = 3.14159265358979323846f;
   static constexpr float HALF_PI = PI / 2.0f;
   static constexpr float TWO_PI = PI * 2.0f;

@@ -13,8 +13,10 @@ class ZOACTOR_API ZoMatrix3 {
   // m[row][column].
   float m[3][3] = {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}};
 
+  // The zero matrix.
   ZoMatrix3() = default;
 
+  // The element at `row`, `column` (0 to 2, not checked).
   float& operator()(int row, int column) { return m[row][column]; }
   float operator()(int row, int column) const { return m[row][column]; }
 

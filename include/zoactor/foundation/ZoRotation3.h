@@ -17,7 +17,9 @@ class ZOACTOR_API ZoRotation3 {
   float y = 0.0f;
   float z = 0.0f;
 
+  // The identity.
   ZoRotation3() = default;
+  // The quaternion (w, x, y, z) as given; it is not normalised.
   ZoRotation3(float pw, float px, float py, float pz) : w(pw), x(px), y(py), z(pz) {}
 
   // The rotation by `angle` radians about the unit `axis` (right-handed).

@@ -11,9 +11,11 @@ class ZOACTOR_API ZoTransform2 {
   float y = 0.0f;
   float angle = 0.0f;
 
+  // All three zero.
   ZoTransform2() = default;
   ZoTransform2(float px, float py, float pangle) : x(px), y(py), angle(pangle) {}
 
+  // Exact equality of the three floats.
   bool operator==(ZoTransform2 const& t) const { return x == t.x && y == t.y && angle == t.angle; }
   bool operator!=(ZoTransform2 const& t) const { return !(*this == t); }
 };

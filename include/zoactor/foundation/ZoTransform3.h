@@ -18,11 +18,14 @@ class ZOACTOR_API ZoTransform3 {
   ZoVector3 translation;
   ZoRotation3 rotation;
 
+  // The identity.
   ZoTransform3() = default;
+  // Rotation r followed by translation t.
   ZoTransform3(ZoVector3 const& t, ZoRotation3 const& r) : translation(t), rotation(r) {}
   // The transform of a rotation-and-translation matrix (rotation normalised).
   explicit ZoTransform3(ZoXformMatrix3 const& matrix);
 
+  // The identity transform.
   static ZoTransform3 identity() { return ZoTransform3(); }
 
   // The inverse (assuming a unit rotation).
@@ -36,6 +39,7 @@ class ZOACTOR_API ZoTransform3 {
   }
   // The transformed point.
   ZoVector3 operator*(ZoVector3 const& p) const { return rotation * p + translation; }
+  // Exact equality of all seven floats.
   bool operator==(ZoTransform3 const& o) const { return translation == o.translation && rotation == o.rotation; }
   bool operator!=(ZoTransform3 const& o) const { return !(*this == o); }
 

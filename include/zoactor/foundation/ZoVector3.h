@@ -15,9 +15,12 @@ class ZOACTOR_API ZoVector3 {
   float y = 0.0f;
   float z = 0.0f;
 
+  // The zero vector.
   ZoVector3() = default;
   ZoVector3(float px, float py, float pz) : x(px), y(py), z(pz) {}
 
+  // Component-wise sums and differences, negation, and scaling by a scalar.
+  // Dividing by zero gives infinities or NaNs as float division does.
   ZoVector3 operator+(ZoVector3 const& v) const { return {x + v.x, y + v.y, z + v.z}; }
   ZoVector3 operator-(ZoVector3 const& v) const { return {x - v.x, y - v.y, z - v.z}; }
   ZoVector3 operator-() const { return {-x, -y, -z}; }
@@ -33,8 +36,11 @@ class ZOACTOR_API ZoVector3 {
   bool operator==(ZoVector3 const& v) const { return x == v.x && y == v.y && z == v.z; }
   bool operator!=(ZoVector3 const& v) const { return !(*this == v); }
 
+  // The dot product.
   float dot(ZoVector3 const& v) const { return x * v.x + y * v.y + z * v.z; }
+  // The right-handed cross product this × v.
   ZoVector3 cross(ZoVector3 const& v) const { return {y * v.z - z * v.y, z * v.x - x * v.z, x * v.y - y * v.x}; }
+  // The squared and the Euclidean length.
   float lengthSquared() const { return dot(*this); }
   float length() const { return std::sqrt(lengthSquared()); }
   // Scales to unit length in place; a zero vector stays zero.
@@ -73,6 +79,7 @@ class ZOACTOR_API ZoVector3 {
   }
 };
 
+// Scaling with the scalar first.
 inline ZoVector3 operator*(float s, ZoVector3 const& v) { return v * s; }
 
 static_assert(sizeof(ZoVector3) == 12, "a ZoVector3 streams as its 12 bytes");

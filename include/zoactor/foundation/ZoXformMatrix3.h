@@ -10,12 +10,16 @@
 
 class ZOACTOR_API ZoXformMatrix3 {
  public:
-  // Row-major rotation part: m[row][column].
+  // Row-major rotation part: m[row][column]; its columns are the images of
+  // the x, y and z axes.
   float m[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+  // The translation, added after the rotation.
   ZoVector3 t;
 
+  // The identity.
   ZoXformMatrix3() = default;
 
+  // The matrix of the unit quaternion `rotation`, with `translation`.
   void setValue(ZoRotation3 const& rotation, ZoVector3 const& translation);
   // The inverse, assuming an orthonormal rotation part.
   ZoXformMatrix3 operator~() const;
@@ -35,8 +39,10 @@ class ZOACTOR_API ZoXformMatrix3 {
   // Angles such that the rotation is Rz(z) · Ry(y) · Rx(x), y in [−π/2, π/2];
   // at ±π/2 (gimbal lock) z is 0 and x carries the rest.
   void getEuler(float& x, float& y, float& z) const;
-  // The rotation part as a unit quaternion.
+  // The rotation part as a unit quaternion (Shepperd's method, stable for
+  // every angle including half turns). The sign of the result is arbitrary.
   ZoRotation3 getRotation() const;
+  // Column 0, 1 or 2 of the rotation part; other indices are not checked.
   ZoVector3 getColumn(int column) const { return {m[0][column], m[1][column], m[2][column]}; }
   void setColumn(int column, ZoVector3 const& v) {
     m[0][column] = v.x;
