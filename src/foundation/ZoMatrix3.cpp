@@ -15,7 +15,7 @@ void ZoMatrix3::principalAxis(ZoXformMatrix3& axes, ZoVector3& eigenvalues) cons
   // built from the upper triangle; `v` gathers the eigenvectors as columns.
   double a[3][3];
   for (int r = 0; r < 3; ++r)
-    for (int c = r; c < 3; ++c) a[r][c] = a[c][r] = m[r][c];
+    for (int c = r; c < 3; ++c) a[r][c] = a[c][r] = static_cast<double>(m[r][c]);
   double v[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
   for (int sweep = 0; sweep < 50; ++sweep) {
     double off = a[0][1] * a[0][1] + a[0][2] * a[0][2] + a[1][2] * a[1][2];

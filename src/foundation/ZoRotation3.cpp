@@ -11,8 +11,8 @@ void ZoRotation3::setValue(ZoVector3 const& from, ZoVector3 const& to) {
   // atan2(|a × b|, a · b), which is accurate over the whole range, unlike
   // acos near 0 and π or the half-angle form (1 + cos θ, a × b) near π. No
   // normalisation of the inputs is needed: both arguments of atan2 scale alike.
-  double ax = from.x, ay = from.y, az = from.z;
-  double bx = to.x, by = to.y, bz = to.z;
+  double ax = static_cast<double>(from.x), ay = static_cast<double>(from.y), az = static_cast<double>(from.z);
+  double bx = static_cast<double>(to.x), by = static_cast<double>(to.y), bz = static_cast<double>(to.z);
   double lengths = std::sqrt((ax * ax + ay * ay + az * az) * (bx * bx + by * by + bz * bz));
   if (!(lengths > 0.0)) {
     *this = ZoRotation3();
@@ -62,7 +62,8 @@ void ZoRotation3::setEuler(float ax, float ay, float az) {
 
 void ZoRotation3::getEuler(float& ax, float& ay, float& az) const {
   // The rotation matrix of this quaternion, in double precision.
-  double qw = w, qx = x, qy = y, qz = z;
+  double qw = static_cast<double>(w), qx = static_cast<double>(x), qy = static_cast<double>(y),
+         qz = static_cast<double>(z);
   double r[3][3] = {{1 - 2 * (qy * qy + qz * qz), 2 * (qx * qy - qw * qz), 2 * (qx * qz + qw * qy)},
                     {2 * (qx * qy + qw * qz), 1 - 2 * (qx * qx + qz * qz), 2 * (qy * qz - qw * qx)},
                     {2 * (qx * qz - qw * qy), 2 * (qy * qz + qw * qx), 1 - 2 * (qx * qx + qy * qy)}};

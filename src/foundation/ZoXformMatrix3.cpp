@@ -41,7 +41,7 @@ ZoXformMatrix3 ZoXformMatrix3::operator*(ZoXformMatrix3 const& b) const {
 void ZoXformMatrix3::getEuler(float& x, float& y, float& z) const {
   double r[3][3];
   for (int row = 0; row < 3; ++row)
-    for (int col = 0; col < 3; ++col) r[row][col] = m[row][col];
+    for (int col = 0; col < 3; ++col) r[row][col] = static_cast<double>(m[row][col]);
   ZoEulerFromMatrix(r, x, y, z);
 }
 

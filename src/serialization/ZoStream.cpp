@@ -176,6 +176,15 @@ bool ZoStream::ReadCount(int32_t& count, uint32_t encodedSize, uint32_t memorySi
   return true;
 }
 
+bool ZoStream::ReadLoopCount(int32_t& count, uint32_t encodedSize, uint32_t memorySize) {
+  int32_t value = 0;
+  if ((*this >> value).status != ZoStreamOk) return false;
+  if (value < 0) value = 0;
+  if (!CheckCount(value, encodedSize, memorySize)) return false;
+  count = value;
+  return true;
+}
+
 // --- Nesting ---------------------------------------------------------------------
 
 ZoStreamNesting::ZoStreamNesting(ZoStream& nested) : stream(nested), entered(false) {

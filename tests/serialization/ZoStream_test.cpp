@@ -601,3 +601,14 @@ TEST_F(ZoStreamLimits, NestingGuardCountsLevelsOfBareBodies) {
   }
   EXPECT_EQ(stream.Depth(), 0);
 }
+
+TEST_F(ZoStreamLimits, LoopCountsReadNegativeAsZeroAndCheckTheRest) {
+  Bytes bytes = ByteBuilder().i32(-7).i32(3).i32(1).i32(2);
+  ZoMemoryStream reader(bytes.data(), static_cast<int32_t>(bytes.size()));
+  int32_t count = 99;
+  EXPECT_TRUE(reader.ReadLoopCount(count, 4));
+  EXPECT_EQ(count, 0);
+  EXPECT_FALSE(reader.ReadLoopCount(count, 4));  // 3 elements, room for 2
+  EXPECT_EQ(reader.Status(), ZoStreamReadError);
+  EXPECT_EQ(count, 0);
+}
