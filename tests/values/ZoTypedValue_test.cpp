@@ -1,0 +1,474 @@
+// Typed values: stream bodies against hand-built layouts, the conversion
+// matrix, comparison and its asymmetry, copies and the modification
+// callback, list and array ownership, and opaque values.
+#include <zoactor/serialization/ZoStreamConstructorEntry.h>
+#include <zoactor/values/ZoArrayValue.h>
+#include <zoactor/values/ZoListValue.h>
+#include <zoactor/values/ZoOpaqueValue.h>
+#include <zoactor/values/ZoTypedValue.h>
+
+#include "ZoValuesTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <limits>
+
+using zotest::ByteBuilder;
+using zotest::Bytes;
+using zotest::Hex;
+using namespace zovaluestest;
+
+namespace {
+
+// A sized frame header: -1, the code, the declared size.
+ByteBuilder SizedFrame(int32_t code, int32_t size) {
+  ByteBuilder frame;
+  frame.i32(-1).i32(code).i32(size);
+  return frame;
+}
+
+ZoTransform3 SomeTransform() {
+  return ZoTransform3(ZoVector3(1.0f, -2.0f, 3.5f), ZoRotation3(0.5f, 0.5f, -0.5f, 0.5f));
+}
+
+}  // namespace
+
+// --- Stream bodies -------------------------------------------------------------
+
+TEST(ZoTypedValueStream, IntSevenIsTheSixteenFramedBytes) {
+  ZoIntValue seven(7);
+  Bytes expected{0xFF, 0xFF, 0xFF, 0xFF, 0x74, 0x6E, 0x49, 0x56, 0x04, 0x00, 0x00, 0x00, 0x07, 0x00, 0x00, 0x00};
+  EXPECT_EQ(Hex(Framed(&seven)), Hex(expected));
+
+  ZoStreamError status;
+  ObjectPtr back = ReadFramed(expected, status);
+  ASSERT_EQ(status, ZoStreamOk);
+  auto* value = dynamic_cast<ZoIntValue*>(back.get());
+  ASSERT_NE(value, nullptr);
+  EXPECT_EQ(static_cast<int>(*value), 7);
+}
+
+TEST(ZoTypedValueStream, ScalarVectorAndTransformFramesMatchTheirLayouts) {
+  ZoFloatValue real(-1.25f);
+  ZoStringValue text(ZoString("abc"));
+  ZoStringValue empty;
+  ZoVector3Value vector(ZoVector3(1.0f, 2.0f, -3.0f));
+  ZoTransform2Value planar(ZoTransform2(4.0f, 5.0f, 0.25f));
+  ZoTransform3Value rigid(SomeTransform());
+  ZoTransform3Value identity;
+
+  EXPECT_EQ(Hex(Framed(&real)), Hex(SizedFrame(0x56466C6F, 4).f32(-1.25f)));
+  EXPECT_EQ(Hex(Framed(&text)), Hex(SizedFrame(0x56537472, 7).str("abc")));
+  EXPECT_EQ(Hex(Framed(&empty)), Hex(SizedFrame(0x56537472, 4).i32(0)));
+  EXPECT_EQ(Hex(Framed(&vector)), Hex(SizedFrame(0x56566533, 12).f32(1).f32(2).f32(-3)));
+  EXPECT_EQ(Hex(Framed(&planar)), Hex(SizedFrame(0x56547232, 12).f32(4).f32(5).f32(0.25f)));
+  EXPECT_EQ(Hex(Framed(&rigid)),
+            Hex(SizedFrame(0x56547233, 28).f32(1).f32(-2).f32(3.5f).f32(0.5f).f32(0.5f).f32(-0.5f).f32(0.5f)));
+  // The identity rotation is stored scalar first: 1, 0, 0, 0.
+  EXPECT_EQ(Hex(Framed(&identity)), Hex(SizedFrame(0x56547233, 28).f32(0).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0)));
+}
+
+TEST(ZoTypedValueStream, AShortBlockLeavesTheVectorUnchanged) {
+  ZoVector3Value vector(ZoVector3(1, 2, 3));
+  Reader reader(ByteBuilder().f32(9).f32(9));
+  *reader >> vector;
+  EXPECT_EQ(reader->Status(), ZoStreamReadError);
+  EXPECT_EQ(static_cast<ZoVector3 const&>(vector), ZoVector3(1, 2, 3));
+}
+
+// --- Conversion -----------------------------------------------------------------
+
+TEST(ZoTypedValueConversion, IntFloatAndStringConvertAmongThemselves) {
+  int i = 99;
+  float f = 99.0f;
+  ZoString s;
+
+  ZoIntValue minusThree(-3);
+  EXPECT_EQ(minusThree.ConvertToInt(i), 1);
+  EXPECT_EQ(i, -3);
+  EXPECT_EQ(minusThree.ConvertToFloat(f), 1);
+  EXPECT_EQ(f, -3.0f);
+  EXPECT_EQ(minusThree.ConvertToString(s), 1);
+  EXPECT_EQ(s, ZoString("-3"));
+
+  ZoFloatValue negative(-2.7f);
+  EXPECT_EQ(negative.ConvertToInt(i), 1);
+  EXPECT_EQ(i, -2);  // toward zero
+  EXPECT_EQ(ZoFloatValue(2.7f).ConvertToInt(i), 1);
+  EXPECT_EQ(i, 2);
+  EXPECT_EQ(ZoFloatValue(2.5f).ConvertToString(s), 1);
+  EXPECT_EQ(s, ZoString("2.500000"));
+  EXPECT_EQ(negative.ConvertToFloat(f), 1);
+  EXPECT_EQ(f, -2.7f);
+
+  EXPECT_EQ(ZoStringValue(ZoString("12abc")).ConvertToInt(i), 1);
+  EXPECT_EQ(i, 12);
+  EXPECT_EQ(ZoStringValue(ZoString("abc")).ConvertToInt(i), 1);
+  EXPECT_EQ(i, 0);
+  EXPECT_EQ(ZoStringValue(ZoString(" \t-42x")).ConvertToInt(i), 1);
+  EXPECT_EQ(i, -42);
+  EXPECT_EQ(ZoStringValue(ZoString("+7")).ConvertToInt(i), 1);
+  EXPECT_EQ(i, 7);
+  EXPECT_EQ(ZoStringValue(ZoString("1.5e1")).ConvertToFloat(f), 1);
+  EXPECT_EQ(f, 15.0f);
+  EXPECT_EQ(ZoStringValue(ZoString("Hero")).ConvertToString(s), 1);
+  EXPECT_EQ(s, ZoString("Hero"));
+}
+
+TEST(ZoTypedValueConversion, ValuesOutsideTheIntRangeSaturate) {
+  int i = 0;
+  ZoFloatValue(1e20f).ConvertToInt(i);
+  EXPECT_EQ(i, INT_MAX);
+  ZoFloatValue(-1e20f).ConvertToInt(i);
+  EXPECT_EQ(i, INT_MIN);
+  ZoFloatValue(std::numeric_limits<float>::quiet_NaN()).ConvertToInt(i);
+  EXPECT_EQ(i, 0);
+  ZoStringValue(ZoString("99999999999")).ConvertToInt(i);
+  EXPECT_EQ(i, INT_MAX);
+  ZoStringValue(ZoString("-2147483648")).ConvertToInt(i);
+  EXPECT_EQ(i, INT_MIN);
+  ZoStringValue(ZoString("-99999999999")).ConvertToInt(i);
+  EXPECT_EQ(i, INT_MIN);
+}
+
+TEST(ZoTypedValueConversion, EveryOtherPairGivesNullAndLeavesTheResult) {
+  ZoIntValue number(4);
+  ZoFloatValue real(4.0f);
+  ZoStringValue text(ZoString("4"));
+  ZoVector3Value vector;
+  ZoTransform2Value planar;
+  ZoTransform3Value rigid;
+  ZoListValue list;
+  ZoArrayValue array;
+  ZoOpaqueValue opaque;
+
+  for (ZoTypedValue const* scalar : std::initializer_list<ZoTypedValue const*>{&number, &real, &text}) {
+    EXPECT_EQ(ValuePtr(scalar->ConvertTo(ZoTypeCode::Vector3Value)).get(), nullptr);
+    EXPECT_EQ(ValuePtr(scalar->ConvertTo(ZoTypeCode::ListValue)).get(), nullptr);
+    EXPECT_EQ(ValuePtr(scalar->ConvertTo(0)).get(), nullptr);
+  }
+  for (ZoTypedValue const* other :
+       std::initializer_list<ZoTypedValue const*>{&vector, &planar, &rigid, &list, &array, &opaque}) {
+    int i = 5;
+    float f = 5.0f;
+    ZoString s("kept");
+    EXPECT_EQ(other->ConvertToInt(i), 0);
+    EXPECT_EQ(other->ConvertToFloat(f), 0);
+    EXPECT_EQ(other->ConvertToString(s), 0);
+    EXPECT_EQ(i, 5);
+    EXPECT_EQ(f, 5.0f);
+    EXPECT_EQ(s, ZoString("kept"));
+    EXPECT_EQ(ValuePtr(other->ConvertTo(other->StreamType())).get(), nullptr);
+  }
+}
+
+TEST(ZoTypedValueConversion, ConvertToGivesTheTargetClassWithoutCallback) {
+  ZoIntValue number(8);
+  number.SetModCallBack([](ZoTypedValue*, intptr_t) {}, 3);
+  ValuePtr asString(number.ConvertTo(ZoTypeCode::StringValue));
+  ASSERT_NE(dynamic_cast<ZoStringValue*>(asString.get()), nullptr);
+  EXPECT_EQ(asString->GetModCallBack(), nullptr);
+  ValuePtr asFloat(number.ConvertTo(ZoTypeCode::FloatValue));
+  ASSERT_NE(dynamic_cast<ZoFloatValue*>(asFloat.get()), nullptr);
+  EXPECT_EQ(static_cast<float>(static_cast<ZoFloatValue&>(*asFloat)), 8.0f);
+}
+
+// --- Comparison ------------------------------------------------------------------
+
+TEST(ZoTypedValueCompare, ConvertsTheOtherSideSoItIsNotSymmetric) {
+  EXPECT_EQ(ZoIntValue(5).Compare(ZoFloatValue(5.9f)), 0);
+  EXPECT_EQ(ZoFloatValue(5.9f).Compare(ZoIntValue(5)), 1);
+  EXPECT_EQ(ZoFloatValue(4.5f).Compare(ZoIntValue(5)), -1);
+  EXPECT_EQ(ZoIntValue(12).Compare(ZoStringValue(ZoString("12"))), 0);
+  EXPECT_EQ(ZoStringValue(ZoString("12")).Compare(ZoIntValue(12)), 0);
+  EXPECT_GT(ZoStringValue(ZoString("12.0")).Compare(ZoIntValue(12)), 0);  // "12.0" against "12"
+  EXPECT_EQ(ZoIntValue(12).Compare(ZoStringValue(ZoString("12.0"))), 0);         // atoi stops at the dot
+  EXPECT_LT(ZoIntValue(3).Compare(ZoIntValue(10)), 0);
+  EXPECT_GT(ZoIntValue(10).Compare(ZoIntValue(3)), 0);
+}
+
+TEST(ZoTypedValueCompare, IntDifferenceWrapsAndStringsCompareByBytes) {
+  EXPECT_EQ(ZoIntValue(INT_MIN).Compare(ZoIntValue(1)), INT_MAX);
+  EXPECT_EQ(ZoIntValue(INT_MAX).Compare(ZoIntValue(-1)), INT_MIN);
+  EXPECT_LT(ZoStringValue(ZoString("a")).Compare(ZoStringValue(ZoString("\xE9"))), 0);  // unsigned bytes
+  EXPECT_GT(ZoStringValue(ZoString("abc")).Compare(ZoIntValue(5)), 0);                 // against "5"
+}
+
+TEST(ZoTypedValueCompare, NaNComparesEqualAndOtherKindsGiveMinusOne) {
+  float nan = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_EQ(ZoFloatValue(nan).Compare(ZoFloatValue(1.0f)), 0);
+  EXPECT_EQ(ZoFloatValue(1.0f).Compare(ZoFloatValue(nan)), 0);
+  EXPECT_EQ(ZoIntValue(3).Compare(ZoVector3Value()), -1);
+  EXPECT_EQ(ZoFloatValue(3).Compare(ZoListValue()), -1);
+  EXPECT_EQ(ZoStringValue().Compare(ZoTransform3Value()), -1);
+  ZoVector3Value vector;
+  EXPECT_EQ(vector.Compare(vector), -1);
+  EXPECT_EQ(vector.Compare(ZoIntValue(0)), -1);
+  ZoTransform2Value planar;
+  EXPECT_EQ(planar.Compare(planar), -1);
+}
+
+// --- Copies and the modification callback ---------------------------------------
+
+namespace {
+ZoTypedValue* gNotified = nullptr;
+intptr_t gNotifiedData = 0;
+void Notify(ZoTypedValue* value, intptr_t data) {
+  gNotified = value;
+  gNotifiedData = data;
+}
+}  // namespace
+
+TEST(ZoTypedValueCopy, CopyConstructorKeepsTheCallbackCopyAndAssignmentDoNot) {
+  ZoIntValue source(4);
+  intptr_t const data = reinterpret_cast<intptr_t>(&source);  // pointer-sized data survives unchanged
+  source.SetModCallBack(&Notify, data);
+
+  ZoIntValue constructed(source);
+  EXPECT_EQ(constructed.GetModCallBack(), &Notify);
+  EXPECT_EQ(constructed.GetModCallBackData(), data);
+
+  ValuePtr copy(source.Copy());
+  EXPECT_EQ(copy->GetModCallBack(), nullptr);
+  EXPECT_EQ(copy->GetModCallBackData(), 0);
+  EXPECT_EQ(static_cast<int>(static_cast<ZoIntValue&>(*copy)), 4);
+
+  ZoIntValue target(9);
+  target = source;
+  EXPECT_EQ(static_cast<int>(target), 4);
+  EXPECT_EQ(target.GetModCallBack(), nullptr);
+
+  // The library only keeps the callback; the owner calls it.
+  source.GetModCallBack()(&source, source.GetModCallBackData());
+  EXPECT_EQ(gNotified, &source);
+  EXPECT_EQ(gNotifiedData, data);
+}
+
+// --- Lists ------------------------------------------------------------------------
+
+TEST(ZoListValueTest, IntAndStringStreamAsCountAndFramedItems) {
+  ZoListValue list;
+  list.Append(new ZoIntValue(1));
+  list.Append(new ZoStringValue(ZoString("x")));
+  Bytes expected = ByteBuilder()
+                       .raw({0xFF, 0xFF, 0xFF, 0xFF, 0x73, 0x69, 0x4C, 0x56, 0x00, 0x00, 0x00, 0x00})
+                       .i32(2)
+                       .append(SizedFrame(0x56496E74, 4).i32(1))
+                       .append(SizedFrame(0x56537472, 5).str("x"));
+  EXPECT_EQ(Hex(Framed(&list)), Hex(expected));
+
+  ZoStreamError status;
+  ObjectPtr back = ReadFramed(expected, status);
+  ASSERT_EQ(status, ZoStreamOk);
+  auto* read = dynamic_cast<ZoListValue*>(back.get());
+  ASSERT_NE(read, nullptr);
+  ASSERT_EQ(read->GetCount(), 2);
+  ZoDblListItem* cursor = nullptr;
+  auto* first = static_cast<ZoTypedValue*>(read->GetFirst(cursor));
+  auto* second = static_cast<ZoTypedValue*>(read->GetNext(cursor));
+  ASSERT_NE(dynamic_cast<ZoIntValue*>(first), nullptr);
+  EXPECT_EQ(static_cast<int>(*static_cast<ZoIntValue*>(first)), 1);
+  ASSERT_NE(dynamic_cast<ZoStringValue*>(second), nullptr);
+  EXPECT_EQ(static_cast<ZoString const&>(*static_cast<ZoStringValue*>(second)), ZoString("x"));
+}
+
+TEST(ZoListValueTest, ReadingAppendsBehindHeldItemsAndSkipsNullAndUnknownItems) {
+  ZoListValue list;
+  list.Append(new ZoIntValue(0));
+  Bytes body = ByteBuilder()
+                   .i32(4)
+                   .i32(-2)                                    // a null item adds nothing
+                   .append(SizedFrame(0x41424344, 2).u8(1).u8(2))  // unknown: skipped
+                   .append(SizedFrame(0x56496E74, 4).i32(8))
+                   .append(SizedFrame(0x56466C6F, 4).f32(0.5f));
+  Reader reader(body);
+  *reader >> list;
+  ASSERT_EQ(reader->Status(), ZoStreamOk);
+  EXPECT_EQ(reader.Consumed(), body.size());
+  ZoListValue expected;
+  expected.Append(new ZoIntValue(0));
+  expected.Append(new ZoIntValue(8));
+  expected.Append(new ZoFloatValue(0.5f));
+  EXPECT_EQ(Hex(Body(list)), Hex(Body(expected)));
+}
+
+TEST(ZoListValueTest, SearchFindsTheFirstItemThatComparesEqual) {
+  ZoListValue list;
+  for (int i = 1; i <= 3; ++i) list.Append(new ZoIntValue(i));
+  ZoFloatValue two(2.0f);
+  ZoDblListItem* cursor = nullptr;
+  ASSERT_EQ(list.Search(&two, cursor), 1);
+  ZoDblListItem* second = nullptr;
+  list.GetFirst(second);
+  list.GetNext(second);
+  EXPECT_EQ(cursor, second);
+
+  ZoFloatValue four(4.0f);
+  EXPECT_EQ(list.Search(&four, cursor), 0);
+  EXPECT_EQ(list.Search(nullptr, cursor), 0);
+
+  // The matcher does the same through the list's own Find.
+  ZoListValueSearchItr matcher;
+  ZoStringValue three(ZoString("3"));
+  ZoDblListItem* found = list.Find(&three, matcher);
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(static_cast<int>(*static_cast<ZoIntValue*>(found->Item())), 3);
+  EXPECT_EQ(matcher.Matches(found->Item(), &four), 0);
+}
+
+TEST(ZoListValueTest, OwnsItsItemsThroughClearCopyAssignmentAndDestruction) {
+  Tracked::live = 0;
+  {
+    ZoListValue list;
+    list.Append(new Tracked(1));
+    list.Append(new Tracked(2));
+    list.SetModCallBack(&Notify, 5);
+    EXPECT_EQ(Tracked::live, 2);
+
+    ZoListValue constructed(list);
+    EXPECT_EQ(Tracked::live, 4);
+    EXPECT_EQ(constructed.GetModCallBack(), nullptr);  // lists copy without callback
+
+    ValuePtr copy(list.Copy());
+    EXPECT_EQ(Tracked::live, 6);
+    auto& copied = static_cast<ZoListValue&>(*copy);
+    ZoDblListItem* cursor = nullptr;
+    EXPECT_EQ(static_cast<Tracked*>(copied.GetFirst(cursor))->tag, 1);
+    EXPECT_EQ(static_cast<Tracked*>(copied.GetNext(cursor))->tag, 2);
+    EXPECT_NE(copied.GetFirst(cursor), list.GetFirst(cursor));  // its own items
+
+    constructed.Clear();
+    EXPECT_EQ(Tracked::live, 4);
+    EXPECT_TRUE(constructed.IsEmpty());
+    constructed = list;
+    EXPECT_EQ(Tracked::live, 6);
+    ZoListValue& alias = constructed;
+    constructed = alias;
+    EXPECT_EQ(Tracked::live, 6);
+    EXPECT_EQ(constructed.GetCount(), 2);
+
+    // An item taken out passes to the caller.
+    auto* taken = static_cast<Tracked*>(list.DeleteFirst());
+    EXPECT_EQ(Tracked::live, 6);
+    taken->Destroy();
+    EXPECT_EQ(Tracked::live, 5);
+  }
+  EXPECT_EQ(Tracked::live, 0);
+}
+
+// --- Arrays ------------------------------------------------------------------------
+
+TEST(ZoArrayValueTest, StreamsCountAndItemsWithNullMarkers) {
+  ZoArrayValue array;
+  ASSERT_EQ(array.SetNumItems(3), 1);
+  array.SetItem(0, new ZoIntValue(5));
+  array.SetItem(2, new ZoStringValue(ZoString("z")));
+  Bytes expected = ByteBuilder()
+                       .raw({0xFF, 0xFF, 0xFF, 0xFF, 0x72, 0x72, 0x41, 0x56, 0x00, 0x00, 0x00, 0x00})
+                       .i32(3)
+                       .append(SizedFrame(0x56496E74, 4).i32(5))
+                       .i32(-2)
+                       .append(SizedFrame(0x56537472, 5).str("z"));
+  EXPECT_EQ(Hex(Framed(&array)), Hex(expected));
+
+  ZoStreamError status;
+  ObjectPtr back = ReadFramed(expected, status);
+  ASSERT_EQ(status, ZoStreamOk);
+  auto* read = dynamic_cast<ZoArrayValue*>(back.get());
+  ASSERT_NE(read, nullptr);
+  ASSERT_EQ(read->NumItems(), 3);
+  EXPECT_EQ(read->GetItem(0)->Compare(ZoIntValue(5)), 0);
+  EXPECT_EQ((*read)[1], nullptr);
+  EXPECT_EQ(read->GetItem(2)->Compare(ZoStringValue(ZoString("z"))), 0);
+}
+
+TEST(ZoArrayValueTest, ResizingKeepsTheFrontDestroysTheRestAndAddsNulls) {
+  Tracked::live = 0;
+  {
+    ZoArrayValue array;
+    array.SetNumItems(3);
+    for (int i = 0; i < 3; ++i) array.SetItem(i, new Tracked(i));
+    ASSERT_EQ(array.SetNumItems(2), 1);
+    EXPECT_EQ(Tracked::live, 2);
+    EXPECT_EQ(static_cast<Tracked*>(array[1])->tag, 1);
+    ASSERT_EQ(array.SetNumItems(4), 1);
+    EXPECT_EQ(array.NumItems(), 4);
+    EXPECT_EQ(static_cast<Tracked*>(array[0])->tag, 0);
+    EXPECT_EQ(array[2], nullptr);
+    EXPECT_EQ(array[3], nullptr);
+
+    // Replacing an item destroys the old one; out of range nothing happens.
+    array.SetItem(0, new Tracked(10));
+    EXPECT_EQ(Tracked::live, 2);
+    Tracked outside(11);
+    array.SetItem(4, &outside);
+    array.SetItem(-1, &outside);
+    EXPECT_EQ(array.GetItem(4), nullptr);
+    EXPECT_EQ(array.GetItem(-1), nullptr);
+
+    ZoArrayValue copy(array);
+    EXPECT_EQ(Tracked::live, 5);
+    EXPECT_NE(copy[0], array[0]);
+    EXPECT_EQ(copy[2], nullptr);
+
+    ASSERT_EQ(array.SetNumItems(-3), 1);
+    EXPECT_EQ(array.NumItems(), 0);
+    EXPECT_EQ(Tracked::live, 3);
+  }
+  EXPECT_EQ(Tracked::live, 0);
+}
+
+// --- Opaque values -------------------------------------------------------------------
+
+TEST(ZoOpaqueValueTest, AnUnknownFrameWritesBackTheSameSeventeenBytes) {
+  Bytes unknown{0xFF, 0xFF, 0xFF, 0xFF, 0x44, 0x43, 0x42, 0x41, 0x05, 0x00, 0x00, 0x00, 1, 2, 3, 4, 5};
+  ASSERT_EQ(ZoStreamConstructorEntry::Find(0x41424344), nullptr);
+  ZoStreamError status;
+  ObjectPtr object = ReadFramed(unknown, status, kZoCurrentVersion, &ZoOpaqueValue::Create);
+  ASSERT_EQ(status, ZoStreamOk);
+  auto* opaque = dynamic_cast<ZoOpaqueValue*>(object.get());
+  ASSERT_NE(opaque, nullptr);
+  EXPECT_EQ(opaque->StreamSize(), 5);
+  EXPECT_EQ(Hex(Framed(opaque)), Hex(unknown));
+  EXPECT_EQ(opaque->StreamType(), 0x564F7071);
+
+  // A copy keeps the bytes and the code it came under.
+  ValuePtr copy(opaque->Copy());
+  EXPECT_EQ(Hex(Framed(copy.get())), Hex(unknown));
+  ZoOpaqueValue assigned;
+  assigned = *opaque;
+  EXPECT_EQ(Hex(Framed(&assigned)), Hex(unknown));
+}
+
+TEST(ZoOpaqueValueTest, IsNotRegisteredAndAnEmptyOneWritesUnderItsOwnCode) {
+  EXPECT_EQ(ZoStreamConstructorEntry::Find(ZoTypeCode::OpaqueValue), nullptr);
+  ZoOpaqueValue empty;
+  EXPECT_EQ(Hex(Framed(&empty)), Hex(SizedFrame(0x564F7071, 0)));
+  EXPECT_EQ(empty.Compare(empty), -1);
+
+  // A zero-size frame gives an empty value under the frame's code.
+  ZoStreamError status;
+  ObjectPtr object = ReadFramed(SizedFrame(0x41424344, 0), status, kZoCurrentVersion, &ZoOpaqueValue::Create);
+  ASSERT_EQ(status, ZoStreamOk);
+  EXPECT_EQ(Hex(Framed(object.get())), Hex(SizedFrame(0x41424344, 0)));
+}
+
+TEST(ZoOpaqueValueTest, NegativeOrOversizedDeclaredSizesFail) {
+  ZoStreamError status;
+  ObjectPtr negative = ReadFramed(SizedFrame(0x41424344, -4).i32(0), status, kZoCurrentVersion, &ZoOpaqueValue::Create);
+  EXPECT_EQ(status, ZoStreamFormatError);
+  ASSERT_NE(negative, nullptr);
+  EXPECT_EQ(static_cast<ZoOpaqueValue*>(negative.get())->StreamSize(), 0);
+
+  ObjectPtr oversized = ReadFramed(SizedFrame(0x41424344, 6).u8(1).u8(2), status, kZoCurrentVersion,
+                                   &ZoOpaqueValue::Create);
+  EXPECT_NE(status, ZoStreamOk);
+  ASSERT_NE(oversized, nullptr);
+  EXPECT_EQ(static_cast<ZoOpaqueValue*>(oversized.get())->StreamSize(), 0);
+
+  ObjectPtr huge = ReadFramed(SizedFrame(0x41424344, INT32_MAX).u8(1), status, kZoCurrentVersion,
+                              &ZoOpaqueValue::Create);
+  EXPECT_NE(status, ZoStreamOk);
+}
