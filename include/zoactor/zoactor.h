@@ -44,10 +44,27 @@
 #include <zoactor/serialization/ZoTypeCodes.h>
 
 // Values: typed values, properties, render attributes.
+#include <zoactor/values/ZoArrayValue.h>
+#include <zoactor/values/ZoCamera.h>
+#include <zoactor/values/ZoColor.h>
+#include <zoactor/values/ZoLight.h>
+#include <zoactor/values/ZoListValue.h>
+#include <zoactor/values/ZoMaterial.h>
+#include <zoactor/values/ZoOpaqueValue.h>
+#include <zoactor/values/ZoProperty.h>
+#include <zoactor/values/ZoPropertyList.h>
+#include <zoactor/values/ZoPropertySet.h>
+#include <zoactor/values/ZoPropertyTable.h>
+#include <zoactor/values/ZoTypedValue.h>
 
 // Geometry: triangle sets, bounding volumes, collision models, queries, shapes.
 
 // Animation: keyframes, joint keyframes, skills, splines, sequences.
+#include <zoactor/animation/ZoJointKeyList.h>
+#include <zoactor/animation/ZoJointKeyframe.h>
+#include <zoactor/animation/ZoKeyList.h>
+#include <zoactor/animation/ZoKeyframe.h>
+#include <zoactor/animation/ZoSpline.h>
 
 // Actor: trees, proto nodes, actors, joint limits, the prototype database.
 

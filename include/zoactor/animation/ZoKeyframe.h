@@ -1,0 +1,58 @@
+// ZoKeyframe: a value stamped with a time, the element of a key list
+// (ZoKeyList). The base keyframe carries only a tag, a 32-bit value that the
+// library copies and streams but never interprets; subclasses (the joint
+// keyframe) add their values.
+//
+// Times are unsigned 32-bit counts in the unit of the track that holds the
+// key, compared unsigned everywhere.
+//
+// Body on the stream (type code ZoTypeCode::Keyframe, "fyeK" in the file):
+//   time uint32, tag int32            8 bytes
+#ifndef ZOACTOR_ANIMATION_ZOKEYFRAME_H
+#define ZOACTOR_ANIMATION_ZOKEYFRAME_H
+
+#include <zoactor/ZoExport.h>
+#include <zoactor/serialization/ZoStream.h>
+#include <zoactor/serialization/ZoStreamObject.h>
+#include <zoactor/serialization/ZoTypeCodes.h>
+
+#include <cstdint>
+
+class ZOACTOR_API ZoKeyframe : public ZoStreamObject {
+ public:
+  static constexpr int32_t STREAM_TYPE = ZoTypeCode::Keyframe;
+
+  // A value carried with the key; copied and streamed, never interpreted.
+  int32_t tag = 0;
+
+  // Tag 0, time 0.
+  ZoKeyframe() = default;
+  // Copies tag and time.
+  ZoKeyframe(ZoKeyframe const& other) = default;
+  ZoKeyframe& operator=(ZoKeyframe const& other) = default;
+  ~ZoKeyframe() override;
+
+  // The key's time. Changing the time of a key that sits in a list does not
+  // move it: take it out with Remove, change it, and insert it again.
+  uint32_t time() const { return keyTime; }
+  void setTime(uint32_t t) { keyTime = t; }
+
+  // A new heap copy of the same dynamic class, owned by the caller; null
+  // when it cannot be allocated.
+  virtual ZoKeyframe* CreateCopy() const;
+
+  int32_t StreamType() const override { return STREAM_TYPE; }
+  // Reads time then tag; a field whose read fails keeps its value. Returns
+  // the stream's status.
+  ZoStreamError ReadFromStream(ZoStream& stream) override;
+  // Writes time then tag; returns the stream's status.
+  ZoStreamError WriteToStream(ZoStream& stream) const override;
+
+  // The registry's creation function: a default keyframe, or null.
+  static ZoStreamObject* Create();
+
+ private:
+  uint32_t keyTime = 0;
+};
+
+#endif

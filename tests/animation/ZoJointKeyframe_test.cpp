@@ -1,0 +1,581 @@
+// Joint keyframes and joint key lists: defaults, the 208-byte body, control
+// transforms in each mode, Scale and Transform, interpolation with easing,
+// flags and step segments, insertion with blends, and the boundaries of
+// SampleAtTime. Rotations are checked against Eigen, which the library does
+// not use.
+#include <zoactor/animation/ZoJointKeyList.h>
+#include <zoactor/animation/ZoJointKeyframe.h>
+#include <zoactor/animation/ZoKeyList.h>
+#include <zoactor/serialization/ZoMemoryStream.h>
+
+#include "support/ZoTestSupport.h"
+
+#include <Eigen/Geometry>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+using zotest::ByteBuilder;
+using zotest::Bytes;
+using zotest::Hex;
+
+namespace {
+
+using Quat = Eigen::Quaterniond;
+
+Quat ToEigen(ZoRotation3 const& q) { return Quat(q.w, q.x, q.y, q.z); }
+
+// q and −q are the same rotation.
+double RotationDistance(ZoRotation3 const& a, Quat const& b) {
+  Quat qa = ToEigen(a);
+  return std::min((qa.coeffs() - b.coeffs()).norm(), (qa.coeffs() + b.coeffs()).norm());
+}
+
+ZoRotation3 AboutAxis(float angle, ZoVector3 axis) {
+  ZoRotation3 q;
+  q.setValue(angle, axis.unit());
+  return q;
+}
+
+uint32_t Bits(float value) {
+  uint32_t bits;
+  std::memcpy(&bits, &value, 4);
+  return bits;
+}
+
+ZoJointKeyframe* JointKey(uint32_t t, ZoVector3 position, ZoRotation3 rotation = ZoRotation3()) {
+  auto* kf = new ZoJointKeyframe;
+  kf->setTime(t);
+  kf->localTransform = ZoTransform3(position * 0.5f, rotation);
+  kf->actorTransform = ZoTransform3(position, rotation);
+  kf->point = position * 2.0f;
+  return kf;
+}
+
+void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
+  EXPECT_NEAR(a.x, b.x, tolerance);
+  EXPECT_NEAR(a.y, b.y, tolerance);
+  EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+Bytes Written(ZoMemoryStream& stream) {
+  int32_t length = 0;
+  char* buffer = stream.GetBuffer(length);
+  Bytes bytes = zotest::ToBytes(buffer, static_cast<size_t>(length));
+  ::operator delete(buffer);
+  return bytes;
+}
+
+void AppendTransform(ByteBuilder& b, ZoTransform3 const& t) {
+  b.f32(t.translation.x).f32(t.translation.y).f32(t.translation.z);
+  b.f32(t.rotation.w).f32(t.rotation.x).f32(t.rotation.y).f32(t.rotation.z);
+}
+
+// A key with a distinct value in every field.
+ZoJointKeyframe DistinctKey() {
+  ZoJointKeyframe kf;
+  kf.setTime(0x11223344u);
+  kf.tag = -7;
+  kf.flags = 0x0A0B0C0D;
+  ZoTransform3* transforms[] = {&kf.localTransform, &kf.localIn, &kf.localOut,
+                                &kf.actorTransform, &kf.actorIn, &kf.actorOut};
+  float v = 1.0f;
+  for (ZoTransform3* t : transforms) {
+    *t = ZoTransform3({v, v + 0.25f, v + 0.5f}, {v + 0.125f, -v, v * 2, -v * 3});
+    v += 1.0f;
+  }
+  kf.point = {-1.5f, 2.5f, -3.5f};
+  kf.marker = 0x55AA;
+  kf.easeIn = 0.875f;
+  kf.easeOut = 0.0625f;
+  kf.blendMode = 2;
+  return kf;
+}
+
+bool SameFields(ZoJointKeyframe const& a, ZoJointKeyframe const& b) {
+  return a.time() == b.time() && a.tag == b.tag && a.flags == b.flags && a.localTransform == b.localTransform &&
+         a.localIn == b.localIn && a.localOut == b.localOut && a.actorTransform == b.actorTransform &&
+         a.actorIn == b.actorIn && a.actorOut == b.actorOut && a.point == b.point && a.marker == b.marker &&
+         Bits(a.easeIn) == Bits(b.easeIn) && Bits(a.easeOut) == Bits(b.easeOut) && a.blendMode == b.blendMode;
+}
+
+}  // namespace
+
+TEST(ZoJointKeyframeBasics, DefaultsAreIdentityWithNeutralEasing) {
+  ZoJointKeyframe kf;
+  EXPECT_EQ(kf.time(), 0u);
+  EXPECT_EQ(kf.tag, 0);
+  EXPECT_EQ(kf.flags, 0);
+  for (ZoTransform3 const* t : {&kf.localTransform, &kf.localIn, &kf.localOut, &kf.actorTransform, &kf.actorIn,
+                                &kf.actorOut})
+    EXPECT_EQ(*t, ZoTransform3({0, 0, 0}, {1, 0, 0, 0}));
+  EXPECT_EQ(kf.point, ZoVector3(0, 0, 0));
+  EXPECT_EQ(kf.marker, 0);
+  EXPECT_EQ(Bits(kf.easeIn), 0x3F2AAAABu);
+  EXPECT_EQ(Bits(kf.easeOut), 0x3EAAAAABu);
+  EXPECT_EQ(kf.blendMode, 0);
+  EXPECT_EQ(kf.StreamType(), 0x79654B4A);
+
+  ZoJointKeyframe source = DistinctKey();
+  std::unique_ptr<ZoKeyframe> copy(source.CreateCopy());
+  auto* joint = dynamic_cast<ZoJointKeyframe*>(copy.get());
+  ASSERT_NE(joint, nullptr);
+  EXPECT_TRUE(SameFields(*joint, source));
+  ZoJointKeyframe assigned;
+  assigned = source;
+  EXPECT_TRUE(SameFields(assigned, source));
+}
+
+TEST(ZoJointKeyframeStream, BodyIs208BytesInFieldOrder) {
+  ZoJointKeyframe kf = DistinctKey();
+  ZoMemoryStream out;
+  out.version = kZoCurrentVersion;
+  EXPECT_EQ(out.WriteObject(&kf), ZoStreamOk);
+
+  ByteBuilder b;
+  b.raw({0x4A, 0x4B, 0x65, 0x79});  // "JKey"
+  b.u32(0x11223344u).i32(-7).i32(0x0A0B0C0D);
+  for (ZoTransform3 const* t : {&kf.localTransform, &kf.localIn, &kf.localOut, &kf.actorTransform, &kf.actorIn,
+                                &kf.actorOut})
+    AppendTransform(b, *t);
+  b.f32(-1.5f).f32(2.5f).f32(-3.5f).i32(0x55AA).f32(0.875f).f32(0.0625f).i32(2);
+  Bytes written = Written(out);
+  ASSERT_EQ(b.get().size(), 4u + 208u);
+  EXPECT_EQ(written, b.get()) << Hex(written);
+
+  ZoMemoryStream in(written.data(), static_cast<int32_t>(written.size()));
+  std::unique_ptr<ZoJointKeyframe> back(in.ReadObjectAs<ZoJointKeyframe>());
+  ASSERT_NE(back, nullptr);
+  EXPECT_EQ(in.Status(), ZoStreamOk);
+  EXPECT_TRUE(SameFields(*back, kf));
+}
+
+TEST(ZoJointKeyframeBlends, LinearControlsLieAThirdOfTheWayToTheNeighbours) {
+  ZoJointKeyframe prev, cur, next;
+  prev.actorTransform = ZoTransform3({0, 0, 0}, AboutAxis(-0.9f, {0, 0, 1}));
+  cur.actorTransform = ZoTransform3({3, 6, -3}, ZoRotation3());
+  next.actorTransform = ZoTransform3({9, 6, 0}, AboutAxis(0.6f, {0, 0, 1}));
+  prev.localTransform = ZoTransform3({1, 1, 1}, AboutAxis(0.3f, {1, 0, 0}));
+  cur.localTransform = ZoTransform3({4, 1, 1}, AboutAxis(0.9f, {1, 0, 0}));
+  next.localTransform = ZoTransform3({4, 7, 1}, AboutAxis(1.5f, {1, 0, 0}));
+  cur.blendMode = 1;
+
+  cur.ComputeBlends(&prev, &next, 0);
+  EXPECT_EQ(cur.blendMode, 0);
+  ExpectNear(cur.actorIn.translation, {2, 4, -2});
+  ExpectNear(cur.actorOut.translation, {5, 6, -2});
+  EXPECT_LT(RotationDistance(cur.actorIn.rotation, Quat(Eigen::AngleAxisd(-0.3, Eigen::Vector3d::UnitZ()))), 1e-6);
+  EXPECT_LT(RotationDistance(cur.actorOut.rotation, Quat(Eigen::AngleAxisd(0.2, Eigen::Vector3d::UnitZ()))), 1e-6);
+  ExpectNear(cur.localIn.translation, {3, 1, 1});
+  ExpectNear(cur.localOut.translation, {4, 3, 1});
+  EXPECT_LT(RotationDistance(cur.localIn.rotation, Quat(Eigen::AngleAxisd(0.7, Eigen::Vector3d::UnitX()))), 1e-6);
+  EXPECT_LT(RotationDistance(cur.localOut.rotation, Quat(Eigen::AngleAxisd(1.1, Eigen::Vector3d::UnitX()))), 1e-6);
+
+  // A missing neighbour gives the key's own transform on that side.
+  cur.ComputeBlends(nullptr, &next, 0);
+  EXPECT_EQ(cur.actorIn, cur.actorTransform);
+  EXPECT_EQ(cur.localIn, cur.localTransform);
+  cur.ComputeBlends(&prev, nullptr, 0);
+  EXPECT_EQ(cur.actorOut, cur.actorTransform);
+  EXPECT_EQ(cur.localOut, cur.localTransform);
+}
+
+// The rotations of the smooth controls are checked against Eigen by the
+// sampling oracle; here the tangents, the untouched outputs without
+// neighbours, and that each transform takes its own neighbours.
+TEST(ZoJointKeyframeBlends, SmoothControlsUseTangentsOfEachTransform) {
+  ZoTransform3 p({0, 0, 0}, AboutAxis(0.4f, {1, 2, 0}));
+  ZoTransform3 q({6, 0, 0}, AboutAxis(1.1f, {0, 1, 1}));
+  ZoTransform3 r({6, 12, 6}, AboutAxis(-0.7f, {1, 0, 1}));
+  ZoRotation3 in, out;
+  ZoVector3 tangent;
+  ZoJointKeyframe::ComputeControlPoint(nullptr, &q, &r, in, out, tangent);
+  ExpectNear(tangent, {0, 4, 2});
+  ZoJointKeyframe::ComputeControlPoint(&p, &q, nullptr, in, out, tangent);
+  ExpectNear(tangent, {2, 0, 0});
+  ZoJointKeyframe::ComputeControlPoint(&p, &q, &r, in, out, tangent);
+  ExpectNear(tangent, {1, 2, 1});
+  // The in control is the out control reflected through the key.
+  EXPECT_LT(RotationDistance(in, Quat(2.0 * ToEigen(out).dot(ToEigen(q.rotation)) * ToEigen(q.rotation).coeffs() -
+                                      ToEigen(out).coeffs())),
+            1e-6);
+
+  ZoRotation3 keepIn(0, 1, 0, 0), keepOut(0, 0, 1, 0);
+  ZoVector3 keepTangent(7, 8, 9);
+  ZoJointKeyframe::ComputeControlPoint(nullptr, &q, nullptr, keepIn, keepOut, keepTangent);
+  EXPECT_EQ(keepIn, ZoRotation3(0, 1, 0, 0));
+  EXPECT_EQ(keepOut, ZoRotation3(0, 0, 1, 0));
+  EXPECT_EQ(keepTangent, ZoVector3(7, 8, 9));
+
+  ZoJointKeyframe kp, kq, kr;
+  kp.actorTransform = kr.localTransform = p;
+  kq.actorTransform = kq.localTransform = q;
+  kr.actorTransform = kp.localTransform = r;
+  kq.ComputeBlends(&kp, &kr, 1);
+  EXPECT_EQ(kq.blendMode, 1);
+  ExpectNear(kq.actorIn.translation, ZoVector3(5, -2, -1));
+  ExpectNear(kq.actorOut.translation, ZoVector3(7, 2, 1));
+  EXPECT_EQ(kq.actorOut.rotation, out);
+  EXPECT_EQ(kq.actorIn.rotation, in);
+  ExpectNear(kq.localOut.translation, ZoVector3(5, -2, -1));  // neighbours swapped
+}
+
+TEST(ZoJointKeyframeBlends, SmoothWithoutNeighboursAndOtherModes) {
+  ZoJointKeyframe kf;
+  kf.actorTransform = ZoTransform3({1, 2, 3}, AboutAxis(0.5f, {0, 1, 0}));
+  kf.localTransform = ZoTransform3({4, 5, 6}, AboutAxis(0.5f, {1, 0, 0}));
+  kf.actorIn = kf.actorOut = kf.localIn = kf.localOut = ZoTransform3({9, 9, 9}, AboutAxis(1.0f, {0, 0, 1}));
+  kf.ComputeBlends(nullptr, nullptr, 1);
+  EXPECT_EQ(kf.actorIn, ZoTransform3({1, 2, 3}, ZoRotation3()));
+  EXPECT_EQ(kf.actorOut, ZoTransform3({1, 2, 3}, ZoRotation3()));
+  EXPECT_EQ(kf.localIn, ZoTransform3({4, 5, 6}, ZoRotation3()));
+  EXPECT_EQ(kf.localOut, ZoTransform3({4, 5, 6}, ZoRotation3()));
+
+  // Mode 2 (and any other) stores the mode and leaves the controls.
+  ZoJointKeyframe neighbour;
+  neighbour.actorTransform = ZoTransform3({10, 0, 0}, ZoRotation3());
+  kf.actorOut = ZoTransform3({7, 7, 7}, ZoRotation3());
+  kf.ComputeBlends(&neighbour, &neighbour, 2);
+  EXPECT_EQ(kf.blendMode, 2);
+  EXPECT_EQ(kf.actorOut, ZoTransform3({7, 7, 7}, ZoRotation3()));
+  kf.ComputeBlends(&neighbour, nullptr, 9);
+  EXPECT_EQ(kf.blendMode, 9);
+  EXPECT_EQ(kf.actorOut, ZoTransform3({7, 7, 7}, ZoRotation3()));
+}
+
+TEST(ZoJointKeyframeEditing, ScaleAndTransformReachEveryField) {
+  ZoJointKeyframe kf = DistinctKey();
+  ZoJointKeyframe scaled = kf;
+  scaled.Scale({2, -1, 0.5f});
+  ZoTransform3 ZoJointKeyframe::*fields[] = {&ZoJointKeyframe::localTransform, &ZoJointKeyframe::localIn,
+                                             &ZoJointKeyframe::localOut,       &ZoJointKeyframe::actorTransform,
+                                             &ZoJointKeyframe::actorIn,        &ZoJointKeyframe::actorOut};
+  for (auto field : fields) {
+    ZoVector3 t = (kf.*field).translation;
+    EXPECT_EQ((scaled.*field).translation, ZoVector3(t.x * 2, -t.y, t.z * 0.5f));
+    EXPECT_EQ((scaled.*field).rotation, (kf.*field).rotation);
+  }
+  EXPECT_EQ(scaled.point, ZoVector3(-3.0f, -2.5f, -1.75f));
+
+  ZoTransform3 x({1, -2, 3}, AboutAxis(0.8f, {1, 1, 0}));
+  ZoJointKeyframe moved = kf;
+  moved.Transform(x);
+  for (auto field : fields) {
+    ZoTransform3 expected = x * (kf.*field);
+    ExpectNear((moved.*field).translation, expected.translation);
+    EXPECT_LT(RotationDistance((moved.*field).rotation, ToEigen(expected.rotation)), 1e-5);
+  }
+  ExpectNear(moved.point, x * kf.point);
+  EXPECT_EQ(moved.marker, kf.marker);
+  EXPECT_EQ(moved.time(), kf.time());
+}
+
+TEST(ZoJointKeyframeInterpolate, EasingFlagsMarkerAndStepSegments) {
+  ZoJointKeyframe a, b;
+  a.actorTransform = ZoTransform3({0, 0, 0}, ZoRotation3());
+  b.actorTransform = ZoTransform3({8, 0, 0}, ZoRotation3());
+  a.localTransform = ZoTransform3({0, 4, 0}, ZoRotation3());
+  b.localTransform = ZoTransform3({0, 0, 0}, ZoRotation3());
+  a.point = {0, 0, 0};
+  b.point = {0, 0, 16};
+  a.flags = 0b011;
+  b.flags = 0b110;
+  a.marker = 5;
+  b.marker = 6;
+
+  ZoJointKeyframe out = DistinctKey();
+  ZoJointKeyframe const before = out;
+  out.Interpolate(&a, &b, 0.25f);
+  ExpectNear(out.actorTransform.translation, {2, 0, 0});
+  ExpectNear(out.localTransform.translation, {0, 3, 0});
+  ExpectNear(out.point, {0, 0, 4});
+  EXPECT_EQ(out.flags, 0b010);
+  EXPECT_EQ(out.marker, 5);
+  // Tag, time, controls, easing and mode of the output are its own.
+  EXPECT_EQ(out.time(), before.time());
+  EXPECT_EQ(out.tag, before.tag);
+  EXPECT_EQ(out.actorIn, before.actorIn);
+  EXPECT_EQ(out.localOut, before.localOut);
+  EXPECT_EQ(out.blendMode, before.blendMode);
+  EXPECT_EQ(Bits(out.easeIn), Bits(before.easeIn));
+
+  // A slow start: A = 0, B = 1 gives s = 3(1 − t)t² + t³.
+  a.easeOut = 0.0f;
+  b.easeIn = 1.0f;
+  for (float t : {0.1f, 0.3f, 0.5f, 0.8f}) {
+    out.Interpolate(&a, &b, t);
+    float s = 3 * (1 - t) * t * t + t * t * t;
+    EXPECT_NEAR(out.actorTransform.translation.x, 8 * s, 1e-5f) << t;
+    EXPECT_NEAR(out.point.z, 16 * s, 1e-5f) << t;
+  }
+
+  // Step: a's values whatever b is, flags and marker from a alone.
+  a.blendMode = 2;
+  out.Interpolate(&a, &b, 0.5f);
+  EXPECT_EQ(out.actorTransform, a.actorTransform);
+  EXPECT_EQ(out.localTransform, a.localTransform);
+  EXPECT_EQ(out.point, a.point);
+  EXPECT_EQ(out.flags, 0b011);
+  // No b: a copy of a.
+  a.blendMode = 0;
+  out.Interpolate(&a, nullptr, 0.7f);
+  EXPECT_EQ(out.actorTransform, a.actorTransform);
+  EXPECT_EQ(out.flags, 0b011);
+  EXPECT_EQ(out.marker, 5);
+}
+
+TEST(ZoJointKeyframeInterpolate, SmoothSegmentsAreCubicInActorSpaceOnly) {
+  // Controls pulled off the straight line make the actor path bulge; the
+  // local transform stays on its straight line.
+  ZoJointKeyframe a, b;
+  a.actorTransform = ZoTransform3({0, 0, 0}, ZoRotation3());
+  a.actorOut = ZoTransform3({0, 3, 0}, ZoRotation3());
+  b.actorIn = ZoTransform3({3, 3, 0}, ZoRotation3());
+  b.actorTransform = ZoTransform3({3, 0, 0}, ZoRotation3());
+  b.localTransform = ZoTransform3({3, 0, 0}, ZoRotation3());
+  a.blendMode = 1;
+  ZoJointKeyframe out;
+  out.Interpolate(&a, &b, 0.5f);
+  ExpectNear(out.actorTransform.translation, {1.5f, 2.25f, 0});
+  ExpectNear(out.localTransform.translation, {1.5f, 0, 0});
+  // Mode 0 on both: linear, the controls ignored.
+  a.blendMode = 0;
+  out.Interpolate(&a, &b, 0.5f);
+  ExpectNear(out.actorTransform.translation, {1.5f, 0, 0});
+  // Mode 0 then mode 1 is cubic too.
+  b.blendMode = 1;
+  out.Interpolate(&a, &b, 0.5f);
+  ExpectNear(out.actorTransform.translation, {1.5f, 2.25f, 0});
+}
+
+TEST(ZoJointKeyListInsert, BlendsAreRecomputedAndNeighboursResetToLinear) {
+  ZoJointKeyList list;
+  ZoJointKeyframe* k0 = JointKey(0, {0, 0, 0});
+  ZoJointKeyframe* k2 = JointKey(200, {6, 0, 0});
+  k0->blendMode = 1;
+  k2->blendMode = 1;
+  list.Insert(k0, 0);
+  list.Insert(k2, 0);
+  EXPECT_EQ(k0->actorOut, ZoTransform3());  // computeBlends 0 leaves them
+
+  ZoJointKeyframe* k1 = JointKey(100, {3, 3, 0});
+  k1->blendMode = 1;
+  ZoKeyListNode* node = list.Insert(k1, 1);
+  ASSERT_NE(node, nullptr);
+  EXPECT_EQ(node->keyframe, k1);
+  EXPECT_EQ(k0->blendMode, 0);
+  EXPECT_EQ(k1->blendMode, 0);
+  EXPECT_EQ(k2->blendMode, 0);
+  ExpectNear(k1->actorIn.translation, {2, 2, 0});
+  ExpectNear(k1->actorOut.translation, {4, 2, 0});
+  ExpectNear(k0->actorOut.translation, {1, 1, 0});
+  EXPECT_EQ(k0->actorIn, k0->actorTransform);  // no key before k0
+  ExpectNear(k2->actorIn.translation, {5, 1, 0});
+  ExpectNear(k1->localOut.translation, {2, 1, 0});
+
+  // Replacing the key at 100 through the blended insert.
+  ZoJointKeyframe* k1b = JointKey(100, {3, -3, 0});
+  EXPECT_EQ(list.Insert(k1b, 1), node);
+  EXPECT_EQ(list.NumKeyframes(), 3);
+  ExpectNear(k0->actorOut.translation, {1, -1, 0});
+
+  // Typed iteration.
+  ZoKeyListNode* p = nullptr;
+  int n = 0;
+  for (ZoJointKeyframe* kf = list.GetFirst(p); kf != nullptr; kf = list.GetNext(p)) ++n;
+  EXPECT_EQ(n, 3);
+}
+
+TEST(ZoJointKeyListSample, SingleKeyHoldsOnlyWhenAsked) {
+  ZoJointKeyList list;
+  ZoJointKeyframe out;
+  EXPECT_EQ(list.SampleAtTime(0, out, 1), 0);  // empty
+  list.Insert(JointKey(100, {1, 2, 3}), 1);
+  EXPECT_EQ(list.SampleAtTime(100, out, 0), 1);
+  EXPECT_EQ(out.actorTransform.translation, ZoVector3(1, 2, 3));
+  EXPECT_EQ(out.point, ZoVector3(2, 4, 6));
+
+  ZoJointKeyframe untouched = DistinctKey();
+  EXPECT_EQ(list.SampleAtTime(150, untouched, 0), 0);
+  EXPECT_TRUE(SameFields(untouched, DistinctKey()));
+  EXPECT_EQ(list.SampleAtTime(50, untouched, 0), 0);
+  EXPECT_EQ(list.SampleAtTime(50, untouched, 1), 0);
+  EXPECT_TRUE(SameFields(untouched, DistinctKey()));
+  EXPECT_EQ(list.SampleAtTime(150, untouched, 1), 1);
+  EXPECT_EQ(untouched.actorTransform.translation, ZoVector3(1, 2, 3));
+  EXPECT_EQ(list.SampleAtTime(0xFFFFFFFFu, out, 1), 1);
+}
+
+TEST(ZoJointKeyListSample, SegmentsFlagsAndSteps) {
+  ZoJointKeyList list;
+  ZoJointKeyframe* k0 = JointKey(0, {0, 0, 0});
+  ZoJointKeyframe* k1 = JointKey(100, {4, 0, 0});
+  ZoJointKeyframe* k2 = JointKey(200, {4, 8, 0});
+  k0->flags = 0b011;
+  k1->flags = 0b110;
+  k2->flags = 0b100;
+  k0->marker = 10;
+  k1->marker = 11;
+  list.Insert(k0, 1);
+  list.Insert(k1, 1);
+  list.Insert(k2, 1);
+
+  ZoJointKeyframe out;
+  ASSERT_EQ(list.SampleAtTime(25, out, 0), 1);
+  ExpectNear(out.actorTransform.translation, {1, 0, 0});
+  ExpectNear(out.localTransform.translation, {0.5f, 0, 0});
+  ExpectNear(out.point, {2, 0, 0});
+  EXPECT_EQ(out.flags, 0b010);
+  EXPECT_EQ(out.marker, 10);
+  ASSERT_EQ(list.SampleAtTime(0, out, 0), 1);
+  EXPECT_EQ(out.flags, 0b011);
+  ASSERT_EQ(list.SampleAtTime(100, out, 0), 1);  // on a key: a copy of it
+  EXPECT_EQ(out.actorTransform.translation, ZoVector3(4, 0, 0));
+  EXPECT_EQ(out.flags, 0b110);
+  EXPECT_EQ(out.marker, 11);
+  ASSERT_EQ(list.SampleAtTime(150, out, 0), 1);
+  ExpectNear(out.actorTransform.translation, {4, 4, 0});
+  EXPECT_EQ(out.flags, 0b100);
+  EXPECT_EQ(list.SampleAtTime(201, out, 0), 0);
+
+  // A step key holds its values over its whole segment.
+  k0->blendMode = 2;
+  for (uint32_t t : {1u, 50u, 99u}) {
+    ASSERT_EQ(list.SampleAtTime(t, out, 0), 1);
+    EXPECT_EQ(out.actorTransform.translation, ZoVector3(0, 0, 0)) << t;
+    EXPECT_EQ(out.flags, 0b011) << t;
+  }
+  ASSERT_EQ(list.SampleAtTime(100, out, 0), 1);
+  EXPECT_EQ(out.actorTransform.translation, ZoVector3(4, 0, 0));
+}
+
+TEST(ZoJointKeyListSample, UnsignedTimesNearTheEndsOfTheRange) {
+  // A segment across the sign bit, and one at the top of the range.
+  ZoJointKeyList list;
+  list.Insert(JointKey(0x7FFFFF00u, {0, 0, 0}), 1);
+  list.Insert(JointKey(0x80000100u, {2, 0, 0}), 1);
+  list.Insert(JointKey(0xFFFFFF00u, {2, 4, 0}), 1);
+  list.Insert(JointKey(0xFFFFFFFFu, {2, 4, 2}), 1);
+  ZoJointKeyframe out;
+  ASSERT_EQ(list.SampleAtTime(0x80000000u, out, 0), 1);
+  ExpectNear(out.actorTransform.translation, {1, 0, 0});
+  ASSERT_EQ(list.SampleAtTime(0xFFFFFF80u, out, 0), 1);
+  ExpectNear(out.actorTransform.translation, {2, 4, 2.0f * 128 / 255});
+  ASSERT_EQ(list.SampleAtTime(0xFFFFFFFFu, out, 0), 1);
+  EXPECT_EQ(out.actorTransform.translation, ZoVector3(2, 4, 2));
+  EXPECT_EQ(list.SampleAtTime(0x7FFFFEFFu, out, 1), 0);
+  EXPECT_EQ(list.SampleAtTime(0u, out, 1), 0);
+
+  // Keys at 0 and 1.
+  ZoJointKeyList tight;
+  tight.Insert(JointKey(0, {0, 0, 0}), 1);
+  tight.Insert(JointKey(1, {1, 0, 0}), 1);
+  ASSERT_EQ(tight.SampleAtTime(1, out, 0), 1);
+  EXPECT_EQ(out.actorTransform.translation, ZoVector3(1, 0, 0));
+  EXPECT_EQ(tight.SampleAtTime(2, out, 0), 0);
+}
+
+TEST(ZoJointKeyListSample, CursorGivesTheSameAnswersInAnyOrder) {
+  ZoJointKeyList list;
+  for (uint32_t i = 0; i < 8; ++i)
+    list.Insert(JointKey(i * 40, {static_cast<float>(i * i), static_cast<float>(i), 0}), 1);
+  for (uint32_t t : {300u, 5u, 120u, 119u, 281u, 0u, 280u, 150u, 10u}) {
+    ZoJointKeyframe viaCursor, fresh;
+    ASSERT_EQ(list.SampleAtTime(t, viaCursor, 1), 1);
+    ZoJointKeyList copy(list);  // a fresh cursor
+    ASSERT_EQ(copy.SampleAtTime(t, fresh, 1), 1);
+    EXPECT_EQ(viaCursor.actorTransform, fresh.actorTransform) << t;
+    EXPECT_EQ(list.Cursor()->keyframe->time(), std::min(t / 40 * 40, 280u)) << t;
+  }
+}
+
+TEST(ZoJointKeyListSample, KeysOfAnotherClassNeverReachTheSampler) {
+  ZoJointKeyList list;
+  list.Insert(JointKey(0, {0, 0, 0}), 1);
+  list.Insert(JointKey(100, {1, 0, 0}), 1);
+  auto* plain = new ZoKeyframe;
+  plain->setTime(200);
+  static_cast<ZoKeyList&>(list).Insert(plain);
+  list.Insert(JointKey(300, {3, 0, 0}), 1);  // blends skip the plain neighbour
+  list.Insert(JointKey(400, {4, 0, 0}), 0);
+
+  ZoJointKeyframe out;
+  EXPECT_EQ(list.SampleAtTime(50, out, 0), 1);
+  ZoJointKeyframe untouched = DistinctKey();
+  EXPECT_EQ(list.SampleAtTime(150, untouched, 0), 0);  // b is not a joint key
+  EXPECT_EQ(list.SampleAtTime(200, untouched, 0), 0);  // a is not a joint key
+  EXPECT_EQ(list.SampleAtTime(250, untouched, 0), 0);
+  EXPECT_TRUE(SameFields(untouched, DistinctKey()));
+  EXPECT_EQ(list.SampleAtTime(350, out, 0), 1);
+  ExpectNear(out.actorTransform.translation, {3.5f, 0, 0});
+  EXPECT_EQ(list.SampleAtTime(100, out, 0), 1);
+
+  ZoKeyListNode* p = nullptr;
+  int joints = 0;
+  for (ZoJointKeyframe* kf = list.GetFirst(p); kf != nullptr; kf = list.GetNext(p)) ++joints;
+  EXPECT_EQ(joints, 4);
+  EXPECT_EQ(list.NumKeyframes(), 5);
+
+  // Replacing the plain key by a joint key makes the segment sample again.
+  ZoKeyListNode* node = list.Insert(JointKey(200, {2, 0, 0}), 1);
+  EXPECT_NE(node->joint, nullptr);
+  EXPECT_EQ(list.SampleAtTime(250, out, 0), 1);
+  ExpectNear(out.actorTransform.translation, {2.5f, 0, 0});
+}
+
+TEST(ZoJointKeyListStream, WrittenUnderTheKeyListCodeAndReadBackAsAKeyList) {
+  ZoJointKeyList list;
+  list.Insert(JointKey(10, {1, 0, 0}), 1);
+  list.Insert(JointKey(20, {2, 0, 0}), 1);
+  EXPECT_EQ(list.StreamType(), ZoTypeCode::KeyList);
+  ZoMemoryStream out;
+  out.version = kZoCurrentVersion;
+  ASSERT_EQ(out.WriteObject(&list), ZoStreamOk);
+  Bytes written = Written(out);
+  ASSERT_EQ(written.size(), 4u + 4u + 2u * (4u + 208u));
+
+  ZoMemoryStream in(written.data(), static_cast<int32_t>(written.size()));
+  std::unique_ptr<ZoStreamObject> back(in.ReadObject(nullptr));
+  ASSERT_NE(back, nullptr);
+  EXPECT_EQ(dynamic_cast<ZoJointKeyList*>(back.get()), nullptr);
+  auto* plain = dynamic_cast<ZoKeyList*>(back.get());
+  ASSERT_NE(plain, nullptr);
+  EXPECT_EQ(plain->NumKeyframes(), 2);
+
+  // The bare body read into a joint list samples as the original.
+  ZoMemoryStream body(written.data() + 4, static_cast<int32_t>(written.size() - 4));
+  ZoJointKeyList again;
+  ASSERT_EQ(again.ReadFromStream(body), ZoStreamOk);
+  ZoJointKeyframe a, b;
+  ASSERT_EQ(list.SampleAtTime(13, a, 0), 1);
+  ASSERT_EQ(again.SampleAtTime(13, b, 0), 1);
+  EXPECT_TRUE(SameFields(a, b));
+}
+
+TEST(ZoJointKeyListSample, SamplingIntoOneOfTheListsOwnKeys) {
+  ZoJointKeyList list;
+  ZoJointKeyframe* k0 = JointKey(0, {0, 0, 0}, AboutAxis(0.2f, {0, 0, 1}));
+  ZoJointKeyframe* k1 = JointKey(100, {4, 0, 0}, AboutAxis(1.4f, {0, 0, 1}));
+  list.Insert(k0, 1);
+  list.Insert(k1, 1);
+  ZoJointKeyframe separate;
+  ASSERT_EQ(list.SampleAtTime(25, separate, 0), 1);
+  ZoJointKeyframe const before1 = *k1;
+  ASSERT_EQ(list.SampleAtTime(25, *k1, 0), 1);  // the segment's own end key as output
+  EXPECT_EQ(k1->actorTransform, separate.actorTransform);
+  EXPECT_EQ(k1->localTransform, separate.localTransform);
+  EXPECT_EQ(k1->point, separate.point);
+  EXPECT_EQ(k1->actorIn, before1.actorIn);  // its controls are its own
+
+  ZoJointKeyframe a = *k0, b = before1;
+  ZoJointKeyframe expected;
+  expected.Interpolate(&a, &b, 0.5f);
+  a.Interpolate(&a, &b, 0.5f);  // this key as the first input
+  EXPECT_EQ(a.actorTransform, expected.actorTransform);
+  ZoJointKeyframe c = *k0;
+  b.Interpolate(&c, &b, 0.5f);  // this key as the second input
+  EXPECT_EQ(b.actorTransform, expected.actorTransform);
+}
