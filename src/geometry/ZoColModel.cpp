@@ -1,0 +1,546 @@
+#include <zoactor/geometry/ZoColModel.h>
+
+#include <zoactor/foundation/ZoAi.h>
+#include <zoactor/foundation/ZoHookRecords.h>
+#include <zoactor/serialization/ZoStreamConstructorEntry.h>
+
+#include "geometry/ZoGeometryCommon.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace {
+
+// The stream version whose node records are 16 bytes, and the first that
+// carries the oriented box.
+constexpr int32_t kShortRecordVersion = 100;
+constexpr int32_t kOrientedBoxVersion = 106;
+
+uint32_t NodeWord(ZoNode const& node) { return node.type | (static_cast<uint32_t>(node.index) << 2); }
+
+// A stack that grows without throwing; Push fails when memory runs out.
+template <class T>
+class FrameStack {
+ public:
+  FrameStack() = default;
+  ~FrameStack() { std::free(items); }
+  FrameStack(FrameStack const&) = delete;
+  FrameStack& operator=(FrameStack const&) = delete;
+
+  bool Push(T const& item) {
+    if (size == capacity) {
+      size_t grown = capacity == 0 ? 64 : capacity * 2;
+      void* more = std::realloc(items, grown * sizeof(T));
+      if (more == nullptr) return false;
+      items = static_cast<T*>(more);
+      capacity = grown;
+    }
+    items[size++] = item;
+    return true;
+  }
+  bool Empty() const { return size == 0; }
+  T Pop() { return items[--size]; }
+
+ private:
+  T* items = nullptr;
+  size_t size = 0;
+  size_t capacity = 0;
+};
+
+// The sphere around two spheres: the segment through both centres, from
+// the far side of one to the far side of the other; the larger sphere (the
+// right one on a tie) when one holds the other or the centres coincide.
+void MergeSpheres(ZoNode const& left, ZoNode const& right, ZoVector3& center, float& radius) {
+  ZoVector3 d = right.center - left.center;
+  float length = d.length();
+  float gap = left.radius - right.radius;
+  if (gap < 0.0f) gap = -gap;
+  if (gap <= length && length >= 1e-6f) {
+    d.normalize();
+    ZoVector3 p1 = left.center - d * left.radius;
+    ZoVector3 p2 = right.center + d * right.radius;
+    center = (p1 + p2) / 2.0f;
+    radius = (p2 - p1).length() * 0.5f;
+  } else if (left.radius > right.radius) {
+    center = left.center;
+    radius = left.radius;
+  } else {
+    center = right.center;
+    radius = right.radius;
+  }
+}
+
+}  // namespace
+
+ZoColModel::ZoColModel()
+    : triangleSet(nullptr),
+      leaves(nullptr),
+      spheres(nullptr),
+      numLeaves(0),
+      numSpheres(0),
+      depth(0),
+      userData(nullptr) {}
+
+ZoColModel::ZoColModel(ZoColModel const& other) : ZoColModel() {
+  if (other.triangleSet == nullptr) return;
+  auto* copy = new (std::nothrow) ZoTriangleSet(*other.triangleSet);
+  if (copy == nullptr) return;
+  SetTriangleSet(copy);
+  UpdateSphereTree();
+}
+
+ZoColModel& ZoColModel::operator=(ZoColModel const& other) {
+  if (this == &other) return *this;
+  ZoTriangleSet* copy = nullptr;
+  if (other.triangleSet != nullptr) copy = new (std::nothrow) ZoTriangleSet(*other.triangleSet);
+  DeleteSphereTree();
+  delete triangleSet;
+  triangleSet = nullptr;
+  orientedBox = ZoOrientedBox();
+  boxMin = boxMax = ZoVector3();
+  if (copy != nullptr) {
+    SetTriangleSet(copy);
+    UpdateSphereTree();
+  }
+  return *this;
+}
+
+ZoColModel::~ZoColModel() {
+  if (userData != nullptr) userData->Release();
+  ZoColModel::DeleteSphereTree();
+  delete triangleSet;
+}
+
+void ZoColModel::SetTriangleSet(ZoTriangleSet* set) {
+  if (triangleSet != nullptr && triangleSet != set) {
+    DeleteSphereTree();
+    delete triangleSet;
+  }
+  triangleSet = set;
+  if (set != nullptr) set->FindBoundingBox(boxMin, boxMax);
+}
+
+ZoNode* ZoColModel::GetNode(uint32_t reference) const {
+  uint32_t index = ZoSphereNode::ReferenceIndex(reference);
+  if (ZoSphereNode::IsSphereReference(reference))
+    return spheres != nullptr && index < static_cast<uint32_t>(numSpheres) ? &spheres[index] : nullptr;
+  return leaves != nullptr && index < static_cast<uint32_t>(numLeaves) ? &leaves[index] : nullptr;
+}
+
+int ZoColModel::SetUserData(ZoAi* data) {
+  if (userData != nullptr && userData != data) userData->Release();
+  userData = data;
+  return 1;
+}
+
+void ZoColModel::FreeTree() {
+  delete[] leaves;
+  delete[] spheres;
+  leaves = nullptr;
+  spheres = nullptr;
+  numLeaves = 0;
+  numSpheres = 0;
+  depth = 0;
+}
+
+void ZoColModel::DeleteSphereTree() {
+  ZoHookSphereTreeRecord record{};
+  record.model = this;
+  if (ZoAiHookManager::Offer(ZoHookDeleteSphereTree, &record) > 0) return;
+  FreeTree();
+}
+
+// --- Building ----------------------------------------------------------------------
+
+void ZoColModel::UpdateSphereTree() {
+  ZoHookSphereTreeRecord record{};
+  record.model = this;
+  if (ZoAiHookManager::Offer(ZoHookUpdateSphereTree, &record) > 0) return;
+  DeleteSphereTree();
+
+  ZoTriangleSet* set = triangleSet;
+  if (set == nullptr || set->GetNumTriangles() < 1 || set->GetType() != ZoTriSetIndexed ||
+      set->GetSourceSet() != nullptr)
+    return;
+  // Corners outside the vertices (a set built by hand) get no tree.
+  for (int32_t i = 0; i < set->GetNumTriangles(); ++i)
+    for (int c = 0; c < 3; ++c) {
+      int32_t v = set->Triangle(i).corner[c];
+      if (v < 0 || v >= set->GetNumVertices()) return;
+    }
+
+  set->RemoveDegenerateTriangles();
+  set->RemoveUnusedVertices();
+  set->FindBoundingBox(boxMin, boxMax);
+  int32_t n = set->GetNumTriangles();
+  if (n < 1) return;
+  float diagonal = (boxMax - boxMin).length();
+  if (!(diagonal >= 1e-4f)) return;  // too small (or not a number)
+  set->FindOrientedBox(orientedBox);
+
+  leaves = new (std::nothrow) ZoLeafNode[static_cast<size_t>(n)];
+  auto* corners = new (std::nothrow) ZoVector3[static_cast<size_t>(n) * 3];
+  int32_t sphereCount = n == 1 ? 1 : n - 1;
+  spheres = new (std::nothrow) ZoSphereNode[static_cast<size_t>(sphereCount)];
+  if (leaves == nullptr || corners == nullptr || spheres == nullptr) {
+    delete[] corners;
+    FreeTree();
+    return;
+  }
+  numLeaves = n;
+  numSpheres = sphereCount;
+  for (int32_t i = 0; i < n; ++i) FindLeafSphere(i, corners);
+  if (n != 1) {
+    int nextSphere = 0;
+    if (DivideAndConquer(0, n, corners, nextSphere, 0) == nullptr) FreeTree();
+  } else {
+    ZoSphereNode& root = spheres[0];
+    root.left = root.right = ZoSphereNode::LeafReference(0);
+    root.center = leaves[0].center;
+    root.radius = leaves[0].radius;
+    depth = 1;
+  }
+  delete[] corners;
+}
+
+void ZoColModel::FindLeafSphere(int triangle, ZoVector3* corners) {
+  ZoTriangle const& t = triangleSet->Triangle(triangle);
+  ZoVector3* c = corners + 3 * static_cast<size_t>(triangle);
+  c[0] = triangleSet->Vertex(t.corner[0]);
+  c[1] = triangleSet->Vertex(t.corner[1]);
+  c[2] = triangleSet->Vertex(t.corner[2]);
+  ZoLeafNode& leaf = leaves[triangle];
+  BoundTriangle(c, leaf.center, leaf.radius);
+  leaf.index = static_cast<uint32_t>(triangle);
+}
+
+void ZoColModel::BoundTriangle(ZoVector3 const* corners, ZoVector3& center, float& radius) {
+  ZoVector3 const& p = corners[0];
+  ZoVector3 const& q = corners[1];
+  ZoVector3 const& r = corners[2];
+  ZoVector3 e0 = q - p, e1 = r - q, e2 = p - r;
+  float dR = -e1.dot(e2);  // the angle at R
+  float dP = -e2.dot(e0);  // at P
+  float dQ = -e0.dot(e1);  // at Q
+  if (dR < 0.0f) {
+    center = (p + q) * 0.5f;
+    radius = e0.length() * 0.5f;
+  } else if (dP < 0.0f) {
+    center = (q + r) * 0.5f;
+    radius = e1.length() * 0.5f;
+  } else if (dQ < 0.0f) {
+    center = (r + p) * 0.5f;
+    radius = e2.length() * 0.5f;
+  } else {
+    // The circumcentre from the orthocentre on the Euler line.
+    float wP = dQ * dR, wQ = dR * dP, wR = dQ * dP;
+    ZoVector3 h = (p * wP + q * wQ + r * wR) / (wP + wQ + wR);
+    center = ((p + q + r) - h) * 0.5f;
+    radius = (p - center).length();
+  }
+}
+
+void ZoColModel::FindSplittingPlane(ZoOrientedBox const& box, ZoVector3& point, ZoVector3& normal) {
+  point = box.transform.translation;
+  ZoVector3 const& s = box.size;
+  ZoVector3 axis(0.0f, 0.0f, 1.0f);
+  if (s.x > s.y && s.x > s.z)
+    axis = ZoVector3(1.0f, 0.0f, 0.0f);
+  else if (s.y > s.z)
+    axis = ZoVector3(0.0f, 1.0f, 0.0f);
+  normal = box.transform.rotation * axis;
+}
+
+void ZoColModel::ReorderTriangles(int first, int count, ZoVector3 const& point, ZoVector3 const& normal,
+                                  ZoVector3* corners, int& first1, int& count1, int& first2, int& count2) {
+  ZoTriangle* triangles = triangleSet->GetTriangles();
+  int16_t* indices = triangleSet->HasMaterialIndices() ? &triangleSet->MaterialIndex(0) : nullptr;
+  auto side = [&](int i) { return (leaves[i].center - point).dot(normal); };
+  int i = first;
+  int j = first + count - 1;
+  while (i < j) {
+    while (i < j && side(i) <= 0.0f) ++i;
+    if (i >= j) break;
+    while (i < j && side(j) >= 0.0f) --j;
+    if (i >= j) break;
+    for (int c = 0; c < 3; ++c) {
+      ZoVector3 keep = corners[3 * i + c];
+      corners[3 * i + c] = corners[3 * j + c];
+      corners[3 * j + c] = keep;
+    }
+    ZoTriangle keepTriangle = triangles[i];
+    triangles[i] = triangles[j];
+    triangles[j] = keepTriangle;
+    if (indices != nullptr) {
+      int16_t keepIndex = indices[i];
+      indices[i] = indices[j];
+      indices[j] = keepIndex;
+    }
+    ZoLeafNode keepLeaf = leaves[i];
+    leaves[i] = leaves[j];
+    leaves[j] = keepLeaf;
+    leaves[i].index = static_cast<uint32_t>(i);
+    leaves[j].index = static_cast<uint32_t>(j);
+    // The triangle now at i lies on the negative side: step past it (which
+    // also keeps the walk finite when a centre is not a number).
+    ++i;
+  }
+  first1 = first;
+  count1 = i - first;
+  first2 = i;
+  count2 = count - count1;
+  if (count1 == 0 || count2 == 0) {
+    count1 = count / 2;
+    first2 = first + count1;
+    count2 = count - count1;
+  }
+}
+
+ZoNode* ZoColModel::DivideAndConquer(int first, int count, ZoVector3* corners, int& nextSphere, int level) {
+  // An explicit stack in place of recursion. A work frame builds the
+  // subtree over triangles [first, first + count) and links it into its
+  // parent; a finish frame (count −1, first = the sphere) merges a sphere
+  // node's children once both subtrees are done. Children are pushed right
+  // first, so left subtrees are numbered first: pre-order.
+  struct Frame {
+    int first;
+    int count;
+    int level;
+    int parent;  // −1 for the subtree's own root
+    int side;    // 0 left, 1 right
+  };
+  FrameStack<Frame> stack;
+  uint32_t rootReference = 0;
+  if (!stack.Push({first, count, level, -1, 0})) return nullptr;
+  while (!stack.Empty()) {
+    Frame frame = stack.Pop();
+    if (frame.count < 0) {
+      ZoSphereNode& node = spheres[frame.first];
+      ZoNode const* left = GetNode(node.left);
+      ZoNode const* right = GetNode(node.right);
+      ZoVector3 center;
+      float radius = 0.0f;
+      MergeSpheres(*left, *right, center, radius);
+      if (radius < node.radius) {
+        node.center = center;
+        node.radius = radius;
+      }
+      continue;
+    }
+    if (frame.level + 1 > depth) depth = frame.level + 1;
+    uint32_t reference;
+    if (frame.count == 1) {
+      reference = ZoSphereNode::LeafReference(static_cast<uint32_t>(frame.first));
+    } else {
+      int k = nextSphere++;
+      reference = ZoSphereNode::SphereReference(static_cast<uint32_t>(k));
+      ZoSphereNode& node = spheres[k];
+      ZoVector3 const* points = corners + 3 * static_cast<size_t>(frame.first);
+      int pointCount = 3 * frame.count;
+      // The points' own sphere, kept unless the children's merge is smaller.
+      ZoTriangleSet::FindBoundingSphere(points, pointCount, node.center, node.radius);
+      ZoOrientedBox box;
+      ZoTriangleSet::FindOrientedBox(points, pointCount, box);
+      ZoVector3 point, normal;
+      FindSplittingPlane(box, point, normal);
+      int first1 = 0, count1 = 0, first2 = 0, count2 = 0;
+      ReorderTriangles(frame.first, frame.count, point, normal, corners, first1, count1, first2, count2);
+      if (!stack.Push({k, -1, 0, 0, 0}) || !stack.Push({first2, count2, frame.level + 1, k, 1}) ||
+          !stack.Push({first1, count1, frame.level + 1, k, 0}))
+        return nullptr;
+    }
+    if (frame.parent < 0)
+      rootReference = reference;
+    else if (frame.side == 0)
+      spheres[frame.parent].left = reference;
+    else
+      spheres[frame.parent].right = reference;
+  }
+  return GetNode(rootReference);
+}
+
+// --- Streaming -------------------------------------------------------------------
+
+ZoStreamError ZoColModel::WriteToStream(ZoStream& stream) const {
+  if (triangleSet == nullptr) {
+    stream << int32_t{0};
+    return stream.Status();
+  }
+  stream << int32_t{1};
+  stream << *triangleSet;
+  int32_t n = triangleSet->GetNumTriangles();
+  bool tree = leaves != nullptr && spheres != nullptr && depth > 0 && numLeaves >= 1 && numLeaves == n &&
+              numSpheres == (n == 1 ? 1 : n - 1);
+  stream << (tree ? depth : int32_t{0});
+  if (!tree) return stream.Status();
+  bool shortRecords = stream.version == kShortRecordVersion;
+  auto writeNode = [&stream, shortRecords](ZoNode const& node) {
+    stream << node.center.x << node.center.y << node.center.z << NodeWord(node);
+    if (!shortRecords) stream << node.radius;
+  };
+  for (int32_t i = 0; i < numLeaves && stream.Status() == ZoStreamOk; ++i) writeNode(leaves[i]);
+  for (int32_t k = 0; k < numSpheres && stream.Status() == ZoStreamOk; ++k) {
+    writeNode(spheres[k]);
+    stream << spheres[k].left << spheres[k].right;
+  }
+  if (stream.version >= kOrientedBoxVersion) {
+    ZoTransform3 const& t = orientedBox.transform;
+    stream << t.translation.x << t.translation.y << t.translation.z << t.rotation.w << t.rotation.x
+           << t.rotation.y << t.rotation.z << orientedBox.size.x << orientedBox.size.y << orientedBox.size.z;
+  }
+  return stream.Status();
+}
+
+ZoStreamError ZoColModel::ReadFromStream(ZoStream& stream) {
+  // Reading replaces what the model held.
+  if (leaves != nullptr || spheres != nullptr) DeleteSphereTree();
+  leaves = nullptr;
+  spheres = nullptr;
+  numLeaves = numSpheres = depth = 0;
+  delete triangleSet;
+  triangleSet = nullptr;
+  orientedBox = ZoOrientedBox();
+  boxMin = boxMax = ZoVector3();
+
+  int32_t hasSet = 0;
+  if ((stream >> hasSet).Status() != ZoStreamOk) return stream.Status();
+  if (hasSet != 0 && hasSet != 1) {
+    stream.SetStatus(ZoStreamFormatError);
+    return stream.Status();
+  }
+  if (hasSet == 0) return stream.Status();
+  auto* set = new (std::nothrow) ZoTriangleSet;
+  if (set == nullptr) {
+    stream.SetStatus(ZoStreamFormatError);
+    return stream.Status();
+  }
+  if ((stream >> *set).Status() != ZoStreamOk) {
+    delete set;
+    return stream.Status();
+  }
+  triangleSet = set;
+  int32_t treeDepth = 0;
+  if ((stream >> treeDepth).Status() != ZoStreamOk) return stream.Status();
+  if (treeDepth < 0) {
+    stream.SetStatus(ZoStreamFormatError);
+    return stream.Status();
+  }
+  if (treeDepth == 0) return stream.Status();
+  if (ReadTree(stream, treeDepth) != ZoStreamOk) FreeTree();
+  return stream.Status();
+}
+
+ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
+  auto fail = [&stream]() {
+    if (stream.Status() == ZoStreamOk) stream.SetStatus(ZoStreamFormatError);
+    return stream.Status();
+  };
+  int32_t n = triangleSet->GetNumTriangles();
+  if (triangleSet->GetType() != ZoTriSetIndexed || n < 1) return fail();
+  int32_t sphereCount = n == 1 ? 1 : n - 1;
+  uint32_t recordSize = stream.version == kShortRecordVersion ? 16 : 20;
+  int64_t needed = int64_t{n} * recordSize + int64_t{sphereCount} * (recordSize + 8);
+  int64_t left = stream.BytesLeft();
+  if (left >= 0 && needed > left) {
+    stream.SetStatus(ZoStreamReadError);
+    return stream.Status();
+  }
+  if (!stream.CheckCount(n, recordSize, sizeof(ZoLeafNode)) ||
+      !stream.CheckCount(sphereCount, recordSize + 8, sizeof(ZoSphereNode)))
+    return stream.Status();
+  leaves = new (std::nothrow) ZoLeafNode[static_cast<size_t>(n)];
+  spheres = new (std::nothrow) ZoSphereNode[static_cast<size_t>(sphereCount)];
+  if (leaves == nullptr || spheres == nullptr) return fail();
+  numLeaves = n;
+  numSpheres = sphereCount;
+  depth = treeDepth;
+
+  unsigned char record[28];
+  auto readNode = [&](ZoNode& node, uint32_t size) {
+    if (stream.ReadBytes(size, record) != ZoStreamOk) return false;
+    float center[3];
+    uint32_t word = 0;
+    std::memcpy(center, record, 12);
+    std::memcpy(&word, record + 12, 4);
+    node.center = ZoVector3(center[0], center[1], center[2]);
+    node.type = word & 3u;
+    node.index = word >> 2;
+    node.radius = 0.0f;
+    if (recordSize == 20) std::memcpy(&node.radius, record + 16, 4);
+    return true;
+  };
+  for (int32_t i = 0; i < n; ++i) {
+    ZoLeafNode& leaf = leaves[i];
+    if (!readNode(leaf, recordSize)) return stream.Status();
+    if (leaf.type != 0 || leaf.index != static_cast<uint32_t>(i)) return fail();
+  }
+  for (int32_t k = 0; k < sphereCount; ++k) {
+    ZoSphereNode& node = spheres[k];
+    if (!readNode(node, recordSize + 8)) return stream.Status();
+    std::memcpy(&node.left, record + recordSize, 4);
+    std::memcpy(&node.right, record + recordSize + 4, 4);
+    if (node.type != 1 || node.index != 0) return fail();
+  }
+  if (stream.version >= kOrientedBoxVersion) {
+    float box[10];
+    if (zogeometry::ReadBlock(stream, box, sizeof box) != ZoStreamOk) return stream.Status();
+    orientedBox.transform.translation = ZoVector3(box[0], box[1], box[2]);
+    orientedBox.transform.rotation = ZoRotation3(box[3], box[4], box[5], box[6]);
+    orientedBox.size = ZoVector3(box[7], box[8], box[9]);
+  }
+  if (!CheckTree()) return fail();
+  return stream.Status();
+}
+
+bool ZoColModel::CheckTree() const {
+  if (numLeaves == 1)
+    return numSpheres == 1 && spheres[0].left == 0 && spheres[0].right == 0 && depth == 1;
+  if (numSpheres != numLeaves - 1) return false;
+  // Walk the tree from the root in pre-order: sphere nodes must come up in
+  // the order 0, 1, 2, ... (so every reference points forward and no node
+  // is shared), every leaf exactly once, and the deepest leaf must be at
+  // the stored depth. Each sphere pops once and pushes two, so the stack
+  // never holds more than numSpheres + 1 entries.
+  struct Entry {
+    uint32_t reference;
+    int32_t level;
+  };
+  auto* stack = new (std::nothrow) Entry[static_cast<size_t>(numSpheres) + 1];
+  auto* seen = new (std::nothrow) unsigned char[static_cast<size_t>(numLeaves)]();
+  bool ok = stack != nullptr && seen != nullptr;
+  size_t top = 0;
+  uint32_t expected = 0;
+  int32_t leavesSeen = 0;
+  int32_t height = 0;
+  if (ok) stack[top++] = {ZoSphereNode::SphereReference(0), 0};
+  while (ok && top > 0) {
+    Entry entry = stack[--top];
+    uint32_t index = ZoSphereNode::ReferenceIndex(entry.reference);
+    if (ZoSphereNode::IsSphereReference(entry.reference)) {
+      if (index != expected || index >= static_cast<uint32_t>(numSpheres)) {
+        ok = false;
+        break;
+      }
+      ++expected;
+      stack[top++] = {spheres[index].right, entry.level + 1};
+      stack[top++] = {spheres[index].left, entry.level + 1};
+    } else {
+      if (index >= static_cast<uint32_t>(numLeaves) || seen[index] != 0) {
+        ok = false;
+        break;
+      }
+      seen[index] = 1;
+      ++leavesSeen;
+      if (entry.level + 1 > height) height = entry.level + 1;
+    }
+  }
+  ok = ok && expected == static_cast<uint32_t>(numSpheres) && leavesSeen == numLeaves && height == depth;
+  delete[] stack;
+  delete[] seen;
+  return ok;
+}
+
+ZoStreamObject* ZoColModel::CreateStreamObject() { return new (std::nothrow) ZoColModel; }
+
+static ZoStreamConstructorEntry const kRegisterColModel(ZoTypeCode::ColModel, &ZoColModel::CreateStreamObject);

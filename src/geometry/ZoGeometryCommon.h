@@ -1,0 +1,71 @@
+// Helpers shared by the geometry sources: bulk blocks on streams and small
+// vector operations that the queries use in their inner loops.
+#ifndef ZOACTOR_SRC_GEOMETRY_ZOGEOMETRYCOMMON_H
+#define ZOACTOR_SRC_GEOMETRY_ZOGEOMETRYCOMMON_H
+
+#include <zoactor/foundation/ZoRotation3.h>
+#include <zoactor/foundation/ZoTransform3.h>
+#include <zoactor/foundation/ZoVector3.h>
+#include <zoactor/serialization/ZoStream.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+namespace zogeometry {
+
+// The largest float, the start value of every minimum search.
+constexpr float kLargest = 3.4028235e38f;
+
+// Writes `bytes` bytes from `data` in pieces the stream's 32-bit counts hold.
+inline ZoStreamError WriteBlock(ZoStream& stream, void const* data, int64_t bytes) {
+  auto const* p = static_cast<char const*>(data);
+  while (bytes > 0 && stream.Status() == ZoStreamOk) {
+    uint32_t piece = bytes > (int64_t{1} << 30) ? (1u << 30) : static_cast<uint32_t>(bytes);
+    stream.WriteBytes(piece, p);
+    p += piece;
+    bytes -= piece;
+  }
+  return stream.Status();
+}
+
+// Reads `bytes` bytes into `data` in pieces; stops at the first error.
+inline ZoStreamError ReadBlock(ZoStream& stream, void* data, int64_t bytes) {
+  auto* p = static_cast<char*>(data);
+  while (bytes > 0 && stream.Status() == ZoStreamOk) {
+    uint32_t piece = bytes > (int64_t{1} << 30) ? (1u << 30) : static_cast<uint32_t>(bytes);
+    stream.ReadBytes(piece, p);
+    p += piece;
+    bytes -= piece;
+  }
+  return stream.Status();
+}
+
+// The rotation matrix of a unit quaternion, row-major: m[i][k] is row i.
+struct Matrix3x3 {
+  float m[3][3];
+};
+
+inline Matrix3x3 MatrixOf(ZoRotation3 const& q) {
+  float xx = q.x * q.x, yy = q.y * q.y, zz = q.z * q.z;
+  float xy = q.x * q.y, xz = q.x * q.z, yz = q.y * q.z;
+  float wx = q.w * q.x, wy = q.w * q.y, wz = q.w * q.z;
+  return {{{1.0f - 2.0f * (yy + zz), 2.0f * (xy - wz), 2.0f * (xz + wy)},
+           {2.0f * (xy + wz), 1.0f - 2.0f * (xx + zz), 2.0f * (yz - wx)},
+           {2.0f * (xz - wy), 2.0f * (yz + wx), 1.0f - 2.0f * (xx + yy)}}};
+}
+
+// Exactly the identity transform, compared bit for bit: a few wide
+// compares instead of seven float ones (a negative zero simply counts as
+// not the identity).
+inline bool IsIdentity(ZoTransform3 const& t) {
+  static ZoTransform3 const identity;
+  return std::memcmp(&t, &identity, sizeof t) == 0;
+}
+
+// |v| without a branch (std::fabs becomes a single mask instruction).
+inline float Absolute(float v) { return std::fabs(v); }
+
+}  // namespace zogeometry
+
+#endif

@@ -1,0 +1,200 @@
+// Bounding boxes, Ritter spheres, covariance-aligned oriented boxes (their
+// axes checked against Eigen's eigen solver) and ground rectangles.
+#include "ZoGeometryTestSupport.h"
+
+#include <zoactor/geometry/ZoOrientedBox.h>
+#include <zoactor/geometry/ZoRect.h>
+#include <zoactor/geometry/ZoTriangleSet.h>
+
+#include <Eigen/Dense>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace {
+
+void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
+  EXPECT_NEAR(a.x, b.x, tolerance);
+  EXPECT_NEAR(a.y, b.y, tolerance);
+  EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+ZoVector3 Axis(ZoOrientedBox const& box, int i) {
+  ZoVector3 unit(i == 0 ? 1.0f : 0.0f, i == 1 ? 1.0f : 0.0f, i == 2 ? 1.0f : 0.0f);
+  return box.transform.rotation * unit;
+}
+
+}  // namespace
+
+TEST(ZoBoundingBox, ExtremesAndUntouchedOutputs) {
+  ZoVector3 const points[4] = {{1, 5, 3}, {-2, 7, 0}, {4, -1, 2}, {0, 0, 9}};
+  ZoVector3 lo(99, 99, 99), hi(99, 99, 99);
+  ZoTriangleSet::FindBoundingBox(points, 1, lo, hi);
+  EXPECT_EQ(lo, ZoVector3(1, 5, 3));
+  EXPECT_EQ(hi, ZoVector3(1, 5, 3));
+  ZoTriangleSet::FindBoundingBox(points, 4, lo, hi);
+  EXPECT_EQ(lo, ZoVector3(-2, -1, 0));
+  EXPECT_EQ(hi, ZoVector3(4, 7, 9));
+  ZoVector3 keptLo = lo, keptHi = hi;
+  ZoTriangleSet::FindBoundingBox(nullptr, 4, lo, hi);
+  ZoTriangleSet::FindBoundingBox(points, 0, lo, hi);
+  EXPECT_EQ(lo, keptLo);
+  EXPECT_EQ(hi, keptHi);
+}
+
+TEST(ZoBoundingSphere, SeedPairAndGrowth) {
+  ZoVector3 center(7, 7, 7);
+  float radius = 7;
+  ZoVector3 one(1, 2, 3);
+  ZoTriangleSet::FindBoundingSphere(&one, 1, center, radius);
+  EXPECT_EQ(center, one);
+  EXPECT_EQ(radius, 0.0f);
+
+  ZoVector3 const inside[3] = {{-1, 0, 0}, {1, 0, 0}, {0, 0.5f, 0}};
+  ZoTriangleSet::FindBoundingSphere(inside, 3, center, radius);
+  EXPECT_EQ(center, ZoVector3(0, 0, 0));
+  EXPECT_EQ(radius, 1.0f);
+
+  // A point exactly on the sphere does not grow it.
+  ZoVector3 const onSphere[3] = {{-1, 0, 0}, {1, 0, 0}, {0, 1, 0}};
+  ZoTriangleSet::FindBoundingSphere(onSphere, 3, center, radius);
+  EXPECT_EQ(radius, 1.0f);
+
+  // dx² equals dy²: the y pair seeds the sphere (centre (0.2, 0, 0)), and
+  // the first point, outside it, grows it to centre (0.1, 0, 0), radius 1.1.
+  ZoVector3 const tie[4] = {{-1, 0, 0}, {1, 0, 0}, {0.2f, -1, 0}, {0.2f, 1, 0}};
+  ZoTriangleSet::FindBoundingSphere(tie, 4, center, radius);
+  ExpectNear(center, ZoVector3(0.1f, 0, 0));
+  EXPECT_NEAR(radius, 1.1f, 1e-6f);
+
+  // Growth touches the new point and keeps the old sphere inside: the x
+  // pair seeds centre 0, radius 1; (0, 1.5, 0) grows it to centre
+  // (0, 0.25, 0), radius 1.25.
+  ZoVector3 const grow[3] = {{-1, 0, 0}, {1, 0, 0}, {0, 1.5f, 0}};
+  ZoTriangleSet::FindBoundingSphere(grow, 3, center, radius);
+  ExpectNear(center, ZoVector3(0, 0.25f, 0));
+  EXPECT_NEAR(radius, 1.25f, 1e-6f);
+  EXPECT_NEAR((grow[2] - center).length(), radius, 1e-6f);
+  EXPECT_LE(center.length() + 1.0f, radius + 1e-6f);
+}
+
+TEST(ZoBoundingSphere, HoldsRandomClouds) {
+  std::mt19937 random(11);
+  for (int trial = 0; trial < 50; ++trial) {
+    std::vector<ZoVector3> points(1 + trial * 7);
+    for (auto& p : points) p = zogeotest::RandomPoint(random, 5.0f) + ZoVector3(10, -3, 2);
+    ZoVector3 center;
+    float radius = 0;
+    ZoTriangleSet::FindBoundingSphere(points.data(), static_cast<int>(points.size()), center, radius);
+    for (auto const& p : points) EXPECT_LE((p - center).length(), radius * (1 + 1e-5f) + 1e-5f);
+  }
+}
+
+TEST(ZoOrientedBoxFit, AxisAlignedBoxCorners) {
+  std::vector<ZoVector3> corners;
+  for (float x : {0.0f, 2.0f})
+    for (float y : {-1.0f, 3.0f})
+      for (float z : {-2.0f, 4.0f}) corners.emplace_back(x, y, z);
+  ZoOrientedBox box;
+  ZoTriangleSet::FindOrientedBox(corners.data(), 8, box);
+  // Largest variance first: z (6), then y (4), then x (2).
+  ExpectNear(box.size, ZoVector3(6, 4, 2), 1e-4f);
+  ExpectNear(box.transform.translation, ZoVector3(1, 1, 1), 1e-4f);
+  EXPECT_NEAR(std::fabs(Axis(box, 0).z), 1.0f, 1e-5f);
+  EXPECT_NEAR(std::fabs(Axis(box, 2).x), 1.0f, 1e-5f);
+
+  ZoVector3 single(3, 4, 5);
+  ZoTriangleSet::FindOrientedBox(&single, 1, box);
+  EXPECT_EQ(box.size, ZoVector3(0, 0, 0));
+  ExpectNear(box.transform.translation, single);
+
+  ZoOrientedBox untouched(ZoTransform3(ZoVector3(1, 1, 1), ZoRotation3()), ZoVector3(9, 9, 9));
+  ZoTriangleSet::FindOrientedBox(nullptr, 3, untouched);
+  ZoTriangleSet::FindOrientedBox(corners.data(), 0, untouched);
+  EXPECT_EQ(untouched.size, ZoVector3(9, 9, 9));
+}
+
+// The box axes are the eigenvectors of the covariance, largest eigenvalue
+// first, as Eigen's SelfAdjointEigenSolver finds them in double precision.
+// The covariance is accumulated in single precision over a few hundred
+// points of coordinates up to about 20, so its entries carry relative
+// errors near 1e-5; with eigenvalues at least twice apart an axis turns by
+// less than about 1e-4 rad, so |cos| ≥ 1 − 1e-4 is checked. Every point
+// lies in the box within 1e-4 of its size.
+TEST(ZoOrientedBoxFit, AxesMatchEigen) {
+  std::mt19937 random(5);
+  std::normal_distribution<float> gauss(0.0f, 1.0f);
+  for (int trial = 0; trial < 40; ++trial) {
+    ZoRotation3 orientation(gauss(random), gauss(random), gauss(random), gauss(random));
+    orientation.normalize();
+    ZoVector3 offset = zogeotest::RandomPoint(random, 10.0f);
+    std::vector<ZoVector3> points(300);
+    for (auto& p : points)
+      p = orientation * ZoVector3(6.0f * gauss(random), 2.5f * gauss(random), 0.8f * gauss(random)) + offset;
+    ZoOrientedBox box;
+    ZoTriangleSet::FindOrientedBox(points.data(), static_cast<int>(points.size()), box);
+
+    Eigen::Vector3d mean = Eigen::Vector3d::Zero();
+    for (auto const& p : points) mean += Eigen::Vector3d(p.x, p.y, p.z);
+    mean /= static_cast<double>(points.size());
+    Eigen::Matrix3d covariance = Eigen::Matrix3d::Zero();
+    for (auto const& p : points) {
+      Eigen::Vector3d d = Eigen::Vector3d(p.x, p.y, p.z) - mean;
+      covariance += d * d.transpose();
+    }
+    covariance /= static_cast<double>(points.size());
+    Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(covariance);
+    for (int i = 0; i < 3; ++i) {
+      Eigen::Vector3d expected = solver.eigenvectors().col(2 - i);  // Eigen sorts ascending
+      ZoVector3 axis = Axis(box, i);
+      double cosine = std::fabs(expected.dot(Eigen::Vector3d(axis.x, axis.y, axis.z)));
+      EXPECT_GT(cosine, 1.0 - 1e-4) << "trial " << trial << " axis " << i;
+    }
+    ZoTransform3 inverse = ~box.transform;
+    for (auto const& p : points) {
+      ZoVector3 local = inverse * p;
+      EXPECT_LE(std::fabs(local.x), box.size.x * 0.5f + 1e-4f * box.size.x);
+      EXPECT_LE(std::fabs(local.y), box.size.y * 0.5f + 1e-4f * box.size.x);
+      EXPECT_LE(std::fabs(local.z), box.size.z * 0.5f + 1e-4f * box.size.x);
+    }
+  }
+}
+
+TEST(ZoRectTest, AreaContainsAndFootprint) {
+  ZoRect rect(0, 2, 0, 1);
+  EXPECT_EQ(rect.area(), 2.0f);
+  for (float x : {0.0f, 1.0f, 2.0f})
+    for (float y : {0.0f, 1.0f}) EXPECT_EQ(rect.contains(ZoVector2(x, y)), 1) << x << "," << y;
+  EXPECT_EQ(rect.contains(ZoVector2(2.001f, 0.5f)), 0);
+  EXPECT_EQ(rect.contains(ZoVector2(1, -0.001f)), 0);
+  rect.setValue(-1, 1, -3, 3);
+  rect.maxy() = 4;
+  EXPECT_EQ(rect.miny(), -3.0f);
+  EXPECT_EQ(rect.area(), 14.0f);
+
+  ZoTriangleSet set;
+  set.Create(ZoTriSetPolyline, 0, 0, 1, 0);
+  set.Vertex(0) = ZoVector3(1, 5, 3);
+  rect.projectTriSet(&set);
+  EXPECT_EQ(rect.minx(), 3.0f);
+  EXPECT_EQ(rect.maxx(), 3.0f);
+  EXPECT_EQ(rect.miny(), 1.0f);
+  EXPECT_EQ(rect.maxy(), 1.0f);
+  set.Create(ZoTriSetPolyline, 0, 0, 3, 0);
+  set.Vertex(0) = ZoVector3(1, 5, 3);
+  set.Vertex(1) = ZoVector3(-2, 100, 4);
+  set.Vertex(2) = ZoVector3(0, -100, -1);
+  rect.projectTriSet(&set);
+  EXPECT_EQ(rect.minx(), -1.0f);
+  EXPECT_EQ(rect.maxx(), 4.0f);
+  EXPECT_EQ(rect.miny(), -2.0f);
+  EXPECT_EQ(rect.maxy(), 1.0f);
+
+  ZoTriangleSet empty;
+  rect.projectTriSet(&empty);
+  EXPECT_GT(rect.minx(), rect.maxx());
+  EXPECT_EQ(rect.contains(ZoVector2(0, 0)), 0);
+}

@@ -1,0 +1,548 @@
+// Collision models: leaf spheres, sphere-tree invariants on random meshes,
+// splitting, hooks, user data, copies and the stream body at its versions.
+#include "ZoGeometryTestSupport.h"
+
+#include <zoactor/foundation/ZoMath.h>
+#include <zoactor/geometry/ZoColModel.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+using zogeotest::ExpectSameSet;
+using zogeotest::ReadBody;
+using zogeotest::WriteBody;
+using zotest::ByteBuilder;
+
+namespace {
+
+// Opens the building steps to the tests.
+class OpenModel : public ZoColModel {
+ public:
+  using ZoColModel::BoundTriangle;
+  using ZoColModel::FindSplittingPlane;
+  using ZoColModel::ReorderTriangles;
+};
+
+void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
+  EXPECT_NEAR(a.x, b.x, tolerance);
+  EXPECT_NEAR(a.y, b.y, tolerance);
+  EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+// The sphere around two spheres, computed here independently: the smallest
+// sphere containing both.
+void EnclosingSphere(ZoNode const& a, ZoNode const& b, ZoVector3& center, float& radius) {
+  ZoVector3 d = b.center - a.center;
+  float length = d.length();
+  if (length + b.radius <= a.radius) {
+    center = a.center;
+    radius = a.radius;
+  } else if (length + a.radius <= b.radius) {
+    center = b.center;
+    radius = b.radius;
+  } else {
+    radius = (length + a.radius + b.radius) * 0.5f;
+    center = a.center + d * ((radius - a.radius) / length);
+  }
+}
+
+// Checks every structural and geometric invariant of a built tree.
+void CheckTree(ZoColModel const& model) {
+  ZoTriangleSet const* set = model.GetTriangleSet();
+  ASSERT_NE(set, nullptr);
+  int n = set->GetNumTriangles();
+  ASSERT_EQ(model.GetNumLeaves(), n);
+  ASSERT_EQ(model.GetNumSpheres(), n == 1 ? 1 : n - 1);
+  ZoLeafNode const* leaves = model.GetLeaves();
+  ZoSphereNode const* spheres = model.GetRoot();
+  ASSERT_NE(leaves, nullptr);
+  ASSERT_NE(spheres, nullptr);
+  float scale = 1.0f;
+  for (int v = 0; v < set->GetNumVertices(); ++v) scale = std::max(scale, set->Vertex(v).length());
+  // Rounding of single-precision coordinates up to `scale`.
+  float const tolerance = 2e-5f * scale;
+  float const sameSphere = 2e-6f * scale;
+
+  // Leaf i bounds triangle i and names it.
+  for (int i = 0; i < n; ++i) {
+    ASSERT_EQ(leaves[i].type, 0u);
+    ASSERT_EQ(leaves[i].index, static_cast<uint32_t>(i));
+    for (int c = 0; c < 3; ++c)
+      EXPECT_LE((set->Vertex(set->Triangle(i)[c]) - leaves[i].center).length(), leaves[i].radius + tolerance);
+  }
+  if (n == 1) {
+    EXPECT_EQ(model.GetDepth(), 1);
+    EXPECT_EQ(spheres[0].left, 0u);
+    EXPECT_EQ(spheres[0].right, 0u);
+    return;
+  }
+
+  // Parents, pre-order numbering, every node reached once, the depth.
+  std::vector<int> leafParent(n, -1), sphereParent(n - 1, -1), sphereLevel(n - 1, 0);
+  int height = 0;
+  for (int k = 0; k < n - 1; ++k) {
+    ASSERT_EQ(spheres[k].type, 1u);
+    for (uint32_t child : {spheres[k].left, spheres[k].right}) {
+      uint32_t index = ZoSphereNode::ReferenceIndex(child);
+      if (ZoSphereNode::IsSphereReference(child)) {
+        ASSERT_GT(index, static_cast<uint32_t>(k)) << "a child sphere comes later in pre-order";
+        ASSERT_LT(index, static_cast<uint32_t>(n - 1));
+        ASSERT_EQ(sphereParent[index], -1) << "shared sphere node";
+        sphereParent[index] = k;
+      } else {
+        ASSERT_LT(index, static_cast<uint32_t>(n));
+        ASSERT_EQ(leafParent[index], -1) << "shared leaf";
+        leafParent[index] = k;
+      }
+    }
+    if (ZoSphereNode::IsSphereReference(spheres[k].left)) {
+      EXPECT_EQ(ZoSphereNode::ReferenceIndex(spheres[k].left), static_cast<uint32_t>(k + 1)) << "pre-order";
+    }
+  }
+  for (int k = 1; k < n - 1; ++k) {
+    ASSERT_NE(sphereParent[k], -1) << "unreached sphere " << k;
+    sphereLevel[k] = sphereLevel[sphereParent[k]] + 1;  // parents precede children
+  }
+  for (int i = 0; i < n; ++i) {
+    ASSERT_NE(leafParent[i], -1) << "unreached leaf " << i;
+    height = std::max(height, sphereLevel[leafParent[i]] + 2);
+  }
+  EXPECT_EQ(model.GetDepth(), height);
+
+  // Every sphere holds every corner of its subtree.
+  for (int i = 0; i < n; ++i)
+    for (int k = leafParent[i]; k != -1; k = sphereParent[k])
+      for (int c = 0; c < 3; ++c)
+        ASSERT_LE((set->Vertex(set->Triangle(i)[c]) - spheres[k].center).length(), spheres[k].radius + tolerance)
+            << "sphere " << k << " misses a corner of triangle " << i;
+
+  // No sphere is larger than the merge of its children; one that took the
+  // merge holds both children's spheres.
+  int tookMerge = 0;
+  for (int k = 0; k < n - 1; ++k) {
+    ZoNode const* left = model.GetNode(spheres[k].left);
+    ZoNode const* right = model.GetNode(spheres[k].right);
+    ZoVector3 center;
+    float radius = 0;
+    EnclosingSphere(*left, *right, center, radius);
+    EXPECT_LE(spheres[k].radius, radius + tolerance) << "sphere " << k;
+    if ((spheres[k].center - center).length() <= sameSphere && std::fabs(spheres[k].radius - radius) <= sameSphere) {
+      ++tookMerge;
+      for (ZoNode const* child : {left, right})
+        EXPECT_LE((child->center - spheres[k].center).length() + child->radius, spheres[k].radius + tolerance);
+    }
+  }
+  if (n > 100) {
+    EXPECT_GT(tookMerge, 0) << "some nodes take their children's merge";
+  }
+}
+
+using Triple = std::array<float, 9>;
+
+// The triangles of a set as sorted corner-position triples.
+std::vector<Triple> TriangleMultiset(ZoTriangleSet const& set) {
+  std::vector<Triple> all;
+  for (int i = 0; i < set.GetNumTriangles(); ++i) {
+    Triple t;
+    for (int c = 0; c < 3; ++c) {
+      ZoVector3 const& p = set.Vertex(set.Triangle(i)[c]);
+      t[3 * c] = p.x;
+      t[3 * c + 1] = p.y;
+      t[3 * c + 2] = p.z;
+    }
+    all.push_back(t);
+  }
+  std::sort(all.begin(), all.end());
+  return all;
+}
+
+}  // namespace
+
+TEST(ZoColModelLeaves, BoundTriangle) {
+  ZoVector3 center;
+  float radius = 0;
+  ZoVector3 const right[3] = {{0, 0, 0}, {2, 0, 0}, {0, 2, 0}};
+  OpenModel::BoundTriangle(right, center, radius);
+  ExpectNear(center, ZoVector3(1, 1, 0));
+  EXPECT_NEAR(radius, std::sqrt(2.0f), 1e-6f);
+
+  // Obtuse at each corner in turn: the midpoint of the opposite edge.
+  ZoVector3 const obtuse[3][3] = {{{-3, 0, 0}, {3, 0, 0}, {0, 1, 0}},
+                                  {{0, 1, 0}, {-3, 0, 0}, {3, 0, 0}},
+                                  {{3, 0, 0}, {0, 1, 0}, {-3, 0, 0}}};
+  for (auto const& triangle : obtuse) {
+    OpenModel::BoundTriangle(triangle, center, radius);
+    ExpectNear(center, ZoVector3(0, 0, 0));
+    EXPECT_NEAR(radius, 3.0f, 1e-6f);
+  }
+
+  float h = std::sqrt(3.0f);
+  ZoVector3 const equilateral[3] = {{-1, 0, 5}, {1, 0, 5}, {0, h, 5}};
+  OpenModel::BoundTriangle(equilateral, center, radius);
+  ExpectNear(center, ZoVector3(0, h / 3, 5));
+  EXPECT_NEAR(radius, 2 * h / 3, 1e-5f);
+}
+
+TEST(ZoColModelBuild, OneAndTwoTriangles) {
+  ZoColModel one;
+  auto* set = new ZoTriangleSet;
+  set->Create(ZoTriSetIndexed, 0, 1, 3, 0);
+  set->Vertex(1) = ZoVector3(2, 0, 0);
+  set->Vertex(2) = ZoVector3(0, 2, 0);
+  set->Triangle(0).Set(0, 1, 2);
+  one.SetTriangleSet(set);
+  one.UpdateSphereTree();
+  ASSERT_NE(one.GetRoot(), nullptr);
+  EXPECT_EQ(one.GetDepth(), 1);
+  EXPECT_EQ(one.GetRoot()->left, 0u);
+  EXPECT_EQ(one.GetRoot()->right, 0u);
+  EXPECT_EQ(one.GetRoot()->center, one.GetLeaves()[0].center);
+  EXPECT_EQ(one.GetRoot()->radius, one.GetLeaves()[0].radius);
+  ExpectNear(one.GetLeaves()[0].center, ZoVector3(1, 1, 0));
+  CheckTree(one);
+
+  ZoColModel two;
+  two.SetTriangleSet(zogeotest::RandomSoup(*std::make_unique<std::mt19937>(3), 2));
+  two.UpdateSphereTree();
+  EXPECT_EQ(two.GetDepth(), 2);
+  EXPECT_EQ(two.GetNumSpheres(), 1);
+  EXPECT_FALSE(ZoSphereNode::IsSphereReference(two.GetRoot()->left));
+  EXPECT_FALSE(ZoSphereNode::IsSphereReference(two.GetRoot()->right));
+  CheckTree(two);
+}
+
+TEST(ZoColModelBuild, InvariantsOnRandomMeshes) {
+  std::mt19937 random(2024);
+  for (int n : {1, 2, 3, 4, 5, 7, 16, 33, 100, 257, 1000, 10000}) {
+    SCOPED_TRACE(n);
+    ZoColModel model;
+    ZoTriangleSet* soup = zogeotest::RandomSoup(random, n, n > 100 ? 50.0f : 5.0f);
+    auto before = TriangleMultiset(*soup);
+    model.SetTriangleSet(soup);
+    model.UpdateSphereTree();
+    CheckTree(model);
+    ZoTriangleSet const& set = *model.GetTriangleSet();
+    EXPECT_EQ(TriangleMultiset(set), before) << "building only reorders triangles";
+    // Material indices travel with their triangles (triangle t of the soup
+    // used vertices 3t .. 3t + 2 and material t mod 2).
+    for (int i = 0; i < set.GetNumTriangles(); ++i) EXPECT_EQ(set.MaterialIndex(i), (set.Triangle(i)[0] / 3) % 2);
+    ZoVector3 lo, hi;
+    model.GetBoundingBox(lo, hi);
+    EXPECT_LT(lo.x, hi.x);
+  }
+  for (int side : {1, 3, 40, 70}) {
+    SCOPED_TRACE(side);
+    ZoColModel grid;
+    grid.SetTriangleSet(zogeotest::RandomGrid(random, side, side + 1));
+    grid.UpdateSphereTree();
+    CheckTree(grid);
+  }
+}
+
+TEST(ZoColModelBuild, CleansAndSkipsWhatItCannotBuild) {
+  // Degenerate triangles and unused vertices go; the rest gets a tree.
+  ZoColModel model;
+  auto* set = new ZoTriangleSet;
+  set->Create(ZoTriSetIndexed, 0, 3, 6, 0);
+  set->Vertex(1) = ZoVector3(1, 0, 0);
+  set->Vertex(2) = ZoVector3(0, 1, 0);
+  set->Vertex(3) = ZoVector3(0, 0, 1);
+  set->Vertex(4) = ZoVector3(7, 7, 7);  // unused
+  set->Triangle(0).Set(0, 1, 2);
+  set->Triangle(1).Set(0, 1, 1);  // degenerate
+  set->Triangle(2).Set(0, 3, 5);  // 5 is at the origin: degenerate
+  model.SetTriangleSet(set);
+  model.UpdateSphereTree();
+  EXPECT_EQ(set->GetNumTriangles(), 1);
+  EXPECT_EQ(set->GetNumVertices(), 3);
+  EXPECT_EQ(model.GetDepth(), 1);
+
+  // Smaller than the 0.0001 diagonal: a box but no tree.
+  ZoColModel tiny;
+  auto* small = new ZoTriangleSet;
+  small->Create(ZoTriSetIndexed, 0, 1, 3, 0);
+  small->Vertex(0) = ZoVector3(5, 5, 5);
+  small->Vertex(1) = ZoVector3(5.00005f, 5, 5);
+  small->Vertex(2) = ZoVector3(5, 5.00005f, 5);
+  tiny.SetTriangleSet(small);
+  tiny.UpdateSphereTree();
+  EXPECT_EQ(tiny.GetRoot(), nullptr);
+  EXPECT_EQ(tiny.GetDepth(), 0);
+  ZoVector3 lo, hi;
+  tiny.GetBoundingBox(lo, hi);
+  EXPECT_EQ(lo, ZoVector3(5, 5, 5));
+
+  // A polyline or a set without triangles is neither cleaned nor given a tree.
+  ZoColModel line;
+  auto* chain = new ZoTriangleSet;
+  chain->Create(ZoTriSetPolyline, 0, 0, 3, 0);
+  line.SetTriangleSet(chain);
+  line.UpdateSphereTree();
+  EXPECT_EQ(line.GetRoot(), nullptr);
+  EXPECT_EQ(chain->GetNumVertices(), 3);
+  ZoColModel empty;
+  empty.UpdateSphereTree();
+  EXPECT_EQ(empty.GetRoot(), nullptr);
+
+  // Nor is a derived set, whose triangles belong to its source.
+  auto source = std::unique_ptr<ZoTriangleSet>(zogeotest::RandomSoup(*std::make_unique<std::mt19937>(1), 4));
+  auto* derived = new ZoTriangleSet;
+  derived->Create(source.get(), 0, 0);
+  ZoColModel view;
+  view.SetTriangleSet(derived);
+  view.UpdateSphereTree();
+  EXPECT_EQ(view.GetRoot(), nullptr);
+}
+
+TEST(ZoColModelBuild, SplitNeverLeavesASideEmpty) {
+  // Four triangles whose leaf centres lie on the plane's negative side.
+  OpenModel model;
+  auto* set = zogeotest::RandomSoup(*std::make_unique<std::mt19937>(9), 4, 1.0f, 0.1f);
+  model.SetTriangleSet(set);
+  model.UpdateSphereTree();
+  ASSERT_NE(model.GetLeaves(), nullptr);
+  std::vector<ZoVector3> corners(12);
+  for (int i = 0; i < 4; ++i)
+    for (int c = 0; c < 3; ++c) corners[3 * i + c] = set->Vertex(set->Triangle(i)[c]);
+  int first1 = -1, count1 = -1, first2 = -1, count2 = -1;
+  model.ReorderTriangles(0, 4, ZoVector3(100, 0, 0), ZoVector3(1, 0, 0), corners.data(), first1, count1, first2,
+                         count2);
+  // The walk stops on the last triangle, which goes to the second part.
+  EXPECT_EQ(first1, 0);
+  EXPECT_EQ(count1, 3);
+  EXPECT_EQ(first2, 3);
+  EXPECT_EQ(count2, 1);
+  // All on the positive side: the first part would be empty, so halves.
+  model.ReorderTriangles(0, 3, ZoVector3(-100, 0, 0), ZoVector3(1, 0, 0), corners.data(), first1, count1, first2,
+                         count2);
+  EXPECT_EQ(count1, 1);
+  EXPECT_EQ(count2, 2);
+  // A real split keeps leaves, triangles and corners together.
+  model.ReorderTriangles(0, 4, ZoVector3(), ZoVector3(1, 0, 0), corners.data(), first1, count1, first2, count2);
+  EXPECT_EQ(count1 + count2, 4);
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(model.GetLeaves()[i].index, static_cast<uint32_t>(i));
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(corners[3 * i + c], set->Vertex(set->Triangle(i)[c]));
+  }
+
+  // Ties go to the later axis: x only when strictly longest, y when
+  // strictly longer than z, else z.
+  ZoRotation3 turn;
+  turn.setValue(ZoMath::HALF_PI, ZoVector3(0, 0, 1));
+  ZoOrientedBox box(ZoTransform3(ZoVector3(1, 2, 3), turn), ZoVector3(2, 2, 1));
+  ZoVector3 point, normal;
+  OpenModel::FindSplittingPlane(box, point, normal);
+  EXPECT_EQ(point, ZoVector3(1, 2, 3));
+  ExpectNear(normal, ZoVector3(-1, 0, 0));  // the box's y axis, turned
+  box.size = ZoVector3(2, 2, 2);
+  OpenModel::FindSplittingPlane(box, point, normal);
+  ExpectNear(normal, ZoVector3(0, 0, 1));
+  box.size = ZoVector3(3, 2, 3);
+  OpenModel::FindSplittingPlane(box, point, normal);
+  ExpectNear(normal, ZoVector3(0, 0, 1));
+  box.size = ZoVector3(3, 2, 2.9f);
+  OpenModel::FindSplittingPlane(box, point, normal);
+  ExpectNear(normal, ZoVector3(0, 1, 0));  // the box's x axis, turned
+}
+
+TEST(ZoColModelHooks, RequestsAndTakeOver) {
+  zogeotest::FakeHookManager hooks;
+  {
+    ZoColModel model;
+    model.SetTriangleSet(zogeotest::RandomSoup(*std::make_unique<std::mt19937>(4), 5));
+    model.UpdateSphereTree();
+    ASSERT_EQ(hooks.requests.size(), 2u);
+    EXPECT_EQ(hooks.requests[0].code, 36);
+    EXPECT_EQ(hooks.requests[1].code, 37);
+    EXPECT_EQ(hooks.requests[0].model, &model);
+    EXPECT_NE(model.GetRoot(), nullptr);
+
+    // The engine builds the tree: the model is left as it was.
+    hooks.answer = 1;
+    ZoSphereNode* root = model.GetRoot();
+    model.UpdateSphereTree();
+    EXPECT_EQ(model.GetRoot(), root);
+    model.DeleteSphereTree();
+    EXPECT_EQ(model.GetRoot(), root);
+    hooks.answer = 0;
+    model.DeleteSphereTree();
+    EXPECT_EQ(model.GetRoot(), nullptr);
+    EXPECT_EQ(model.GetDepth(), 0);
+    EXPECT_NE(model.GetTriangleSet(), nullptr);
+    hooks.requests.clear();
+  }
+  // The destructor offers the deletion too.
+  ASSERT_EQ(hooks.requests.size(), 1u);
+  EXPECT_EQ(hooks.requests[0].code, 37);
+  EXPECT_TRUE(hooks.reservedUntouched);
+
+  // A hook that refuses to build leaves an untouched set (not cleaned).
+  hooks.answer = 1;
+  ZoColModel refused;
+  auto* set = new ZoTriangleSet;
+  set->Create(ZoTriSetIndexed, 0, 1, 3, 0);
+  refused.SetTriangleSet(set);
+  refused.UpdateSphereTree();
+  EXPECT_EQ(set->GetNumTriangles(), 1);
+  EXPECT_EQ(refused.GetRoot(), nullptr);
+  hooks.answer = 0;
+}
+
+TEST(ZoColModelOwnership, UserDataSetsAndCopies) {
+  zogeotest::CountingUserData first, second;
+  {
+    ZoColModel model;
+    EXPECT_EQ(model.SetUserData(&first), 1);
+    EXPECT_EQ(model.SetUserData(&first), 1);
+    EXPECT_EQ(first.releases, 0);
+    model.SetUserData(&second);
+    EXPECT_EQ(first.releases, 1);
+    EXPECT_EQ(model.GetUserData(), &second);
+
+    model.SetTriangleSet(zogeotest::RandomSoup(*std::make_unique<std::mt19937>(6), 20));
+    model.UpdateSphereTree();
+    ZoColModel copy(model);
+    EXPECT_EQ(copy.GetUserData(), nullptr);
+    EXPECT_NE(copy.GetTriangleSet(), model.GetTriangleSet());
+    ExpectSameSet(*copy.GetTriangleSet(), *model.GetTriangleSet());
+    CheckTree(copy);
+    EXPECT_EQ(copy.GetDepth(), model.GetDepth());
+
+    ZoColModel assigned;
+    assigned.SetUserData(&first);
+    assigned = model;
+    EXPECT_EQ(assigned.GetUserData(), &first);
+    CheckTree(assigned);
+    assigned = assigned;  // NOLINT: self-assignment changes nothing
+    CheckTree(assigned);
+    assigned.SetUserData(nullptr);
+    EXPECT_EQ(first.releases, 2);
+
+    // Installing another set drops the tree and the old set.
+    model.SetTriangleSet(zogeotest::RandomSoup(*std::make_unique<std::mt19937>(7), 3));
+    EXPECT_EQ(model.GetRoot(), nullptr);
+  }
+  EXPECT_EQ(second.releases, 1);
+}
+
+// --- Stream body --------------------------------------------------------------------
+
+namespace {
+
+void AppendNode(ByteBuilder& bytes, ZoNode const& node, bool withRadius) {
+  bytes.f32(node.center.x).f32(node.center.y).f32(node.center.z).u32(node.type | (node.index << 2));
+  if (withRadius) bytes.f32(node.radius);
+}
+
+// The body of a model, built by hand from its fields and its set's body.
+zotest::Bytes HandBuiltBody(ZoColModel const& model, int32_t version) {
+  ByteBuilder bytes;
+  bytes.i32(1).append(WriteBody(*model.GetTriangleSet(), version)).i32(model.GetDepth());
+  bool withRadius = version != 100;
+  for (int i = 0; i < model.GetNumLeaves(); ++i) AppendNode(bytes, model.GetLeaves()[i], withRadius);
+  for (int k = 0; k < model.GetNumSpheres(); ++k) {
+    AppendNode(bytes, model.GetRoot()[k], withRadius);
+    bytes.u32(model.GetRoot()[k].left).u32(model.GetRoot()[k].right);
+  }
+  if (version >= 106) {
+    ZoOrientedBox const& box = model.OrientedBox();
+    ZoTransform3 const& t = box.transform;
+    bytes.f32(t.translation.x).f32(t.translation.y).f32(t.translation.z);
+    bytes.f32(t.rotation.w).f32(t.rotation.x).f32(t.rotation.y).f32(t.rotation.z);
+    bytes.f32(box.size.x).f32(box.size.y).f32(box.size.z);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+TEST(ZoColModelStream, BodyByteForByteAtEachVersion) {
+  ZoColModel empty;
+  EXPECT_EQ(WriteBody(empty), ByteBuilder().i32(0).get());
+
+  ZoColModel model;
+  auto* set = new ZoTriangleSet;
+  set->Create(ZoTriSetIndexed, 0, 2, 6, 0);
+  ZoVector3 const points[6] = {{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {10, 0, 0}, {12, 0, 0}, {10, 0, 2}};
+  for (int v = 0; v < 6; ++v) set->Vertex(v) = points[v];
+  set->Triangle(0).Set(0, 1, 2);
+  set->Triangle(1).Set(3, 4, 5);
+  model.SetTriangleSet(set);
+  model.UpdateSphereTree();
+  ASSERT_EQ(model.GetDepth(), 2);
+  // The leaf spheres are the hypotenuse midpoints, whichever order the split chose.
+  ZoVector3 c0 = model.GetLeaves()[0].center, c1 = model.GetLeaves()[1].center;
+  EXPECT_TRUE((c0 == ZoVector3(1, 1, 0) && c1 == ZoVector3(11, 0, 1)) ||
+              (c1 == ZoVector3(1, 1, 0) && c0 == ZoVector3(11, 0, 1)));
+  EXPECT_EQ(model.GetRoot()->left, 0u);
+  EXPECT_EQ(model.GetRoot()->right, 1u);
+
+  // The set without materials: 6 header ints, 6 vertices, 2 triangles.
+  zotest::Bytes setBody = WriteBody(*set);
+  ASSERT_EQ(setBody.size(), 24u + 72u + 24u);
+
+  for (int32_t version : {106, 105, 101, 100}) {
+    SCOPED_TRACE(version);
+    zotest::Bytes expected = HandBuiltBody(model, version);
+    size_t record = version == 100 ? 16 : 20;
+    EXPECT_EQ(expected.size(), 4 + setBody.size() + 4 + 2 * record + (record + 8) + (version >= 106 ? 40 : 0));
+    EXPECT_EQ(WriteBody(model, version), expected);
+
+    ZoColModel back;
+    ASSERT_EQ(ReadBody(back, expected, version), ZoStreamOk);
+    ExpectSameSet(*back.GetTriangleSet(), *set);
+    EXPECT_EQ(back.GetDepth(), 2);
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ(back.GetLeaves()[i].center, model.GetLeaves()[i].center);
+      EXPECT_EQ(back.GetLeaves()[i].index, static_cast<uint32_t>(i));
+      EXPECT_EQ(back.GetLeaves()[i].radius, version == 100 ? 0.0f : model.GetLeaves()[i].radius);
+    }
+    EXPECT_EQ(back.GetRoot()->left, model.GetRoot()->left);
+    EXPECT_EQ(back.GetRoot()->right, model.GetRoot()->right);
+    if (version >= 106) {
+      EXPECT_EQ(back.OrientedBox().transform, model.OrientedBox().transform);
+      EXPECT_EQ(back.OrientedBox().size, model.OrientedBox().size);
+    } else {
+      EXPECT_EQ(back.OrientedBox().size, ZoVector3());
+    }
+    // The axis-aligned box is not stored.
+    ZoVector3 lo(1, 1, 1), hi(1, 1, 1);
+    back.GetBoundingBox(lo, hi);
+    EXPECT_EQ(lo, ZoVector3());
+    EXPECT_EQ(hi, ZoVector3());
+    // Written again at the same version: the same bytes.
+    EXPECT_EQ(WriteBody(back, version), expected);
+  }
+}
+
+TEST(ZoColModelStream, LargeTreesReadBackWhole) {
+  std::mt19937 random(77);
+  for (int n : {1, 3, 500}) {
+    ZoColModel model;
+    model.SetTriangleSet(zogeotest::RandomSoup(random, n));
+    model.UpdateSphereTree();
+    zotest::Bytes bytes = WriteBody(model);
+    ZoColModel back;
+    ASSERT_EQ(ReadBody(back, bytes), ZoStreamOk);
+    CheckTree(back);
+    EXPECT_EQ(WriteBody(back), bytes);
+
+    // A model without a tree writes depth 0 after its set.
+    model.DeleteSphereTree();
+    zotest::Bytes bare = WriteBody(model);
+    EXPECT_EQ(bare, ByteBuilder().i32(1).append(WriteBody(*model.GetTriangleSet())).i32(0).get());
+    // An edited set no longer matches its tree: written without one.
+    model.UpdateSphereTree();
+    if (n > 1) {
+      ZoTriangleSet* set = model.GetTriangleSet();
+      set->Create(ZoTriSetIndexed, 0, 1, 3, 0);
+      EXPECT_EQ(WriteBody(model), ByteBuilder().i32(1).append(WriteBody(*set)).i32(0).get());
+    }
+  }
+}

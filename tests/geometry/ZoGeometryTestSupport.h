@@ -1,0 +1,189 @@
+// Helpers for the geometry tests: bodies to bytes and back, random meshes,
+// field-by-field comparison of triangle sets, a fake hook manager and a
+// fake user-data object.
+#ifndef ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
+#define ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
+
+#include <zoactor/foundation/ZoAi.h>
+#include <zoactor/foundation/ZoHookRecords.h>
+#include <zoactor/foundation/ZoInterfaceRegistry.h>
+#include <zoactor/geometry/ZoColModel.h>
+#include <zoactor/geometry/ZoTriangleSet.h>
+#include <zoactor/serialization/ZoMemoryStream.h>
+
+#include "support/ZoTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <vector>
+
+namespace zogeotest {
+
+using zotest::Bytes;
+
+// The body of `object` (no frame) written at `version`.
+inline Bytes WriteBody(ZoStreamObject const& object, int32_t version = kZoCurrentVersion) {
+  ZoMemoryStream stream;
+  stream.version = version;
+  stream << object;
+  EXPECT_EQ(stream.Status(), ZoStreamOk);
+  int32_t length = 0;
+  char* buffer = stream.GetBuffer(length);
+  Bytes bytes(buffer, buffer + length);
+  ::operator delete(buffer);
+  return bytes;
+}
+
+// Reads a body from exactly `bytes` at `version`; returns the status. When
+// `consumed` is given it receives the number of bytes read.
+inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_t version = kZoCurrentVersion,
+                              uint32_t* consumed = nullptr) {
+  Bytes copy = bytes;
+  if (copy.empty()) copy.reserve(1);
+  ZoMemoryStream stream(copy.data(), static_cast<int32_t>(copy.size()));
+  stream.version = version;
+  stream >> object;
+  if (consumed != nullptr) *consumed = stream.GetPosition();
+  return stream.Status();
+}
+
+inline ZoVector3 RandomPoint(std::mt19937& random, float extent) {
+  std::uniform_real_distribution<float> coordinate(-extent, extent);
+  return {coordinate(random), coordinate(random), coordinate(random)};
+}
+
+// An indexed set of `triangles` random triangles, each with its own three
+// vertices, scattered through a cube: small triangles of random shape.
+inline ZoTriangleSet* RandomSoup(std::mt19937& random, int triangles, float extent = 10.0f, float size = 1.0f) {
+  auto* set = new ZoTriangleSet;
+  set->Create(ZoTriSetIndexed, ZoTriSetMaterialIndices, triangles, 3 * triangles, 0);
+  set->SetNumMaterials(2);
+  for (int i = 0; i < triangles; ++i) {
+    ZoVector3 center = RandomPoint(random, extent);
+    // Well-shaped: no corner angle below about 3 degrees, so that no
+    // triangle counts as degenerate.
+    ZoVector3 p, q, r;
+    do {
+      p = center + RandomPoint(random, size);
+      q = center + RandomPoint(random, size);
+      r = center + RandomPoint(random, size);
+    } while (std::fabs((q - p).unit().dot((r - q).unit())) > 0.998f || (q - p).length() < 0.05f * size ||
+             (r - q).length() < 0.05f * size || (p - r).length() < 0.05f * size);
+    set->Vertex(3 * i) = p;
+    set->Vertex(3 * i + 1) = q;
+    set->Vertex(3 * i + 2) = r;
+    set->Triangle(i).Set(3 * i, 3 * i + 1, 3 * i + 2);
+    set->MaterialIndex(i) = static_cast<int16_t>(i % 2);
+  }
+  return set;
+}
+
+// A grid surface of rows × columns quads (two triangles each) on a wavy
+// height field: a connected mesh with shared vertices.
+inline ZoTriangleSet* RandomGrid(std::mt19937& random, int rows, int columns) {
+  auto* set = new ZoTriangleSet;
+  set->Create(ZoTriSetIndexed, 0, 2 * rows * columns, (rows + 1) * (columns + 1), 0);
+  std::uniform_real_distribution<float> jitter(-0.3f, 0.3f);
+  for (int r = 0; r <= rows; ++r)
+    for (int c = 0; c <= columns; ++c)
+      set->Vertex(r * (columns + 1) + c) =
+          ZoVector3(static_cast<float>(c) + jitter(random), std::sin(0.3f * static_cast<float>(r + c)) + jitter(random),
+                    static_cast<float>(r) + jitter(random));
+  int t = 0;
+  for (int r = 0; r < rows; ++r)
+    for (int c = 0; c < columns; ++c) {
+      int a = r * (columns + 1) + c, b = a + 1, d = a + columns + 1, e = d + 1;
+      set->Triangle(t++).Set(a, b, e);
+      set->Triangle(t++).Set(a, e, d);
+    }
+  return set;
+}
+
+// Field-by-field equality of two sets (materials compared by their bodies).
+inline void ExpectSameSet(ZoTriangleSet const& a, ZoTriangleSet const& b) {
+  ASSERT_EQ(a.GetType(), b.GetType());
+  ASSERT_EQ(a.GetFlags(), b.GetFlags());
+  ASSERT_EQ(a.GetNumVertices(), b.GetNumVertices());
+  ASSERT_EQ(a.GetNumTriangles(), b.GetNumTriangles());
+  ASSERT_EQ(a.GetNumTexturesPerVertex(), b.GetNumTexturesPerVertex());
+  ASSERT_EQ(a.GetNumMaterials(), b.GetNumMaterials());
+  for (int v = 0; v < a.GetNumVertices(); ++v) {
+    EXPECT_EQ(a.Vertex(v), b.Vertex(v)) << "vertex " << v;
+    if (a.GetFlags() & ZoTriSetNormals) { EXPECT_EQ(a.Normal(v), b.Normal(v)) << "normal " << v; }
+    if (a.GetFlags() & ZoTriSetColors) { EXPECT_TRUE(a.Color(v) == b.Color(v)) << "colour " << v; }
+    if (a.GetFlags() & ZoTriSetTextures) {
+      for (int j = 0; j < a.GetNumTexturesPerVertex(); ++j) {
+        EXPECT_EQ(a.TextureVertex(v, j).u, b.TextureVertex(v, j).u);
+        EXPECT_EQ(a.TextureVertex(v, j).v, b.TextureVertex(v, j).v);
+      }
+    }
+  }
+  if (a.GetType() == ZoTriSetIndexed) {
+    for (int i = 0; i < a.GetNumTriangles(); ++i)
+      for (int c = 0; c < 3; ++c) EXPECT_EQ(a.Triangle(i)[c], b.Triangle(i)[c]) << "triangle " << i;
+  }
+  if (a.GetFlags() & ZoTriSetMaterialIndices) {
+    for (int i = 0; i < a.GetNumTriangles(); ++i) EXPECT_EQ(a.MaterialIndex(i), b.MaterialIndex(i));
+  }
+  for (int m = 0; m < a.GetNumMaterials(); ++m) EXPECT_EQ(WriteBody(a.Material(m)), WriteBody(b.Material(m)));
+}
+
+// A hook manager registered while alive. It records the requests it gets
+// and answers with `answer` (or what `onRequest` returns, when set).
+class FakeHookManager : public ZoAiHookManager {
+ public:
+  struct Request {
+    int32_t code;
+    ZoColModel* model;
+  };
+
+  FakeHookManager() { ZoInterfaceRegistry::Register(INTERFACE_NAME, this); }
+  ~FakeHookManager() override { ZoInterfaceRegistry::Unregister(INTERFACE_NAME); }
+  FakeHookManager(FakeHookManager const&) = delete;
+  FakeHookManager& operator=(FakeHookManager const&) = delete;
+
+  int GetInterfaceName(char* buffer, int size, int& major, int& minor) override {
+    major = minor = 1;
+    if (size > 0) buffer[0] = 0;
+    return 0;
+  }
+  int32_t AddRef() override { return 1; }
+  int32_t Release() override { return 1; }
+  int32_t HandleRequest(int32_t code, void* record) override {
+    auto* tree = static_cast<ZoHookSphereTreeRecord*>(record);
+    requests.push_back({code, tree->model});
+    reservedUntouched = reservedUntouched && tree->reserved[0] == 0 && tree->reserved[3] == 0;
+    return onRequest ? onRequest(code) : answer;
+  }
+
+  std::vector<Request> requests;
+  int32_t answer = 0;
+  std::function<int32_t(int32_t)> onRequest;
+  bool reservedUntouched = true;
+};
+
+// User data that counts its releases.
+class CountingUserData : public ZoAi {
+ public:
+  int GetInterfaceName(char*, int, int& major, int& minor) override {
+    major = minor = 0;
+    return 0;
+  }
+  int32_t AddRef() override { return ++references; }
+  int32_t Release() override {
+    ++releases;
+    return --references;
+  }
+  ~CountingUserData() override = default;
+
+  int32_t references = 1;
+  int releases = 0;
+};
+
+}  // namespace zogeotest
+
+#endif

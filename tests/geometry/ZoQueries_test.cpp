@@ -1,0 +1,452 @@
+// Ray, sphere, triangle and box queries: the sharp edges by hand, and
+// random inputs checked against FCL and against double-precision oracles.
+#include "ZoGeometryTestSupport.h"
+
+#include <zoactor/geometry/ZoOrientedBox.h>
+#include <zoactor/foundation/ZoMath.h>
+#include <zoactor/geometry/ZoTriangleSet.h>
+
+#include <Eigen/Dense>
+#include <fcl/math/bv/OBB.h>
+#include <fcl/narrowphase/detail/primitive_shape_algorithm/triangle_distance.h>
+#include <fcl/narrowphase/detail/traversal/collision/intersect.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <random>
+
+namespace {
+
+using Vec = Eigen::Vector3d;
+
+Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
+
+void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
+  EXPECT_NEAR(a.x, b.x, tolerance);
+  EXPECT_NEAR(a.y, b.y, tolerance);
+  EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+// A set of one triangle per call of Add, with a material per triangle.
+class Triangles {
+ public:
+  explicit Triangles(int capacity) {
+    set.Create(ZoTriSetIndexed, ZoTriSetMaterialIndices, capacity, 3 * capacity, 0);
+    set.SetNumMaterials(2);
+    set.Material(1).flags |= ZoMaterial::FLAG_TWO_SIDED;
+    set.Material(0).flags &= ~ZoMaterial::FLAG_TWO_SIDED;
+  }
+  int Add(ZoVector3 p, ZoVector3 q, ZoVector3 r, int material = 0) {
+    set.Vertex(3 * used) = p;
+    set.Vertex(3 * used + 1) = q;
+    set.Vertex(3 * used + 2) = r;
+    set.Triangle(used).Set(3 * used, 3 * used + 1, 3 * used + 2);
+    set.MaterialIndex(used) = static_cast<int16_t>(material);
+    return used++;
+  }
+  ZoTriangleSet set;
+  int used = 0;
+};
+
+ZoTransform3 RandomPlacement(std::mt19937& random, float reach) {
+  std::normal_distribution<float> gauss(0.0f, 1.0f);
+  ZoRotation3 rotation(gauss(random), gauss(random), gauss(random), gauss(random));
+  rotation.normalize();
+  return ZoTransform3(zogeotest::RandomPoint(random, reach), rotation);
+}
+
+Eigen::Matrix3d MatrixOf(ZoRotation3 const& q) {
+  return Eigen::Quaterniond(q.w, q.x, q.y, q.z).normalized().toRotationMatrix();
+}
+
+}  // namespace
+
+// --- Ray against triangle -------------------------------------------------------------
+
+TEST(ZoRayTriangle, HitsMissesAndTheParameter) {
+  Triangles t(4);
+  int tri = t.Add({0, 0, 0}, {4, 0, 0}, {0, 4, 0}, 0);  // faces +z, one-sided material
+  ZoVector3 down(0, 0, -2);                             // not unit: t is measured along it
+  float param = 100;
+  EXPECT_TRUE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 5), down, param, 1));
+  EXPECT_FLOAT_EQ(param, 2.5f);
+
+  // From the back: refused only with the cull flag on a one-sided material.
+  ZoVector3 up(0, 0, 1);
+  param = 100;
+  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, -3), up, param, 1));
+  EXPECT_EQ(param, 100.0f);
+  EXPECT_TRUE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, -3), up, param, 0));
+  EXPECT_FLOAT_EQ(param, 3.0f);
+  int twoSided = t.Add({0, 0, 0}, {4, 0, 0}, {0, 4, 0}, 1);
+  param = 100;
+  EXPECT_TRUE(t.set.CheckRayIntersection(twoSided, ZoVector3(1, 1, -3), up, param, 1));
+
+  // Edges and corners count.
+  for (ZoVector3 at : {ZoVector3(2, 0, 0), ZoVector3(0, 2, 0), ZoVector3(2, 2, 0), ZoVector3(0, 0, 0),
+                       ZoVector3(4, 0, 0), ZoVector3(0, 4, 0)}) {
+    param = 100;
+    EXPECT_TRUE(t.set.CheckRayIntersection(tri, at + ZoVector3(0, 0, 1), ZoVector3(0, 0, -1), param, 0))
+        << at.x << "," << at.y;
+  }
+
+  // Parallel: false, t untouched.
+  param = 7;
+  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 1), ZoVector3(1, 0, 0), param, 0));
+  EXPECT_EQ(param, 7.0f);
+  // Behind the origin: false with the negative plane parameter.
+  param = 7;
+  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 1), ZoVector3(0, 0, 1), param, 0));
+  EXPECT_FLOAT_EQ(param, -1.0f);
+  // Outside the triangle: false with the plane parameter.
+  param = 7;
+  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(3, 3, 1), ZoVector3(0, 0, -1), param, 0));
+  EXPECT_FLOAT_EQ(param, 1.0f);
+  // Beyond the best so far: false, t stays.
+  param = 5;
+  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 7), ZoVector3(0, 0, -1), param, 0));
+  EXPECT_EQ(param, 5.0f);
+
+  // A triangle whose first edge has no extent in the kept coordinate x.
+  int upright = t.Add({0, 0, 0}, {0, 0, 3}, {3, 0, 0});  // in the xz-plane
+  param = 100;
+  EXPECT_TRUE(t.set.CheckRayIntersection(upright, ZoVector3(1, -2, 1), ZoVector3(0, 1, 0), param, 0));
+  EXPECT_FLOAT_EQ(param, 2.0f);
+  param = 100;
+  EXPECT_FALSE(t.set.CheckRayIntersection(upright, ZoVector3(2.5f, -2, 2.5f), ZoVector3(0, 1, 0), param, 0));
+
+  // With a placement the corners move, not the ray.
+  ZoRotation3 flip;
+  flip.setValue(ZoMath::PI, ZoVector3(1, 0, 0));
+  ZoTransform3 placement(ZoVector3(0, 0, 10), flip);  // now at z = 10, facing −z, y mirrored
+  param = 100;
+  EXPECT_TRUE(t.set.CheckRayIntersection(tri, ZoVector3(1, -1, 0), ZoVector3(0, 0, 1), placement, param, 1));
+  EXPECT_NEAR(param, 10.0f, 1e-5f);
+  param = 100;
+  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 0), ZoVector3(0, 0, 1), placement, param, 1));
+}
+
+// Hits and misses against FCL's triangle-triangle test with the ray as a
+// sliver triangle 1e-6 wide, and the parameter against a double-precision
+// plane crossing. Inputs closer than 0.01 (in barycentric terms) to an
+// edge, or with a crossing within 0.01 of either end of the ray, are
+// skipped: there the float test and the sliver may rightly disagree. The
+// parameter agrees within 1e-4 relative: single precision with cancellation
+// in n·origin − n·P over coordinates up to about 10.
+TEST(ZoRayTriangle, AgreesWithFcl) {
+  std::mt19937 random(31);
+  Triangles t(1);
+  t.Add({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+  int compared = 0, hits = 0;
+  for (int trial = 0; trial < 20000; ++trial) {
+    ZoVector3 p = zogeotest::RandomPoint(random, 2.0f), q = zogeotest::RandomPoint(random, 2.0f),
+              r = zogeotest::RandomPoint(random, 2.0f);
+    t.set.Vertex(0) = p;
+    t.set.Vertex(1) = q;
+    t.set.Vertex(2) = r;
+    ZoVector3 origin = zogeotest::RandomPoint(random, 5.0f);
+    ZoVector3 target = zogeotest::RandomPoint(random, 1.5f);
+    ZoVector3 direction = (target - origin) * 0.25f;
+    double const limit = 8.0;  // the ray runs to origin + 8 direction
+
+    Vec P = ToEigen(p), Q = ToEigen(q), R = ToEigen(r), O = ToEigen(origin), D = ToEigen(direction);
+    Vec n = (Q - P).cross(R - P);
+    if (n.norm() < 1e-2 || D.norm() < 0.1 || std::fabs(n.normalized().dot(D.normalized())) < 1e-2) continue;
+    double tp = n.dot(P - O) / n.dot(D);
+    Vec h = O + D * tp;
+    // Barycentric coordinates of the crossing.
+    double area = n.squaredNorm();
+    double b1 = n.dot((h - P).cross(R - P)) / area;
+    double b2 = n.dot((Q - P).cross(h - P)) / area;
+    double margin = std::min({std::fabs(b1), std::fabs(b2), std::fabs(1 - b1 - b2)});
+    if (margin < 1e-2 || std::fabs(tp) < 1e-2 || std::fabs(tp - limit) < 1e-2) continue;
+    bool expectedInside = b1 > 0 && b2 > 0 && b1 + b2 < 1;
+
+    Vec end = O + D * limit;
+    Vec side = D.cross(n).normalized() * 1e-6;
+    bool fcl = fcl::detail::Intersect<double>::intersect_Triangle(O, end, end + side, P, Q, R);
+    float param = static_cast<float>(limit);
+    bool ours = t.set.CheckRayIntersection(0, origin, direction, param, 0);
+    ASSERT_EQ(ours, fcl) << "trial " << trial;
+    EXPECT_EQ(ours, expectedInside && tp > 0 && tp < limit) << "trial " << trial;
+    if (tp < limit)
+      EXPECT_NEAR(param, tp, 1e-4 * (1 + std::fabs(tp))) << "trial " << trial;
+    else
+      EXPECT_EQ(param, static_cast<float>(limit)) << "trial " << trial;
+    ++compared;
+    hits += ours ? 1 : 0;
+  }
+  EXPECT_GT(compared, 5000);
+  EXPECT_GT(hits, 500);
+}
+
+// The protected point-to-face step: the perpendicular foot, only when it
+// lies in the triangle and beats the best so far.
+TEST(ZoRayTriangle, PointTriDistance) {
+  class Open : public ZoTriangleSet {
+   public:
+    using ZoTriangleSet::PointTriDistance;
+  };
+  Open set;
+  set.Create(ZoTriSetIndexed, 0, 1, 3, 0);
+  set.Vertex(1) = ZoVector3(2, 0, 0);
+  set.Vertex(2) = ZoVector3(0, 2, 0);
+  set.Triangle(0).Set(0, 1, 2);
+  ZoTransform3 lift(ZoVector3(0, 0, 1), ZoRotation3());
+  ZoVector3 closest(9, 9, 9);
+  float best = 100;
+  EXPECT_TRUE(set.PointTriDistance(0, ZoVector3(0.5f, 0.5f, -2), lift, closest, best));
+  EXPECT_FLOAT_EQ(best, 9.0f);
+  ExpectNear(closest, ZoVector3(0.5f, 0.5f, 1));
+  EXPECT_FALSE(set.PointTriDistance(0, ZoVector3(0.5f, 0.5f, 5), lift, closest, best));  // 16 is not below 9
+  EXPECT_TRUE(set.PointTriDistance(0, ZoVector3(0.5f, 0.5f, 3), lift, closest, best));   // from the front
+  EXPECT_FLOAT_EQ(best, 4.0f);
+  EXPECT_FALSE(set.PointTriDistance(0, ZoVector3(3, 3, 1.5f), lift, closest, best));  // foot outside
+  EXPECT_EQ(best, 4.0f);
+}
+
+// --- Sphere against triangle ------------------------------------------------------------
+
+TEST(ZoSphereTriangle, FaceEdgeAndPlacement) {
+  Triangles t(1);
+  t.Add({-10, 0, -10}, {10, 0, -10}, {0, 0, 10});
+  ZoVector3 contact;
+  float distance = 0;
+  EXPECT_TRUE(t.set.CheckSphereIntersection(0, ZoVector3(0, 0.5f, 0), 1.0f, contact, distance));
+  EXPECT_FLOAT_EQ(distance, -0.5f);
+  ExpectNear(contact, ZoVector3(0, 0, 0));
+  // From below, the normal is turned towards the plane.
+  EXPECT_TRUE(t.set.CheckSphereIntersection(0, ZoVector3(0, -0.25f, 0), 1.0f, contact, distance));
+  EXPECT_FLOAT_EQ(distance, -0.75f);
+  // Out of reach above the face.
+  EXPECT_FALSE(t.set.CheckSphereIntersection(0, ZoVector3(0, 2, 0), 1.0f, contact, distance));
+
+  // Foot outside the triangle beyond edge PQ (z = −10): the contact is the
+  // point of PQ nearest the foot, the distance √(t² + e²) − radius.
+  EXPECT_TRUE(t.set.CheckSphereIntersection(0, ZoVector3(2, 0.6f, -10.5f), 1.0f, contact, distance));
+  ExpectNear(contact, ZoVector3(2, 0, -10));
+  EXPECT_NEAR(distance, std::sqrt(0.36f + 0.25f) - 1.0f, 1e-5f);
+  EXPECT_FALSE(t.set.CheckSphereIntersection(0, ZoVector3(2, 0.9f, -10.5f), 1.0f, contact, distance));
+  // Beyond corner P: the edge rule gives the corner.
+  EXPECT_TRUE(t.set.CheckSphereIntersection(0, ZoVector3(-10.3f, 0.1f, -10.3f), 1.0f, contact, distance));
+  ExpectNear(contact, ZoVector3(-10, 0, -10));
+
+  // Placed: the centre is carried into the set's frame and the contact back.
+  ZoRotation3 turn;
+  turn.setValue(ZoMath::HALF_PI, ZoVector3(1, 0, 0));  // the plane y = 0 becomes z = 0
+  ZoTransform3 placement(ZoVector3(0, 0, 3), turn);
+  EXPECT_TRUE(t.set.CheckSphereIntersection(0, ZoVector3(0, 0, 3.5f), 1.0f, placement, contact, distance));
+  EXPECT_NEAR(distance, -0.5f, 1e-5f);
+  ExpectNear(contact, ZoVector3(0, 0, 3));
+}
+
+// --- Triangle against triangle ------------------------------------------------------------
+
+TEST(ZoTriangleTriangle, TouchingCrossingAndApart) {
+  Triangles a(4), b(4);
+  a.Add({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+  b.Add({1, 0, 0}, {0, 1, 0}, {1, 1, 0.5f});  // shares an edge
+  b.Add({1, 0, 0}, {2, 0, 0}, {2, 1, 0});     // shares a corner
+  b.Add({0, 0, 0.2f}, {1, 0, 0.2f}, {0, 1, 0.2f});  // parallel, 0.2 above
+  b.Add({0.2f, 0.2f, -1}, {0.2f, 0.2f, 1}, {5, 5, 0});  // crossing
+  ZoTransform3 identity;
+  EXPECT_TRUE(a.set.CheckIntersection(0, identity, &b.set, 0, identity));
+  EXPECT_TRUE(a.set.CheckIntersection(0, identity, &b.set, 1, identity));
+  EXPECT_FALSE(a.set.CheckIntersection(0, identity, &b.set, 2, identity));
+  EXPECT_TRUE(a.set.CheckIntersection(0, identity, &b.set, 3, identity));
+
+  ZoVector3 mine(9, 9, 9), theirs(9, 9, 9);
+  EXPECT_FLOAT_EQ(a.set.FindDistance(0, identity, &b.set, 2, identity, mine, theirs), 0.2f);
+  EXPECT_NEAR((theirs - mine).length(), 0.2f, 1e-6f);
+  EXPECT_NEAR(theirs.x, mine.x, 1e-6f);
+  EXPECT_NEAR(theirs.y, mine.y, 1e-6f);
+
+  mine = theirs = ZoVector3(9, 9, 9);
+  EXPECT_EQ(a.set.FindDistance(0, identity, &b.set, 3, identity, mine, theirs), -1.0f);
+  EXPECT_EQ(mine, ZoVector3(9, 9, 9));
+  EXPECT_EQ(theirs, ZoVector3(9, 9, 9));
+
+  // Placements move each triangle: lifting b's parallel triangle by 1 more.
+  ZoTransform3 lift(ZoVector3(0, 0, 1), ZoRotation3());
+  EXPECT_NEAR(a.set.FindDistance(0, identity, &b.set, 2, lift, mine, theirs), 1.2f, 1e-6f);
+  ZoTransform3 clear(ZoVector3(0, 0, 2), ZoRotation3());
+  EXPECT_FALSE(a.set.CheckIntersection(0, clear, &b.set, 3, identity));
+  EXPECT_TRUE(a.set.CheckIntersection(0, lift, &b.set, 3, identity));  // touches b's top corner
+}
+
+// The separating-axis test against FCL's triangle intersection on random
+// pairs in a small cube (about half of them touch). Pairs whose FCL answer
+// changes when the second triangle moves by 1e-3 along any axis are
+// near-touching and skipped.
+TEST(ZoTriangleTriangle, OverlapAgreesWithFcl) {
+  std::mt19937 random(8);
+  Triangles a(1), b(1);
+  a.Add({}, {}, {});
+  b.Add({}, {}, {});
+  int compared = 0, touching = 0;
+  for (int trial = 0; trial < 20000; ++trial) {
+    Vec A[3], B[3];
+    for (int c = 0; c < 3; ++c) {
+      a.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f);
+      b.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f) + ZoVector3(0.6f, 0, 0);
+      A[c] = ToEigen(a.set.Vertex(c));
+      B[c] = ToEigen(b.set.Vertex(c));
+    }
+    auto fclTouch = [&](Vec const& shift) {
+      return fcl::detail::Intersect<double>::intersect_Triangle(A[0], A[1], A[2], B[0] + shift, B[1] + shift,
+                                                                 B[2] + shift);
+    };
+    bool expected = fclTouch(Vec::Zero());
+    bool robust = true;
+    for (int axis = 0; axis < 3 && robust; ++axis)
+      for (double sign : {-1e-3, 1e-3}) robust = robust && fclTouch(Vec::Unit(axis) * sign) == expected;
+    if (!robust) continue;
+    ZoTransform3 identity;
+    ASSERT_EQ(a.set.CheckIntersection(0, identity, &b.set, 0, identity), expected) << "trial " << trial;
+    ++compared;
+    touching += expected ? 1 : 0;
+  }
+  EXPECT_GT(compared, 15000);
+  EXPECT_GT(touching, 2000);
+  EXPECT_LT(touching, compared - 2000);
+}
+
+// FindDistance against FCL's triangle distance on random disjoint pairs
+// further apart than 0.01 (below that the search stops early by design),
+// under random placements. Tolerance 3e-4: squared distances are formed in
+// single precision from world coordinates up to about 6, whose rounding
+// (about 4e-6 on a square) moves a distance of 0.01 by up to about 2e-4.
+TEST(ZoTriangleTriangle, DistanceAgreesWithFcl) {
+  std::mt19937 random(12);
+  Triangles a(1), b(1);
+  a.Add({}, {}, {});
+  b.Add({}, {}, {});
+  int compared = 0;
+  for (int trial = 0; trial < 20000; ++trial) {
+    for (int c = 0; c < 3; ++c) {
+      a.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f);
+      b.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f);
+    }
+    ZoTransform3 pa = RandomPlacement(random, 1.0f), pb = RandomPlacement(random, 1.5f);
+    Vec A[3], B[3];
+    for (int c = 0; c < 3; ++c) {
+      A[c] = ToEigen(pa * a.set.Vertex(c));
+      B[c] = ToEigen(pb * b.set.Vertex(c));
+    }
+    Vec fp, fq;
+    double expected = fcl::detail::TriangleDistance<double>::triDistance(A, B, fp, fq);
+    if (expected <= 0.01) continue;
+    if (fcl::detail::Intersect<double>::intersect_Triangle(A[0], A[1], A[2], B[0], B[1], B[2])) continue;
+    ZoVector3 mine, theirs;
+    float ours = a.set.FindDistance(0, pa, &b.set, 0, pb, mine, theirs);
+    ASSERT_NEAR(ours, expected, 3e-4) << "trial " << trial;
+    EXPECT_NEAR((theirs - mine).length(), ours, 3e-4) << "trial " << trial;
+    ++compared;
+  }
+  EXPECT_GT(compared, 10000);
+}
+
+// --- Oriented boxes -----------------------------------------------------------------------
+
+TEST(ZoOrientedBoxQueries, TouchingBoxesAndRays) {
+  ZoOrientedBox unit(ZoTransform3(), ZoVector3(1, 1, 1));
+  ZoTransform3 here;
+  EXPECT_TRUE(unit.CheckIntersection(&unit, here, ZoTransform3(ZoVector3(1, 0, 0), ZoRotation3())));
+  EXPECT_FALSE(unit.CheckIntersection(&unit, here, ZoTransform3(ZoVector3(1.01f, 0, 0), ZoRotation3())));
+  // A box turned 45° about z reaches √½ along x.
+  ZoRotation3 diagonal;
+  diagonal.setValue(ZoMath::PI / 4, ZoVector3(0, 0, 1));
+  EXPECT_TRUE(unit.CheckIntersection(&unit, here, ZoTransform3(ZoVector3(1.2f, 0, 0), diagonal)));
+  EXPECT_FALSE(unit.CheckIntersection(&unit, here, ZoTransform3(ZoVector3(1.22f, 0, 0), diagonal)));
+  // Two thin bars crossed at right angles, one just above the other.
+  ZoOrientedBox thin(ZoTransform3(), ZoVector3(3, 0.1f, 0.1f));
+  ZoRotation3 across;
+  across.setValue(ZoMath::HALF_PI, ZoVector3(0, 1, 0));
+  EXPECT_FALSE(thin.CheckIntersection(&thin, here, ZoTransform3(ZoVector3(0, 0.2f, 0), across)));
+  EXPECT_TRUE(thin.CheckIntersection(&thin, here, ZoTransform3(ZoVector3(0, 0.09f, 0), across)));
+
+  // Rays: from inside, away from the box, limited, parallel.
+  ZoOrientedBox box(ZoTransform3(ZoVector3(5, 0, 0), diagonal), ZoVector3(2, 2, 2));
+  EXPECT_TRUE(box.CheckRayIntersection(here, ZoVector3(5, 0.2f, 0), ZoVector3(0, 1, 0), 0));
+  EXPECT_TRUE(box.CheckRayIntersection(here, ZoVector3(0, 0, 0), ZoVector3(1, 0, 0), 0));
+  EXPECT_FALSE(box.CheckRayIntersection(here, ZoVector3(0, 0, 0), ZoVector3(-1, 0, 0), 0));
+  EXPECT_FALSE(box.CheckRayIntersection(here, ZoVector3(0, 0, 0), ZoVector3(1, 0, 0), 3.0f));
+  EXPECT_TRUE(box.CheckRayIntersection(here, ZoVector3(0, 0, 0), ZoVector3(1, 0, 0), 4.0f));
+  EXPECT_FALSE(box.CheckRayIntersection(here, ZoVector3(0, 0, 1.5f), ZoVector3(1, 0, 0), 0));
+  EXPECT_TRUE(box.CheckRayIntersection(here, ZoVector3(0, 0, 0.5f), ZoVector3(1, 0, 0), 0));
+  // The placement moves the box.
+  EXPECT_FALSE(box.CheckRayIntersection(ZoTransform3(ZoVector3(0, 10, 0), ZoRotation3()), ZoVector3(),
+                                        ZoVector3(1, 0, 0), 0));
+}
+
+// Box overlap against FCL's OBB overlap in world space, on random boxes
+// under random placements. Pairs whose FCL answer changes when both boxes
+// grow or shrink by 0.1% are near-touching and skipped.
+TEST(ZoOrientedBoxQueries, OverlapAgreesWithFcl) {
+  std::mt19937 random(21);
+  std::uniform_real_distribution<float> extent(0.05f, 2.0f);
+  int compared = 0, overlapping = 0;
+  for (int trial = 0; trial < 20000; ++trial) {
+    ZoOrientedBox one(RandomPlacement(random, 0.5f), ZoVector3(extent(random), extent(random), extent(random)));
+    ZoOrientedBox two(RandomPlacement(random, 0.5f), ZoVector3(extent(random), extent(random), extent(random)));
+    ZoTransform3 p1 = RandomPlacement(random, 1.5f), p2 = RandomPlacement(random, 1.5f);
+    auto world = [](ZoOrientedBox const& box, ZoTransform3 const& placement, double grow) {
+      ZoTransform3 w = placement * box.transform;
+      return fcl::OBB<double>(MatrixOf(w.rotation), ToEigen(w.translation), ToEigen(box.size) * 0.5 * grow);
+    };
+    bool expected = world(one, p1, 1.0).overlap(world(two, p2, 1.0));
+    if (world(one, p1, 1.001).overlap(world(two, p2, 1.001)) != expected ||
+        world(one, p1, 0.999).overlap(world(two, p2, 0.999)) != expected)
+      continue;
+    ASSERT_EQ(one.CheckIntersection(&two, p1, p2), expected) << "trial " << trial;
+    ++compared;
+    overlapping += expected ? 1 : 0;
+  }
+  EXPECT_GT(compared, 19000);
+  EXPECT_GT(overlapping, 3000);
+  EXPECT_LT(overlapping, compared - 3000);
+}
+
+// The ray test against a double-precision slab test in the box's own
+// frame, on random boxes and rays; rays within 1e-3 of grazing a face
+// (by the slab interval) are skipped.
+TEST(ZoOrientedBoxQueries, RayAgreesWithSlabs) {
+  std::mt19937 random(4);
+  std::uniform_real_distribution<float> extent(0.1f, 3.0f);
+  int compared = 0, hits = 0;
+  for (int trial = 0; trial < 20000; ++trial) {
+    ZoOrientedBox box(RandomPlacement(random, 1.0f), ZoVector3(extent(random), extent(random), extent(random)));
+    ZoTransform3 placement = RandomPlacement(random, 1.0f);
+    ZoVector3 origin = zogeotest::RandomPoint(random, 5.0f);
+    // Mostly aimed near the box, sometimes anywhere.
+    ZoVector3 aim = placement * box.transform.translation + zogeotest::RandomPoint(random, 2.0f);
+    ZoVector3 direction = trial % 4 == 0 ? zogeotest::RandomPoint(random, 1.0f) : (aim - origin) * 0.2f;
+    float maxT = trial % 3 == 0 ? 0.0f : 4.0f;
+
+    ZoTransform3 w = placement * box.transform;
+    Eigen::Matrix3d R = MatrixOf(w.rotation);
+    Vec o = R.transpose() * (ToEigen(origin) - ToEigen(w.translation));
+    Vec d = R.transpose() * ToEigen(direction);
+    Vec half = ToEigen(box.size) * 0.5;
+    double tNear = 0, tFar = maxT > 0 ? static_cast<double>(maxT) : 1e30;
+    bool parallelOutside = false, grazing = false;
+    for (int i = 0; i < 3; ++i) {
+      if (std::fabs(d[i]) < 1e-4) {
+        parallelOutside = parallelOutside || std::fabs(o[i]) > half[i];
+        grazing = grazing || std::fabs(std::fabs(o[i]) - half[i]) < 1e-3;
+        continue;
+      }
+      double t1 = (-half[i] - o[i]) / d[i], t2 = (half[i] - o[i]) / d[i];
+      tNear = std::max(tNear, std::min(t1, t2));
+      tFar = std::min(tFar, std::max(t1, t2));
+    }
+    if (grazing || std::fabs(tNear - tFar) < 1e-3) continue;
+    bool expected = !parallelOutside && tNear <= tFar;
+    ASSERT_EQ(box.CheckRayIntersection(placement, origin, direction, maxT), expected) << "trial " << trial;
+    ++compared;
+    hits += expected ? 1 : 0;
+  }
+  EXPECT_GT(compared, 18000);
+  EXPECT_GT(hits, 2000);
+}

@@ -1,0 +1,230 @@
+// Primitive shapes: counts, segment defaults and clamps, flags and texture
+// layers, outward-facing triangles and normals, and the updatable curves.
+#include "ZoGeometryTestSupport.h"
+
+#include <zoactor/geometry/ZoTriShapes.h>
+#include <zoactor/serialization/ZoMemoryStream.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <memory>
+#include <typeinfo>
+
+namespace {
+
+ZoMaterial TexturedMaterial(int textures) {
+  ZoMaterial material;
+  material.numTextures = textures;
+  material.scalar = 3.5f;
+  return material;
+}
+
+ZoVector3 FaceNormal(ZoTriangleSet const& set, int i) {
+  ZoTriangle const& t = set.Triangle(i);
+  ZoVector3 const& p = set.Vertex(t[0]);
+  return (set.Vertex(t[1]) - p).cross(set.Vertex(t[2]) - p);
+}
+
+ZoVector3 Centroid(ZoTriangleSet const& set, int i) {
+  ZoTriangle const& t = set.Triangle(i);
+  return (set.Vertex(t[0]) + set.Vertex(t[1]) + set.Vertex(t[2])) / 3.0f;
+}
+
+// Every triangle of a convex solid around the origin faces away from it,
+// (the origin lies inside each of them).
+void ExpectFacesOut(ZoTriangleSet const& set) {
+  ASSERT_GT(set.GetNumTriangles(), 0);
+  for (int i = 0; i < set.GetNumTriangles(); ++i) {
+    ZoVector3 n = FaceNormal(set, i);
+    EXPECT_GT(n.length(), 0.0f) << "triangle " << i << " is degenerate";
+    EXPECT_GT(n.unit().dot(Centroid(set, i).unit()), 0.0f) << "triangle " << i << " faces inwards";
+  }
+}
+
+}  // namespace
+
+TEST(ZoTriShapesCounts, SphereSegmentsAndClamps) {
+  ZoMaterial material;
+  struct Case {
+    int segments, vertices, triangles;
+  } const cases[] = {{-1, 62, 120}, {4, 6, 8}, {5, 7, 10}, {0, 6, 8}, {3, 6, 8}, {-7, 6, 8}, {101, 4902, 9800}};
+  for (auto const& c : cases) {
+    ZoTriSphere sphere(material, 2.0f, c.segments);
+    EXPECT_EQ(sphere.GetNumVertices(), c.vertices) << c.segments;
+    EXPECT_EQ(sphere.GetNumTriangles(), c.triangles) << c.segments;
+    EXPECT_EQ(sphere.GetType(), ZoTriSetIndexed);
+    for (int v = 0; v < sphere.GetNumVertices(); ++v) {
+      EXPECT_NEAR(sphere.Vertex(v).length(), 2.0f, 1e-5f);
+      EXPECT_GT(sphere.Normal(v).dot(sphere.Vertex(v)), 0.0f);
+    }
+    ExpectFacesOut(sphere);
+  }
+  ZoTriSphere south(material, 1.0f, 12);
+  EXPECT_EQ(south.Vertex(0), ZoVector3(0, -1, 0));
+  EXPECT_EQ(south.Vertex(61), ZoVector3(0, 1, 0));
+}
+
+TEST(ZoTriShapesCounts, RoundShapesDefaultsAndMinimums) {
+  ZoMaterial material;
+  for (int segments : {-1, 0, 1, 2, 3, 500}) {
+    int s = segments == -1 ? 12 : (segments < 3 ? 3 : segments);
+    SCOPED_TRACE(segments);
+    ZoTriCone cone(material, 1.0f, 2.0f, segments);
+    EXPECT_EQ(cone.GetNumVertices(), s + 2);
+    EXPECT_EQ(cone.GetNumTriangles(), 2 * s);
+    ExpectFacesOut(cone);
+    ZoTriCylinder cylinder(material, 1.0f, 2.0f, segments);
+    EXPECT_EQ(cylinder.GetNumVertices(), 2 * s + 2);
+    EXPECT_EQ(cylinder.GetNumTriangles(), 4 * s);
+    ExpectFacesOut(cylinder);
+    ZoTriRing ring(material, 1.0f, 2.0f, 0.5f, segments);
+    EXPECT_EQ(ring.GetNumVertices(), 4 * s);
+    EXPECT_EQ(ring.GetNumTriangles(), 8 * s);
+    ZoTriCircle circle(material, 3.0f, segments);
+    EXPECT_EQ(circle.GetNumVertices(), s + 1);
+    EXPECT_EQ(circle.GetNumTriangles(), 0);
+    EXPECT_EQ(circle.GetType(), ZoTriSetPolyline);
+    EXPECT_EQ(circle.Vertex(s), circle.Vertex(0));
+    EXPECT_NEAR(circle.Vertex(1).length(), 3.0f, 1e-5f);
+  }
+  // A cone of no height is built 0.001 high.
+  for (float height : {0.0f, -4.0f}) {
+    ZoTriCone flat(material, 1.0f, height, 5);
+    EXPECT_FLOAT_EQ(flat.Vertex(5).y, 0.0005f);
+    EXPECT_FLOAT_EQ(flat.Vertex(6).y, -0.0005f);
+    ExpectFacesOut(flat);
+  }
+}
+
+TEST(ZoTriShapesCounts, CurvesAndLines) {
+  ZoMaterial material;
+  ZoVector3 const control[4] = {{0, 0, 0}, {1, 2, 0}, {3, 2, 0}, {4, 0, 1}};
+  ZoTriBezier fallback(material, control, -1);
+  EXPECT_EQ(fallback.GetNumVertices(), 11);
+  ZoTriBezier ends(material, control, 0);
+  ASSERT_EQ(ends.GetNumVertices(), 2);
+  EXPECT_EQ(ends.Vertex(0), control[0]);
+  EXPECT_EQ(ends.Vertex(1), control[3]);
+  ZoTriBezier curve(material, control, 4);
+  ZoVector3 half;
+  half.interpolate(control[0], control[1], control[2], control[3], 0.5f);
+  EXPECT_EQ(curve.Vertex(2), half);
+  ZoVector3 const moved[4] = {{1, 1, 1}, {1, 1, 1}, {1, 1, 1}, {2, 2, 2}};
+  curve.Update(moved);
+  EXPECT_EQ(curve.GetNumVertices(), 5);
+  EXPECT_EQ(curve.Vertex(4), ZoVector3(2, 2, 2));
+  EXPECT_EQ(curve.Vertex(0), ZoVector3(1, 1, 1));
+
+  ZoTriLine line(material, ZoVector3(1, 2, 3), ZoVector3(4, 5, 6));
+  EXPECT_EQ(line.GetType(), ZoTriSetPolyline);
+  EXPECT_EQ(line.Vertex(1), ZoVector3(4, 5, 6));
+  line.Update(ZoVector3(), ZoVector3(0, 9, 0));
+  EXPECT_EQ(line.Vertex(0), ZoVector3());
+  EXPECT_EQ(line.Vertex(1), ZoVector3(0, 9, 0));
+  EXPECT_EQ(line.GetFlags(), ZoTriSetMaterialIndices);
+}
+
+TEST(ZoTriShapesSurfaces, SquareAndCube) {
+  ZoMaterial material = TexturedMaterial(0);
+  ZoTriSquare square(material, 4.0f, 2.0f);
+  EXPECT_EQ(square.GetFlags(), 11);
+  ASSERT_EQ(square.GetNumTexturesPerVertex(), 1);
+  EXPECT_EQ(square.Vertex(0), ZoVector3(-2, -1, 0));
+  EXPECT_EQ(square.Vertex(2), ZoVector3(2, 1, 0));
+  EXPECT_EQ(square.TextureVertex(0, 0).v, 1.0f);
+  EXPECT_EQ(square.TextureVertex(2, 0).u, 1.0f);
+  EXPECT_EQ(square.TextureVertex(3, 0).u, 0.0f);
+  for (int i = 0; i < 2; ++i) EXPECT_GT(FaceNormal(square, i).z, 0.0f);
+  for (int v = 0; v < 4; ++v) EXPECT_EQ(square.Normal(v), ZoVector3(0, 0, 1));
+
+  ZoTriCube cube(TexturedMaterial(2), ZoVector3(2, 4, 6));
+  EXPECT_EQ(cube.GetFlags(), 11);
+  ASSERT_EQ(cube.GetNumTexturesPerVertex(), 2);
+  ZoVector3 lo, hi;
+  cube.FindBoundingBox(lo, hi);
+  EXPECT_EQ(lo, ZoVector3(-1, -2, -3));
+  EXPECT_EQ(hi, ZoVector3(1, 2, 3));
+  ExpectFacesOut(cube);
+  // Every face (its two triangles) has one of the six axis normals.
+  for (int i = 0; i < 12; ++i) {
+    ZoVector3 n = FaceNormal(cube, i).unit();
+    EXPECT_NEAR(std::fabs(n.x) + std::fabs(n.y) + std::fabs(n.z), 1.0f, 1e-6f);
+  }
+  EXPECT_EQ(cube.TextureVertex(4, 1).u, 1.0f);
+  EXPECT_EQ(cube.TextureVertex(4, 1).v, 1.0f);
+  EXPECT_EQ(cube.TextureVertex(7, 0).u, 1.0f);
+  EXPECT_EQ(cube.TextureVertex(7, 0).v, 0.0f);
+  EXPECT_EQ(cube.Normal(6), ZoVector3(0, 1, 0));
+}
+
+TEST(ZoTriShapesSurfaces, RingFacesOutOfItsTube) {
+  ZoMaterial material;
+  ZoTriRing ring(material, 1.0f, 2.0f, 0.5f, 7);
+  for (int i = 0; i < ring.GetNumTriangles(); ++i) {
+    ZoVector3 n = FaceNormal(ring, i).unit();
+    ZoVector3 c = Centroid(ring, i);
+    ZoVector3 radial = ZoVector3(c.x, 0, c.z).unit();
+    switch (i % 8) {
+      case 0:
+      case 1:
+        EXPECT_GT(n.y, 0.99f) << "top " << i;
+        break;
+      case 2:
+      case 3:
+        EXPECT_LT(n.dot(radial), -0.9f) << "inner wall " << i;
+        break;
+      case 4:
+      case 5:
+        EXPECT_LT(n.y, -0.99f) << "bottom " << i;
+        break;
+      default:
+        EXPECT_GT(n.dot(radial), 0.9f) << "outer wall " << i;
+        break;
+    }
+  }
+  EXPECT_EQ(ring.Normal(1).y, 0.0f);
+  EXPECT_LT(ring.Normal(1).x, 0.0f);  // the inner wall's normal points to the axis
+}
+
+TEST(ZoTriShapesMaterials, FlagsTexturesAndTheMaterial) {
+  ZoMaterial plain = TexturedMaterial(0);
+  ZoMaterial two = TexturedMaterial(2);
+  ZoTriCylinder bare(plain, 1, 1, 4);
+  EXPECT_EQ(bare.GetFlags(), 9);
+  EXPECT_EQ(bare.GetNumTexturesPerVertex(), 0);
+  ZoTriCylinder textured(two, 1, 1, 4);
+  EXPECT_EQ(textured.GetFlags(), 11);
+  EXPECT_EQ(textured.GetNumTexturesPerVertex(), 2);
+  // Both layers wrap once around the axis, bottom at v 1, top at v 0.
+  EXPECT_EQ(textured.TextureVertex(1, 1).u, 0.25f);
+  EXPECT_EQ(textured.TextureVertex(1, 0).v, 1.0f);
+  EXPECT_EQ(textured.TextureVertex(5, 1).v, 0.0f);
+  ZoTriCircle circle(two, 1, 4);
+  EXPECT_EQ(circle.GetFlags(), 10);
+  ZoTriLine line(plain, ZoVector3(), ZoVector3(1, 0, 0));
+  EXPECT_EQ(line.GetFlags(), 8);
+
+  ASSERT_EQ(textured.GetNumMaterials(), 1);
+  EXPECT_EQ(textured.Material(0).scalar, 3.5f);
+  EXPECT_EQ(textured.Material(0).numTextures, 2);
+  for (int i = 0; i < textured.GetNumTriangles(); ++i) EXPECT_EQ(textured.MaterialIndex(i), 0);
+}
+
+TEST(ZoTriShapesStream, ReadsBackAsATriangleSet) {
+  ZoMaterial material;
+  ZoTriCone cone(material, 1, 2, 6);
+  ZoTriCone copy(cone);
+  zogeotest::ExpectSameSet(cone, copy);
+  ZoMemoryStream stream;
+  stream.version = kZoCurrentVersion;
+  stream.WriteObject(&cone);
+  int32_t length = 0;
+  std::unique_ptr<char, void (*)(void*)> bytes(stream.GetBuffer(length), ::operator delete);
+  ZoMemoryStream reader(bytes.get(), length);
+  reader.version = kZoCurrentVersion;
+  std::unique_ptr<ZoStreamObject> back(reader.ReadObject(nullptr));
+  ASSERT_NE(back, nullptr);
+  EXPECT_EQ(typeid(*back), typeid(ZoTriangleSet));
+  zogeotest::ExpectSameSet(cone, static_cast<ZoTriangleSet&>(*back));
+}
