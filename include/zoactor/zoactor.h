@@ -58,6 +58,11 @@
 #include <zoactor/values/ZoTypedValue.h>
 
 // Geometry: triangle sets, bounding volumes, collision models, queries, shapes.
+#include <zoactor/geometry/ZoColModel.h>
+#include <zoactor/geometry/ZoOrientedBox.h>
+#include <zoactor/geometry/ZoRect.h>
+#include <zoactor/geometry/ZoTriShapes.h>
+#include <zoactor/geometry/ZoTriangleSet.h>
 
 // Animation: keyframes, joint keyframes, skills, splines, sequences.
 #include <zoactor/animation/ZoJointKeyList.h>
@@ -67,5 +72,11 @@
 #include <zoactor/animation/ZoSpline.h>
 
 // Actor: trees, proto nodes, actors, joint limits, the prototype database.
+#include <zoactor/actor/ZoJLimit.h>
+#include <zoactor/actor/ZoPermutation.h>
+#include <zoactor/actor/ZoProtoNode.h>
+#include <zoactor/actor/ZoProtoTraversal.h>
+#include <zoactor/actor/ZoTreeNode.h>
+#include <zoactor/actor/ZoTreeTraversal.h>
 
 #endif

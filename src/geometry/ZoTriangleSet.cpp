@@ -317,7 +317,10 @@ void ZoTriangleSet::RemoveDegenerateTriangles() {
     ZoVector3 const& r = vertices[t.corner[2]];
     ZoVector3 e1 = q - p;
     ZoVector3 e2 = r - q;
-    bool degenerate = e1.lengthSquared() <= 1e-10f || e2.lengthSquared() <= 1e-10f;
+    // A triangle naming one vertex twice has a zero edge; it is caught by
+    // its indices too, so that coordinates that are not finite cannot hide it.
+    bool degenerate = t.corner[0] == t.corner[1] || t.corner[1] == t.corner[2] || t.corner[2] == t.corner[0] ||
+                      e1.lengthSquared() <= 1e-10f || e2.lengthSquared() <= 1e-10f;
     if (!degenerate) {
       float cosine = e1.unit().dot(e2.unit());
       degenerate = cosine >= 0.99999f || cosine <= -0.99999f;
