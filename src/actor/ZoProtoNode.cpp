@@ -355,13 +355,18 @@ ZoStreamError ZoProtoNode::ReadChildren(ZoStream& stream, uint32_t minimumBody) 
   return stream.Status();
 }
 
-ZoStreamError ZoProtoNode::ReadStyleRecord(ZoStream& stream) {
+ZoStreamError ZoProtoNode::ReadStyleCode(ZoStream& stream) {
   int32_t newStyle = 0;
   if (ReadValue(stream, newStyle) != ZoStreamOk) return stream.Status();
   // A fresh record of the style read, with its defaults.
   DeleteInfo();
   style = newStyle;
   CreateInfo();
+  return stream.Status();
+}
+
+ZoStreamError ZoProtoNode::ReadStyleRecord(ZoStream& stream) {
+  if (ReadStyleCode(stream) != ZoStreamOk) return stream.Status();
   switch (style) {
     case Geometry: {
       if (geomInfo == nullptr) return OutOfMemory(stream);
@@ -446,6 +451,21 @@ ZoStreamError ZoProtoNode::WriteToStream(ZoStream& stream) const {
   return stream.Status();
 }
 
+namespace {
+
+// Writes the body of a style record, or a default one when the record is
+// missing (no memory when it was made).
+template <class T>
+void WriteBodyOrDefault(ZoStream& stream, T const* record) {
+  if (record != nullptr) {
+    stream << *record;
+  } else {
+    stream << T();
+  }
+}
+
+}  // namespace
+
 ZoStreamError ZoProtoNode::WriteStyleRecord(ZoStream& stream) const {
   if (stream.Status() != ZoStreamOk) return stream.Status();
   switch (style) {
@@ -470,25 +490,13 @@ ZoStreamError ZoProtoNode::WriteStyleRecord(ZoStream& stream) const {
       WriteBlock(stream, floorInfo != nullptr ? *floorInfo : ZoProtoFloorInfo());
       break;
     case Camera:
-      if (cameraInfo != nullptr) {
-        stream << *cameraInfo;
-      } else {
-        stream << ZoCamera();
-      }
+      WriteBodyOrDefault(stream, cameraInfo.get());
       break;
     case Light:
-      if (lightInfo != nullptr) {
-        stream << *lightInfo;
-      } else {
-        stream << ZoLight();
-      }
+      WriteBodyOrDefault(stream, lightInfo.get());
       break;
     case SplineStyle:
-      if (splineInfo != nullptr) {
-        stream << *splineInfo;
-      } else {
-        stream << ZoSpline();
-      }
+      WriteBodyOrDefault(stream, splineInfo.get());
       break;
     default:
       break;

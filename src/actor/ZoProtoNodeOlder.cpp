@@ -248,11 +248,7 @@ ZoStreamError ZoProtoNode::ReadOlderGeometry(ZoStream& stream) {
 
 ZoStreamError ZoProtoNode::ReadOlderStyleRecord(ZoStream& stream) {
   int32_t const version = stream.version;
-  int32_t newStyle = 0;
-  if (ReadValue(stream, newStyle) != ZoStreamOk) return stream.Status();
-  DeleteInfo();
-  style = newStyle;
-  CreateInfo();
+  if (ReadStyleCode(stream) != ZoStreamOk) return stream.Status();
   switch (style) {
     case Geometry: {
       if (geomInfo == nullptr) return OutOfMemory(stream);

@@ -6,7 +6,7 @@
 #include <zoactor/foundation/ZoRotation3.h>
 #include <zoactor/foundation/ZoTransform3.h>
 #include <zoactor/foundation/ZoVector3.h>
-#include <zoactor/serialization/ZoStream.h>
+#include "serialization/ZoStreamIo.h"
 
 #include <cmath>
 #include <cstdint>
@@ -17,29 +17,8 @@ namespace zogeometry {
 // The largest float, the start value of every minimum search.
 constexpr float kLargest = 3.4028235e38f;
 
-// Writes `bytes` bytes from `data` in pieces the stream's 32-bit counts hold.
-inline ZoStreamError WriteBlock(ZoStream& stream, void const* data, int64_t bytes) {
-  auto const* p = static_cast<char const*>(data);
-  while (bytes > 0 && stream.Status() == ZoStreamOk) {
-    uint32_t piece = bytes > (int64_t{1} << 30) ? (1u << 30) : static_cast<uint32_t>(bytes);
-    stream.WriteBytes(piece, p);
-    p += piece;
-    bytes -= piece;
-  }
-  return stream.Status();
-}
-
-// Reads `bytes` bytes into `data` in pieces; stops at the first error.
-inline ZoStreamError ReadBlock(ZoStream& stream, void* data, int64_t bytes) {
-  auto* p = static_cast<char*>(data);
-  while (bytes > 0 && stream.Status() == ZoStreamOk) {
-    uint32_t piece = bytes > (int64_t{1} << 30) ? (1u << 30) : static_cast<uint32_t>(bytes);
-    stream.ReadBytes(piece, p);
-    p += piece;
-    bytes -= piece;
-  }
-  return stream.Status();
-}
+using zostreamio::ReadBlock;
+using zostreamio::WriteBlock;
 
 // The rotation matrix of a unit quaternion, row-major: m[i][k] is row i.
 struct Matrix3x3 {

@@ -2,7 +2,7 @@
 
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
-#include "values/ZoValueIo.h"
+#include "serialization/ZoStreamIo.h"
 
 #include <initializer_list>
 #include <new>
@@ -130,16 +130,16 @@ ZoStreamError ZoMaterial::ReadOlderRecord(ZoStream& stream) {
   // 3. The colour kept in color2, and 4. one read and dropped (color3 reset).
   Rgb kept{};
   Rgb dropped{};
-  if (zovalues::ReadBlock(stream, kept) != ZoStreamOk) return stream.Status();
+  if (zostreamio::ReadBlock(stream, kept) != ZoStreamOk) return stream.Status();
   color2.r = kept.r;
   color2.g = kept.g;
   color2.b = kept.b;
-  if (zovalues::ReadBlock(stream, dropped) != ZoStreamOk) return stream.Status();
+  if (zostreamio::ReadBlock(stream, dropped) != ZoStreamOk) return stream.Status();
   color3.Set(0.0f, 0.0f, 0.0f, 1.0f);
 
   // 5. Three int32s dropped; 6. the scalar and the alpha.
   int32_t unused[3];
-  if (zovalues::ReadBlock(stream, unused) != ZoStreamOk) return stream.Status();
+  if (zostreamio::ReadBlock(stream, unused) != ZoStreamOk) return stream.Status();
   float alpha = 1.0f;
   if ((stream >> scalar).Status() != ZoStreamOk) return stream.Status();
   if ((stream >> alpha).Status() != ZoStreamOk) return stream.Status();

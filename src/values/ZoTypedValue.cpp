@@ -2,7 +2,7 @@
 
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
-#include "values/ZoValueIo.h"
+#include "serialization/ZoStreamIo.h"
 
 #include <climits>
 #include <cmath>
@@ -203,9 +203,9 @@ ZoVector3Value& ZoVector3Value::operator=(ZoVector3Value const& other) {
   return *this;
 }
 
-ZoStreamError ZoVector3Value::ReadFromStream(ZoStream& stream) { return zovalues::ReadBlock(stream, value); }
+ZoStreamError ZoVector3Value::ReadFromStream(ZoStream& stream) { return zostreamio::ReadBlock(stream, value); }
 
-ZoStreamError ZoVector3Value::WriteToStream(ZoStream& stream) const { return zovalues::WriteBlock(stream, value); }
+ZoStreamError ZoVector3Value::WriteToStream(ZoStream& stream) const { return zostreamio::WriteBlock(stream, value); }
 
 ZoTypedValue* ZoVector3Value::Copy() const { return new (std::nothrow) ZoVector3Value(value); }
 
@@ -216,10 +216,10 @@ ZoTransform2Value& ZoTransform2Value::operator=(ZoTransform2Value const& other) 
   return *this;
 }
 
-ZoStreamError ZoTransform2Value::ReadFromStream(ZoStream& stream) { return zovalues::ReadBlock(stream, value); }
+ZoStreamError ZoTransform2Value::ReadFromStream(ZoStream& stream) { return zostreamio::ReadBlock(stream, value); }
 
 ZoStreamError ZoTransform2Value::WriteToStream(ZoStream& stream) const {
-  return zovalues::WriteBlock(stream, value);
+  return zostreamio::WriteBlock(stream, value);
 }
 
 ZoTypedValue* ZoTransform2Value::Copy() const { return new (std::nothrow) ZoTransform2Value(value); }
@@ -231,10 +231,10 @@ ZoTransform3Value& ZoTransform3Value::operator=(ZoTransform3Value const& other) 
   return *this;
 }
 
-ZoStreamError ZoTransform3Value::ReadFromStream(ZoStream& stream) { return zovalues::ReadBlock(stream, value); }
+ZoStreamError ZoTransform3Value::ReadFromStream(ZoStream& stream) { return zostreamio::ReadBlock(stream, value); }
 
 ZoStreamError ZoTransform3Value::WriteToStream(ZoStream& stream) const {
-  return zovalues::WriteBlock(stream, value);
+  return zostreamio::WriteBlock(stream, value);
 }
 
 ZoTypedValue* ZoTransform3Value::Copy() const { return new (std::nothrow) ZoTransform3Value(value); }

@@ -12,7 +12,7 @@
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoStream.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -23,55 +23,14 @@
 
 namespace zoactortest {
 
+using zotest::Body;
 using zotest::ByteBuilder;
 using zotest::Bytes;
+using zotest::ExpectNear;
+using zotest::Framed;
+using zotest::Reader;
+using zotest::Written;
 
-// The bytes written so far to a growable stream.
-inline Bytes Written(ZoMemoryStream& stream) {
-  int32_t length = 0;
-  char* buffer = stream.GetBuffer(length);
-  Bytes bytes = zotest::ToBytes(buffer, static_cast<size_t>(length));
-  ::operator delete(buffer);
-  return bytes;
-}
-
-// `object`'s body written bare under `version`.
-inline Bytes Body(ZoStreamObject const& object, int32_t version = kZoCurrentVersion) {
-  ZoMemoryStream stream;
-  stream.version = version;
-  stream << object;
-  EXPECT_EQ(stream.Status(), ZoStreamOk);
-  return Written(stream);
-}
-
-// `object` written framed under `version`.
-inline Bytes Framed(ZoStreamObject const* object, int32_t version = kZoCurrentVersion) {
-  ZoMemoryStream stream;
-  stream.version = version;
-  EXPECT_EQ(stream.WriteObject(object), ZoStreamOk);
-  return Written(stream);
-}
-
-// A fixed stream over an exactly sized copy of some bytes, at a version, so
-// that AddressSanitizer sees any read beyond the data.
-class Reader {
- public:
-  explicit Reader(Bytes const& bytes, int32_t version = kZoCurrentVersion)
-      : data(new uint8_t[bytes.empty() ? 1 : bytes.size()]), stream(data.get(), static_cast<int32_t>(bytes.size())) {
-    std::copy(bytes.begin(), bytes.end(), data.get());
-    stream.version = version;
-  }
-  ZoMemoryStream& operator*() { return stream; }
-  ZoMemoryStream* operator->() { return &stream; }
-  uint32_t Consumed() const { return stream.GetPosition(); }
-
- private:
-  std::unique_ptr<uint8_t[]> data;
-  ZoMemoryStream stream;
-};
-
-// Reads `bytes` as the body of `object` under `version`; returns the status
-// and checks that a successful read consumed every byte.
 // The body of a copy of `node` whose every node has model format 0. Copying
 // a model and reading a node of model format 3 rebuild sphere trees, which
 // reorder triangles; comparing bodies without their geometry checks
@@ -83,6 +42,8 @@ inline Bytes BodyWithoutGeometry(ZoProtoNode const& node) {
   return Body(copy);
 }
 
+// Reads `bytes` as the body of `object` under `version`; returns the status
+// and checks that a successful read consumed every byte.
 inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_t version = kZoCurrentVersion) {
   Reader reader(bytes, version);
   *reader >> object;

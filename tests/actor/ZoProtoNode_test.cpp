@@ -32,12 +32,6 @@ ZoTriangleSet* Cube(float edge = 1.0f) { return new ZoTriCube(ZoMaterial(), ZoVe
 
 ZoTransform3 Placed(ZoVector3 const& t, float angle, ZoVector3 const& axis) { return ZoTransform3(t, About(angle, axis)); }
 
-void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
-  EXPECT_NEAR(a.x, b.x, tolerance);
-  EXPECT_NEAR(a.y, b.y, tolerance);
-  EXPECT_NEAR(a.z, b.z, tolerance);
-}
-
 void ExpectColor(ZoColor const& c, float r, float g, float b, float a) {
   EXPECT_EQ(c.r, r);
   EXPECT_EQ(c.g, g);

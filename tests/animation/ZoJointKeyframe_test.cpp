@@ -8,7 +8,7 @@
 #include <zoactor/animation/ZoKeyList.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
@@ -23,6 +23,9 @@ using zotest::Bytes;
 using zotest::Hex;
 
 namespace {
+
+using zotest::Written;
+using zotest::ExpectNear;
 
 using Quat = Eigen::Quaterniond;
 
@@ -53,20 +56,6 @@ ZoJointKeyframe* JointKey(uint32_t t, ZoVector3 position, ZoRotation3 rotation =
   kf->actorTransform = ZoTransform3(position, rotation);
   kf->point = position * 2.0f;
   return kf;
-}
-
-void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
-  EXPECT_NEAR(a.x, b.x, tolerance);
-  EXPECT_NEAR(a.y, b.y, tolerance);
-  EXPECT_NEAR(a.z, b.z, tolerance);
-}
-
-Bytes Written(ZoMemoryStream& stream) {
-  int32_t length = 0;
-  char* buffer = stream.GetBuffer(length);
-  Bytes bytes = zotest::ToBytes(buffer, static_cast<size_t>(length));
-  ::operator delete(buffer);
-  return bytes;
 }
 
 void AppendTransform(ByteBuilder& b, ZoTransform3 const& t) {

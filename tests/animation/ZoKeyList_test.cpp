@@ -8,7 +8,7 @@
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -21,6 +21,8 @@ using zotest::Bytes;
 using zotest::Hex;
 
 namespace {
+
+using zotest::Written;
 
 // A keyframe that counts its destructions.
 class CountedKey : public ZoKeyframe {
@@ -62,14 +64,6 @@ std::vector<uint32_t> Times(ZoDblList const& items) {
 }
 
 uint32_t TimeOf(ZoKeyframe const* kf) { return kf != nullptr ? kf->time() : 0xDEADBEEFu; }
-
-Bytes Written(ZoMemoryStream& stream) {
-  int32_t length = 0;
-  char* buffer = stream.GetBuffer(length);
-  Bytes bytes = zotest::ToBytes(buffer, static_cast<size_t>(length));
-  ::operator delete(buffer);
-  return bytes;
-}
 
 // Keys at 0, 10 and 20.
 class ThreeKeys : public ::testing::Test {

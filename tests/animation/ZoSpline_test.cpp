@@ -5,7 +5,7 @@
 #include <zoactor/animation/ZoSpline.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -23,6 +23,9 @@ using zotest::Hex;
 
 namespace {
 
+using zotest::Written;
+using zotest::ExpectNear;
+
 ZoRotation3 AboutAxis(float angle, ZoVector3 axis) {
   ZoRotation3 q;
   q.setValue(angle, axis.unit());
@@ -35,20 +38,6 @@ float RotationGap(ZoRotation3 const& a, ZoRotation3 const& b) {
   float opposite = std::sqrt((a.w + b.w) * (a.w + b.w) + (a.x + b.x) * (a.x + b.x) + (a.y + b.y) * (a.y + b.y) +
                              (a.z + b.z) * (a.z + b.z));
   return std::min(same, opposite);
-}
-
-void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
-  EXPECT_NEAR(a.x, b.x, tolerance);
-  EXPECT_NEAR(a.y, b.y, tolerance);
-  EXPECT_NEAR(a.z, b.z, tolerance);
-}
-
-Bytes Written(ZoMemoryStream& stream) {
-  int32_t length = 0;
-  char* buffer = stream.GetBuffer(length);
-  Bytes bytes = zotest::ToBytes(buffer, static_cast<size_t>(length));
-  ::operator delete(buffer);
-  return bytes;
 }
 
 std::vector<ZoTransform3> SampleEvery(ZoSpline const& spline, int samples) {

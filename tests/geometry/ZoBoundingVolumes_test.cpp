@@ -16,11 +16,7 @@
 
 namespace {
 
-void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
-  EXPECT_NEAR(a.x, b.x, tolerance);
-  EXPECT_NEAR(a.y, b.y, tolerance);
-  EXPECT_NEAR(a.z, b.z, tolerance);
-}
+using zotest::ExpectNear;
 
 ZoVector3 Axis(ZoOrientedBox const& box, int i) {
   ZoVector3 unit(i == 0 ? 1.0f : 0.0f, i == 1 ? 1.0f : 0.0f, i == 2 ? 1.0f : 0.0f);

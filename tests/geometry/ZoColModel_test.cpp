@@ -16,10 +16,12 @@
 
 using zogeotest::ExpectSameSet;
 using zogeotest::ReadBody;
-using zogeotest::WriteBody;
+using zotest::Body;
 using zotest::ByteBuilder;
 
 namespace {
+
+using zotest::ExpectNear;
 
 // Opens the building steps to the tests.
 class OpenModel : public ZoColModel {
@@ -28,12 +30,6 @@ class OpenModel : public ZoColModel {
   using ZoColModel::FindSplittingPlane;
   using ZoColModel::ReorderTriangles;
 };
-
-void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
-  EXPECT_NEAR(a.x, b.x, tolerance);
-  EXPECT_NEAR(a.y, b.y, tolerance);
-  EXPECT_NEAR(a.z, b.z, tolerance);
-}
 
 // The sphere around two spheres, computed here independently: the smallest
 // sphere containing both.
@@ -443,7 +439,7 @@ void AppendNode(ByteBuilder& bytes, ZoNode const& node, bool withRadius) {
 // The body of a model, built by hand from its fields and its set's body.
 zotest::Bytes HandBuiltBody(ZoColModel const& model, int32_t version) {
   ByteBuilder bytes;
-  bytes.i32(1).append(WriteBody(*model.GetTriangleSet(), version)).i32(model.GetDepth());
+  bytes.i32(1).append(Body(*model.GetTriangleSet(), version)).i32(model.GetDepth());
   bool withRadius = version != 100;
   for (int i = 0; i < model.GetNumLeaves(); ++i) AppendNode(bytes, model.GetLeaves()[i], withRadius);
   for (int k = 0; k < model.GetNumSpheres(); ++k) {
@@ -464,7 +460,7 @@ zotest::Bytes HandBuiltBody(ZoColModel const& model, int32_t version) {
 
 TEST(ZoColModelStream, BodyByteForByteAtEachVersion) {
   ZoColModel empty;
-  EXPECT_EQ(WriteBody(empty), ByteBuilder().i32(0).get());
+  EXPECT_EQ(Body(empty), ByteBuilder().i32(0).get());
 
   ZoColModel model;
   auto* set = new ZoTriangleSet;
@@ -484,7 +480,7 @@ TEST(ZoColModelStream, BodyByteForByteAtEachVersion) {
   EXPECT_EQ(model.GetRoot()->right, 1u);
 
   // The set without materials: 6 header ints, 6 vertices, 2 triangles.
-  zotest::Bytes setBody = WriteBody(*set);
+  zotest::Bytes setBody = Body(*set);
   ASSERT_EQ(setBody.size(), 24u + 72u + 24u);
 
   for (int32_t version : {106, 105, 101, 100}) {
@@ -492,7 +488,7 @@ TEST(ZoColModelStream, BodyByteForByteAtEachVersion) {
     zotest::Bytes expected = HandBuiltBody(model, version);
     size_t record = version == 100 ? 16 : 20;
     EXPECT_EQ(expected.size(), 4 + setBody.size() + 4 + 2 * record + (record + 8) + (version >= 106 ? 40 : 0));
-    EXPECT_EQ(WriteBody(model, version), expected);
+    EXPECT_EQ(Body(model, version), expected);
 
     ZoColModel back;
     ASSERT_EQ(ReadBody(back, expected, version), ZoStreamOk);
@@ -517,7 +513,7 @@ TEST(ZoColModelStream, BodyByteForByteAtEachVersion) {
     EXPECT_EQ(lo, ZoVector3());
     EXPECT_EQ(hi, ZoVector3());
     // Written again at the same version: the same bytes.
-    EXPECT_EQ(WriteBody(back, version), expected);
+    EXPECT_EQ(Body(back, version), expected);
   }
 }
 
@@ -527,22 +523,22 @@ TEST(ZoColModelStream, LargeTreesReadBackWhole) {
     ZoColModel model;
     model.SetTriangleSet(zogeotest::RandomSoup(random, n));
     model.UpdateSphereTree();
-    zotest::Bytes bytes = WriteBody(model);
+    zotest::Bytes bytes = Body(model);
     ZoColModel back;
     ASSERT_EQ(ReadBody(back, bytes), ZoStreamOk);
     CheckTree(back);
-    EXPECT_EQ(WriteBody(back), bytes);
+    EXPECT_EQ(Body(back), bytes);
 
     // A model without a tree writes depth 0 after its set.
     model.DeleteSphereTree();
-    zotest::Bytes bare = WriteBody(model);
-    EXPECT_EQ(bare, ByteBuilder().i32(1).append(WriteBody(*model.GetTriangleSet())).i32(0).get());
+    zotest::Bytes bare = Body(model);
+    EXPECT_EQ(bare, ByteBuilder().i32(1).append(Body(*model.GetTriangleSet())).i32(0).get());
     // An edited set no longer matches its tree: written without one.
     model.UpdateSphereTree();
     if (n > 1) {
       ZoTriangleSet* set = model.GetTriangleSet();
       set->Create(ZoTriSetIndexed, 0, 1, 3, 0);
-      EXPECT_EQ(WriteBody(model), ByteBuilder().i32(1).append(WriteBody(*set)).i32(0).get());
+      EXPECT_EQ(Body(model), ByteBuilder().i32(1).append(Body(*set)).i32(0).get());
     }
   }
 }

@@ -17,7 +17,7 @@
 #include <random>
 
 using zogeotest::ReadBody;
-using zogeotest::WriteBody;
+using zotest::Body;
 using zotest::ByteBuilder;
 using zotest::Bytes;
 
@@ -102,7 +102,7 @@ TEST(ZoTriangleSetRobustness, CountsThatCannotBeTrue) {
        ZoStreamFormatError},
       {"negative material index",
        SetBody(0, ZoTriSetMaterialIndices, 3, 1, 0, 1,
-               ByteBuilder().append(ThreeVertices()).i32(0).i32(1).i32(2).i16(-1).append(WriteBody(ZoMaterial()))),
+               ByteBuilder().append(ThreeVertices()).i32(0).i32(1).i32(2).i16(-1).append(Body(ZoMaterial()))),
        ZoStreamFormatError},
   };
   for (auto const& c : cases) {
@@ -115,7 +115,7 @@ TEST(ZoTriangleSetRobustness, CountsThatCannotBeTrue) {
   ZoTriangleSet good;
   EXPECT_EQ(ReadSet(SetBody(0, ZoTriSetMaterialIndices, 3, 1, 0, 1,
                             ByteBuilder().append(ThreeVertices()).i32(0).i32(1).i32(2).i16(0).append(
-                                WriteBody(ZoMaterial()))),
+                                Body(ZoMaterial()))),
                     good),
             ZoStreamOk);
   EXPECT_EQ(good.GetNumTriangles(), 1);
@@ -136,7 +136,7 @@ TEST(ZoTriangleSetRobustness, AllocationCapIsInclusive) {
 
 TEST(ZoTriangleSetRobustness, TruncatedAtEveryLength) {
   std::unique_ptr<ZoTriangleSet> rich(RichSet());
-  Bytes full = WriteBody(*rich);
+  Bytes full = Body(*rich);
   for (size_t length = 0; length < full.size(); ++length) {
     ZoTriangleSet set;
     Bytes prefix(full.begin(), full.begin() + static_cast<std::ptrdiff_t>(length));
@@ -167,9 +167,9 @@ ModelBody MakeModelBody(int n, int32_t version = kZoCurrentVersion) {
   model.UpdateSphereTree();
   EXPECT_NE(model.GetRoot(), nullptr);
   ModelBody body;
-  body.bytes = WriteBody(model, version);
+  body.bytes = Body(model, version);
   size_t record = version == 100 ? 16 : 20;
-  body.depthAt = 4 + WriteBody(*model.GetTriangleSet(), version).size();
+  body.depthAt = 4 + Body(*model.GetTriangleSet(), version).size();
   body.leavesAt = body.depthAt + 4;
   body.spheresAt = body.leavesAt + record * static_cast<size_t>(n);
   body.n = n;
@@ -259,7 +259,7 @@ TEST(ZoColModelRobustness, BrokenTreesAreRefused) {
   // A tree over a polyline.
   ZoTriangleSet line;
   line.Create(ZoTriSetPolyline, 0, 0, 3, 0);
-  Bytes overLine = ByteBuilder().i32(1).append(WriteBody(line)).i32(1).get();
+  Bytes overLine = ByteBuilder().i32(1).append(Body(line)).i32(1).get();
   for (int i = 0; i < 2 * 20 + 8; ++i) overLine.push_back(0);
   ZoColModel model;
   EXPECT_EQ(ReadModel(overLine, model), ZoStreamFormatError);
@@ -301,7 +301,7 @@ TEST(ZoColModelRobustness, DeepDegenerateTreesBuildWithoutRecursion) {
   EXPECT_EQ(model.GetNumSpheres(), n - 1);
   EXPECT_GT(model.GetDepth(), 100);
   // It streams and reads back: the reader walks it without recursion too.
-  Bytes bytes = WriteBody(model);
+  Bytes bytes = Body(model);
   ZoColModel back;
   EXPECT_EQ(ReadBody(back, bytes), ZoStreamOk);
   EXPECT_EQ(back.GetDepth(), model.GetDepth());
@@ -317,7 +317,7 @@ TEST(ZoColModelRobustness, NotANumberVerticesDoNotHangTheBuild) {
   ASSERT_NE(model.GetRoot(), nullptr);
   EXPECT_EQ(model.GetNumSpheres(), 9);
   ZoColModel back;
-  EXPECT_EQ(ReadBody(back, WriteBody(model)), ZoStreamOk);  // the reader checks the shape
+  EXPECT_EQ(ReadBody(back, Body(model)), ZoStreamOk);  // the reader checks the shape
   // A NaN in the first vertex makes the box not a number: no tree.
   set->Vertex(0) = ZoVector3(std::nanf(""), 0, 0);
   model.UpdateSphereTree();
@@ -331,18 +331,18 @@ TEST(ZoGeometryRobustness, MutatedBodiesReadSafelyAndWriteBackStably) {
   std::unique_ptr<ZoTriangleSet> rich(RichSet());
   ZoMaterial material;
   ZoTriRing ring(material, 1, 2, 1, 3);
-  struct Body {
+  struct Sample {
     Bytes bytes;
     bool model;
     int32_t version;
   };
-  std::vector<Body> bodies = {{WriteBody(*rich), false, kZoCurrentVersion},
-                              {WriteBody(ring), false, kZoCurrentVersion},
-                              {MakeModelBody(6).bytes, true, kZoCurrentVersion},
-                              {MakeModelBody(5, 100).bytes, true, 100},
-                              {MakeModelBody(1).bytes, true, kZoCurrentVersion}};
+  std::vector<Sample> bodies = {{zotest::Body(*rich), false, kZoCurrentVersion},
+                                {zotest::Body(ring), false, kZoCurrentVersion},
+                                {MakeModelBody(6).bytes, true, kZoCurrentVersion},
+                                {MakeModelBody(5, 100).bytes, true, 100},
+                                {MakeModelBody(1).bytes, true, kZoCurrentVersion}};
   int readBack = 0;
-  for (Body const& body : bodies) {
+  for (Sample const& body : bodies) {
     for (int trial = 0; trial < 1500; ++trial) {
       Bytes bytes = body.bytes;
       int changes = 1 + static_cast<int>(random() % 4);
@@ -366,14 +366,14 @@ TEST(ZoGeometryRobustness, MutatedBodiesReadSafelyAndWriteBackStably) {
       else
         object = std::make_unique<ZoTriangleSet>();
       if (ReadBody(*object, bytes, body.version) != ZoStreamOk) continue;
-      Bytes again = WriteBody(*object, body.version);
+      Bytes again = zotest::Body(*object, body.version);
       std::unique_ptr<ZoStreamObject> second;
       if (body.model)
         second = std::make_unique<ZoColModel>();
       else
         second = std::make_unique<ZoTriangleSet>();
       ASSERT_EQ(ReadBody(*second, again, body.version), ZoStreamOk) << "trial " << trial;
-      ASSERT_EQ(WriteBody(*second, body.version), again) << "trial " << trial;
+      ASSERT_EQ(zotest::Body(*second, body.version), again) << "trial " << trial;
       ++readBack;
     }
   }

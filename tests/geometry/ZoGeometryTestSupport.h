@@ -11,7 +11,7 @@
 #include <zoactor/geometry/ZoTriangleSet.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -24,19 +24,6 @@
 namespace zogeotest {
 
 using zotest::Bytes;
-
-// The body of `object` (no frame) written at `version`.
-inline Bytes WriteBody(ZoStreamObject const& object, int32_t version = kZoCurrentVersion) {
-  ZoMemoryStream stream;
-  stream.version = version;
-  stream << object;
-  EXPECT_EQ(stream.Status(), ZoStreamOk);
-  int32_t length = 0;
-  char* buffer = stream.GetBuffer(length);
-  Bytes bytes(buffer, buffer + length);
-  ::operator delete(buffer);
-  return bytes;
-}
 
 // Reads a body from exactly `bytes` at `version`; returns the status. When
 // `consumed` is given it receives the number of bytes read.
@@ -129,7 +116,7 @@ inline void ExpectSameSet(ZoTriangleSet const& a, ZoTriangleSet const& b) {
   if (a.GetFlags() & ZoTriSetMaterialIndices) {
     for (int i = 0; i < a.GetNumTriangles(); ++i) EXPECT_EQ(a.MaterialIndex(i), b.MaterialIndex(i));
   }
-  for (int m = 0; m < a.GetNumMaterials(); ++m) EXPECT_EQ(WriteBody(a.Material(m)), WriteBody(b.Material(m)));
+  for (int m = 0; m < a.GetNumMaterials(); ++m) EXPECT_EQ(zotest::Body(a.Material(m)), zotest::Body(b.Material(m)));
 }
 
 // A hook manager registered while alive. It records the requests it gets

@@ -18,15 +18,11 @@
 
 namespace {
 
+using zotest::ExpectNear;
+
 using Vec = Eigen::Vector3d;
 
 Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
-
-void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
-  EXPECT_NEAR(a.x, b.x, tolerance);
-  EXPECT_NEAR(a.y, b.y, tolerance);
-  EXPECT_NEAR(a.z, b.z, tolerance);
-}
 
 // A set of one triangle per call of Add, with a material per triangle.
 class Triangles {

@@ -13,10 +13,12 @@
 
 using zogeotest::ExpectSameSet;
 using zogeotest::ReadBody;
-using zogeotest::WriteBody;
+using zotest::Body;
 using zotest::ByteBuilder;
 
 namespace {
+
+using zotest::ExpectNear;
 
 // A one-triangle indexed set with the given corners.
 std::unique_ptr<ZoTriangleSet> OneTriangle(ZoVector3 p, ZoVector3 q, ZoVector3 r, int flags = 0) {
@@ -27,12 +29,6 @@ std::unique_ptr<ZoTriangleSet> OneTriangle(ZoVector3 p, ZoVector3 q, ZoVector3 r
   set->Vertex(2) = r;
   set->Triangle(0).Set(0, 1, 2);
   return set;
-}
-
-void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
-  EXPECT_NEAR(a.x, b.x, tolerance);
-  EXPECT_NEAR(a.y, b.y, tolerance);
-  EXPECT_NEAR(a.z, b.z, tolerance);
 }
 
 // Fills every array of a set with distinct values.
@@ -205,7 +201,7 @@ TEST(ZoTriangleSetMaterials, FlagsAndIndicesAgreeAfterSetNumMaterials) {
   EXPECT_FALSE(set.HasMaterialIndices());
   // The set still writes a body that reads back.
   ZoTriangleSet back;
-  EXPECT_EQ(ReadBody(back, WriteBody(set)), ZoStreamOk);
+  EXPECT_EQ(ReadBody(back, Body(set)), ZoStreamOk);
   ExpectSameSet(set, back);
   // Materials without indices: the flags do not grow indices.
   EXPECT_TRUE(set.SetNumMaterials(1));
@@ -395,7 +391,7 @@ TEST(ZoTriangleSetMerge, FillsArraysTheOtherSetLacks) {
   EXPECT_EQ(a.MaterialIndex(2), 0);  // the other had no materials
   // The merged set is consistent: it writes a body that reads back.
   ZoTriangleSet back;
-  EXPECT_EQ(ReadBody(back, WriteBody(a)), ZoStreamOk);
+  EXPECT_EQ(ReadBody(back, Body(a)), ZoStreamOk);
   ExpectSameSet(a, back);
 }
 
@@ -438,7 +434,7 @@ TEST(ZoTriangleSetStream, BodyByteForByte) {
   // The default material: flags 4, four colours, scalar 10, no textures, no properties.
   expected.i32(4).f32(0.5f).f32(0.5f).f32(0.5f).f32(1).f32(0.5f).f32(0.5f).f32(0.5f).f32(1);
   expected.f32(0).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0).f32(1).f32(10).i32(0).i32(0);
-  EXPECT_EQ(WriteBody(set), expected.get()) << zotest::Hex(WriteBody(set));
+  EXPECT_EQ(Body(set), expected.get()) << zotest::Hex(Body(set));
 
   ZoTriangleSet back;
   uint32_t consumed = 0;
@@ -451,13 +447,13 @@ TEST(ZoTriangleSetStream, BodyByteForByte) {
   ZoTriangleSet line;
   line.Create(ZoTriSetPolyline, 0, 0, 1, 0);
   line.Vertex(0) = ZoVector3(1, 2, 3);
-  EXPECT_EQ(WriteBody(line), ByteBuilder().i32(3).i32(0).i32(1).i32(0).i32(0).i32(0).f32(1).f32(2).f32(3).get());
-  EXPECT_EQ(WriteBody(ZoTriangleSet()), ByteBuilder().i32(4).i32(0).i32(0).i32(0).i32(0).i32(0).get());
+  EXPECT_EQ(Body(line), ByteBuilder().i32(3).i32(0).i32(1).i32(0).i32(0).i32(0).f32(1).f32(2).f32(3).get());
+  EXPECT_EQ(Body(ZoTriangleSet()), ByteBuilder().i32(4).i32(0).i32(0).i32(0).i32(0).i32(0).get());
   // A strip writes its material indices but no triangles.
   ZoTriangleSet strip;
   strip.Create(ZoTriSetSequential2, ZoTriSetMaterialIndices, 1, 3, 0);
   strip.SetNumMaterials(1);
-  zotest::Bytes stripBytes = WriteBody(strip);
+  zotest::Bytes stripBytes = Body(strip);
   EXPECT_EQ(stripBytes.size(), 24u + 36u + 2u + 80u);
 }
 
@@ -470,7 +466,7 @@ TEST(ZoTriangleSetStream, EveryLayoutAndFlagCombinationReadsBack) {
       FillDistinct(set);
       for (int32_t version : {kZoCurrentVersion, 100}) {
         ZoTriangleSet back;
-        ASSERT_EQ(ReadBody(back, WriteBody(set, version), version), ZoStreamOk) << type << " " << flags;
+        ASSERT_EQ(ReadBody(back, Body(set, version), version), ZoStreamOk) << type << " " << flags;
         ExpectSameSet(set, back);
       }
     }

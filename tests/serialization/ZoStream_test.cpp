@@ -5,7 +5,7 @@
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -18,14 +18,7 @@ using zotest::Hex;
 
 namespace {
 
-// The bytes written so far to a growable stream.
-Bytes Written(ZoMemoryStream& stream) {
-  int32_t length = 0;
-  char* buffer = stream.GetBuffer(length);
-  Bytes bytes = zotest::ToBytes(buffer, static_cast<size_t>(length));
-  ::operator delete(buffer);
-  return bytes;
-}
+using zotest::Written;
 
 // A sized object with a four-byte body, standing for an integer value.
 class SizedInt : public ZoStreamSizedObject {

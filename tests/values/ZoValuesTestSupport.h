@@ -7,7 +7,7 @@
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/values/ZoTypedValue.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,11 @@
 
 namespace zovaluestest {
 
+using zotest::Body;
 using zotest::Bytes;
+using zotest::Framed;
+using zotest::Reader;
+using zotest::Written;
 
 // Destroys typed values the way their owners do.
 struct DestroyValue {
@@ -26,51 +30,6 @@ struct DestroyValue {
 };
 using ValuePtr = std::unique_ptr<ZoTypedValue, DestroyValue>;
 using ObjectPtr = std::unique_ptr<ZoStreamObject>;
-
-// The bytes written so far to a growable stream.
-inline Bytes Written(ZoMemoryStream& stream) {
-  int32_t length = 0;
-  char* buffer = stream.GetBuffer(length);
-  Bytes bytes = zotest::ToBytes(buffer, static_cast<size_t>(length));
-  ::operator delete(buffer);
-  return bytes;
-}
-
-// `object` written framed (WriteObject) under `version`.
-inline Bytes Framed(ZoStreamObject const* object, int32_t version = kZoCurrentVersion) {
-  ZoMemoryStream stream;
-  stream.version = version;
-  EXPECT_EQ(stream.WriteObject(object), ZoStreamOk);
-  return Written(stream);
-}
-
-// `object`'s body written bare (operator<<) under `version`.
-inline Bytes Body(ZoStreamObject const& object, int32_t version = kZoCurrentVersion) {
-  ZoMemoryStream stream;
-  stream.version = version;
-  stream << object;
-  EXPECT_EQ(stream.Status(), ZoStreamOk);
-  return Written(stream);
-}
-
-// A fixed stream over a copy of some bytes, at a given version. The copy is
-// sized exactly, so AddressSanitizer sees any read beyond the data.
-class Reader {
- public:
-  explicit Reader(Bytes const& bytes, int32_t version = kZoCurrentVersion)
-      : data(new uint8_t[bytes.empty() ? 1 : bytes.size()]), stream(data.get(), static_cast<int32_t>(bytes.size())) {
-    std::copy(bytes.begin(), bytes.end(), data.get());
-    stream.version = version;
-  }
-  ZoMemoryStream& operator*() { return stream; }
-  ZoMemoryStream* operator->() { return &stream; }
-  // The number of bytes consumed so far.
-  uint32_t Consumed() const { return stream.GetPosition(); }
-
- private:
-  std::unique_ptr<uint8_t[]> data;
-  ZoMemoryStream stream;
-};
 
 // Reads one framed object from `bytes`; `status` gets the stream's status.
 inline ObjectPtr ReadFramed(Bytes const& bytes, ZoStreamError& status, int32_t version = kZoCurrentVersion,

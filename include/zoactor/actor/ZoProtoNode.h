@@ -305,6 +305,8 @@ class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
   ZoStreamError ReadOlder(ZoStream& stream);
   ZoStreamError ReadJointLimit(ZoStream& stream);
   ZoStreamError ReadSpheres(ZoStream& stream, uint32_t recordSize);
+  // Reads a style code and replaces the style record with a fresh one of it.
+  ZoStreamError ReadStyleCode(ZoStream& stream);
   ZoStreamError ReadStyleRecord(ZoStream& stream);
   ZoStreamError ReadOlderGeometry(ZoStream& stream);
   ZoStreamError ReadOlderStyleRecord(ZoStream& stream);

@@ -1,0 +1,73 @@
+// Helpers for tests of the library's objects: writing them to bytes, reading
+// them back from exactly sized buffers, and comparing vectors.
+#ifndef ZOACTOR_TESTS_SUPPORT_ZOTESTOBJECTS_H
+#define ZOACTOR_TESTS_SUPPORT_ZOTESTOBJECTS_H
+
+#include <zoactor/foundation/ZoVector3.h>
+#include <zoactor/serialization/ZoMemoryStream.h>
+#include <zoactor/serialization/ZoStream.h>
+
+#include "support/ZoTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace zotest {
+
+// The bytes written so far to a growable stream.
+inline Bytes Written(ZoMemoryStream& stream) {
+  int32_t length = 0;
+  char* buffer = stream.GetBuffer(length);
+  Bytes bytes = ToBytes(buffer, static_cast<size_t>(length));
+  ::operator delete(buffer);
+  return bytes;
+}
+
+// `object`'s body written bare (operator<<) under `version`.
+inline Bytes Body(ZoStreamObject const& object, int32_t version = kZoCurrentVersion) {
+  ZoMemoryStream stream;
+  stream.version = version;
+  stream << object;
+  EXPECT_EQ(stream.Status(), ZoStreamOk);
+  return Written(stream);
+}
+
+// `object` written framed (WriteObject) under `version`.
+inline Bytes Framed(ZoStreamObject const* object, int32_t version = kZoCurrentVersion) {
+  ZoMemoryStream stream;
+  stream.version = version;
+  EXPECT_EQ(stream.WriteObject(object), ZoStreamOk);
+  return Written(stream);
+}
+
+// A fixed stream over a copy of some bytes, at a given version. The copy is
+// sized exactly, so AddressSanitizer sees any read beyond the data.
+class Reader {
+ public:
+  explicit Reader(Bytes const& bytes, int32_t version = kZoCurrentVersion)
+      : data(new uint8_t[bytes.empty() ? 1 : bytes.size()]), stream(data.get(), static_cast<int32_t>(bytes.size())) {
+    std::copy(bytes.begin(), bytes.end(), data.get());
+    stream.version = version;
+  }
+  ZoMemoryStream& operator*() { return stream; }
+  ZoMemoryStream* operator->() { return &stream; }
+  // The number of bytes consumed so far.
+  uint32_t Consumed() const { return stream.GetPosition(); }
+
+ private:
+  std::unique_ptr<uint8_t[]> data;
+  ZoMemoryStream stream;
+};
+
+// Component-wise closeness of two vectors.
+inline void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
+  EXPECT_NEAR(a.x, b.x, tolerance);
+  EXPECT_NEAR(a.y, b.y, tolerance);
+  EXPECT_NEAR(a.z, b.z, tolerance);
+}
+
+}  // namespace zotest
+
+#endif
