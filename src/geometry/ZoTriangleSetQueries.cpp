@@ -74,6 +74,49 @@ inline Lanes Select(Mask mask, Lanes yes, Lanes no) {
   return reinterpret_cast<Lanes>((mask & reinterpret_cast<Mask>(yes)) | (~mask & reinterpret_cast<Mask>(no)));
 }
 
+inline Lanes Splat(float v) { return Lanes{v, v, v, v}; }
+
+// Lanes A, B, C, D of v, in that order.
+template <int A, int B, int C, int D>
+inline Lanes Shuffle(Lanes v) {
+#if defined(__clang__)
+  return __builtin_shufflevector(v, v, A, B, C, D);
+#else
+  return __builtin_shuffle(v, Mask{A, B, C, D});
+#endif
+}
+
+// Lane L in all four lanes.
+template <int L>
+inline Lanes SplatLane(Lanes v) {
+  return Shuffle<L, L, L, L>(v);
+}
+
+// Lanes 1, 2, 0 in lanes 0-2: with a triangle's corners in lanes 0-2,
+// the end of each edge where its start was.
+inline Lanes Rotated(Lanes v) { return Shuffle<1, 2, 0, 3>(v); }
+
+// a where a < b, else b (a NaN in a gives b): MINPS.
+inline Lanes Min(Lanes a, Lanes b) {
+#if defined(__SSE__)
+  return reinterpret_cast<Lanes>(_mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
+#else
+  return Select(a < b, a, b);
+#endif
+}
+
+// The sign bits of the four lanes, lane 0 in bit 0.
+inline int Bits(Mask m) {
+#if defined(__SSE__)
+  return _mm_movemask_ps(reinterpret_cast<__m128>(m));
+#else
+  return (m[0] < 0 ? 1 : 0) | (m[1] < 0 ? 2 : 0) | (m[2] < 0 ? 4 : 0) | (m[3] < 0 ? 8 : 0);
+#endif
+}
+
+// v with NaN in the lanes where `ignore` is set.
+inline Lanes Ignoring(Lanes v, Mask ignore) { return reinterpret_cast<Lanes>(reinterpret_cast<Mask>(v) | ignore); }
+
 // Three coordinates of four points.
 struct Points {
   Lanes x, y, z;
@@ -82,6 +125,12 @@ struct Points {
 inline Lanes Dot(Points const& a, Points const& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 inline Points Minus(Points const& a, Points const& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
 inline Points PlusScaled(Points const& a, Points const& u, Lanes s) { return {a.x + u.x * s, a.y + u.y * s, a.z + u.z * s}; }
+
+template <int L>
+inline Points SplatLane(Points const& p) {
+  return {SplatLane<L>(p.x), SplatLane<L>(p.y), SplatLane<L>(p.z)};
+}
+inline Points Rotated(Points const& p) { return {Rotated(p.x), Rotated(p.y), Rotated(p.z)}; }
 
 // The same point in all four lanes.
 inline Points Broadcast(ZoVector3 const& v) {
@@ -109,14 +158,15 @@ inline Lanes SquareRoot(Lanes v) {
 
 // Unit vectors as ZoVector3::unit makes them (a zero vector stays zero),
 // with their squared lengths.
+// (A zero length divides by 1, which leaves the vector as it is.)
 inline Points Unit(Points const& d, Lanes& lengthSquared) {
   lengthSquared = Dot(d, d);
   Lanes length = SquareRoot(lengthSquared);
-  Mask positive = length > 0.0f;
-  return {Select(positive, d.x / length, d.x), Select(positive, d.y / length, d.y), Select(positive, d.z / length, d.z)};
+  Lanes divisor = Select(length > 0.0f, length, Splat(1.0f));
+  return {d.x / divisor, d.y / divisor, d.z / divisor};
 }
 
-inline bool AnyOfThree(Mask m) { return (m[0] | m[1] | m[2]) != 0; }
+inline bool AnyOfThree(Mask m) { return (Bits(m) & 7) != 0; }
 
 inline Lanes Least(Lanes a, Lanes b, Lanes c) {
   Lanes m = Select(b < a, b, a);
@@ -211,44 +261,262 @@ inline bool PointOntoTriangle(PlacedTriangle const& tri, ZoVector3 const& point,
   return true;
 }
 
-// The corners-against-face step for three points at once: each point's
-// foot along the triangle's normal (turned towards the plane, `side` being
-// the point's plane distance), tried in order; a foot inside the triangle
-// and strictly nearer than `best` updates it, the foot going to `onFace` and
-// the point to `onPoint`. Each lane computes what PointOntoTriangle does.
-void FeetOntoTriangle(PlacedTriangle const& tri, ZoVector3 const points[3], float const side[3], float& best,
-                      ZoVector3& onFace, ZoVector3& onPoint) {
-  Lanes sides = {side[0], side[1], side[2], side[0]};
-  Mask flip = -sides < 0.0f;
-  Points n = Broadcast(tri.normal);
-  Points toward = {Select(flip, -n.x, n.x), Select(flip, -n.y, n.y), Select(flip, -n.z, n.z)};
-  Lanes a = Select(flip, Lanes{} - tri.a, Lanes{} + tri.a);
-  Mask usable = (a <= -1e-6f) | (a >= 1e-6f);
-  Lanes f = 1.0f / a;
-  Points x = Gather(points[0], points[1], points[2]);
-  Points s = Minus(x, Broadcast(tri.corner[0]));
-  Points e1 = Broadcast(tri.e1), e2 = Broadcast(tri.e2);
-  Points sCrossE1 = Cross(s, e1);
-  Lanes t = f * Dot(e2, sCrossE1);
-  Lanes alpha = f * Dot(s, Cross(toward, e2));
-  Lanes beta = f * Dot(toward, sCrossE1);
-  Mask hit = usable & (t < kLargest) & (t > 0.0f) & (alpha >= 0.0f) & (beta >= 0.0f) & (alpha + beta <= 1.0f);
-  Lanes squared = t * t;
-  if (!AnyOfThree(hit & (squared < best))) return;
-  for (int j = 0; j < 3; ++j) {
-    if (hit[j] == 0 || !(squared[j] < best)) continue;
-    best = squared[j];
-    onFace = points[j] + Lane(toward, j) * t[j];
-    onPoint = points[j];
-  }
+// --- Distance between two triangles -------------------------------------------
+//
+// The search runs in stages (corner pairs, corners against edges, edges
+// against edges, corners against faces) and stops after a stage once the
+// best squared distance is below 1e-4. Within a stage the candidates are
+// tried in a fixed order, each replacing the best only when strictly below
+// it, so a tie goes to the earliest. A stage here computes all its
+// candidates in lanes (lanes 0-2 of a few rows, NaN where a lane yields
+// nothing), takes their least value, and when that is below the best finds
+// its earliest holder: the same outcome as trying them one by one. No
+// candidate is ever −0, so the least value is the winner's value, bit for bit.
+
+constexpr float kCloseEnough = 1e-4f;
+
+// The least of lanes 0-2 of the n rows if it is below `best`, else
+// `best`; in all four lanes.
+inline Lanes LeastBelow(Lanes const* rows, int n, float best) {
+  Lanes bestLanes = Splat(best);
+  Lanes least = bestLanes;
+  for (int r = 0; r < n; ++r) least = Min(rows[r], least);
+  least = Min(Ignoring(least, Mask{0, 0, 0, -1}), bestLanes);
+  least = Min(least, Shuffle<1, 0, 3, 2>(least));
+  return Min(least, Shuffle<2, 3, 0, 1>(least));
 }
 
-// An edge: its start and end, unit direction and squared length.
-struct Edge {
-  ZoVector3 start;
-  ZoVector3 end;
-  ZoVector3 unit;
-  float lengthSquared;
+// The lanes (0-2) of a row that hold `least`, lane 0 in bit 0.
+inline int Holding(Lanes row, Lanes least) { return Bits(row == least) & 7; }
+
+// The earliest lane holding `least`, scanning the n rows in order and each
+// row's lanes 0-2 in order: 4 × row + lane, or -1.
+inline int FirstHolding(Lanes const* rows, int n, Lanes least) {
+  for (int r = 0; r < n; ++r)
+    if (int bits = Holding(rows[r], least)) return 4 * r + __builtin_ctz(static_cast<unsigned>(bits));
+  return -1;
+}
+
+// One triangle's face as the corners-against-face stage needs it: the
+// corner P, edges e1 = Q − P and e2 = R − P, the unit normal n, c = n × e2
+// and the triple product e1·c of the ray test along n.
+struct Face {
+  ZoVector3 corner, e1, e2, normal, c;
+  float triple;
+
+  Face(ZoVector3 const corners[3], ZoVector3 const& unitNormal)
+      : corner(corners[0]), e1(corners[1] - corners[0]), e2(corners[2] - corners[0]), normal(unitNormal),
+        c(unitNormal.cross(e2)), triple(e1.dot(c)) {}
+};
+
+// The feet of three points on a face along its normal, turned from each
+// point towards the plane: the squared distance where the foot lies in the
+// triangle (edges included), NaN elsewhere; `t` receives the signed ray
+// parameters. This is the ray test of RayMeetsTriangle in lanes, with
+// direction ±n and triple product ±(e1·c). Turning the normal flips the
+// signs of both the reciprocal and the products that α and β are made of,
+// so α and β are computed along n itself (they differ at most in the sign
+// of a zero, which the tests do not see); t takes the turned reciprocal.
+inline Lanes FeetOnFace(Face const& face, ZoVector3 const points[3], Lanes& t) {
+  if (!(face.triple <= -1e-6f || face.triple >= 1e-6f)) return Ignoring(Lanes{}, Mask{-1, -1, -1, -1});  // parallel
+  float reciprocal = 1.0f / face.triple;
+  Points s = Minus(Gather(points[0], points[1], points[2]), Broadcast(face.corner));
+  Points n = Broadcast(face.normal);
+  Mask flip = Dot(s, n) > 0.0f;  // the point lies on the normal's side: look along −n
+  Lanes f = Select(flip, Splat(-reciprocal), Splat(reciprocal));
+  Points sCrossE1 = Cross(s, Broadcast(face.e1));
+  t = f * Dot(Broadcast(face.e2), sCrossE1);
+  Lanes alpha = reciprocal * Dot(s, Broadcast(face.c));
+  Lanes beta = reciprocal * Dot(n, sCrossE1);
+  Mask hit = (t < kLargest) & (t > 0.0f) & (alpha >= 0.0f) & (beta >= 0.0f) & (alpha + beta <= 1.0f);
+  return Ignoring(t * t, ~hit);
+}
+
+// Corner b[i] of the second triangle against edge J of the first (S = a[J],
+// E = a[J + 1]), for the three corners in the lanes. `toB[j]` holds
+// a[j] − b[i] in lane i, the negated w = X − S, so w·ê ≤ 0 reads
+// back ≥ 0 and (X − E)·ê ≥ 0 reads ≤ 0.
+template <int J>
+inline Lanes CornersOfSecondOnEdge(Points const toB[3], Lanes const dd[3], Points const& unitsA) {
+  Points u = SplatLane<J>(unitsA);
+  Lanes back = Dot(toB[J], u);
+  Lanes endBack = Dot(toB[(J + 1) % 3], u);
+  return Ignoring(dd[J] - back * back, (back >= 0.0f) | (endBack <= 0.0f));
+}
+
+// Edge I of the first triangle against the second's three edges in the
+// lanes: the nearest interior points of the two lines when both lie within
+// their segments (NaN otherwise), with the parameters s1 and s2 out.
+template <int I>
+inline Lanes EdgeAgainstEdges(Points const& startsA, Points const& unitsA, Lanes lengthsA, Lanes edgeDotsA,
+                              Points const& startsB, Points const& unitsB, Lanes lengthsB, Lanes edgeDotsB,
+                              Lanes& s1, Lanes& s2) {
+  Points s1p = SplatLane<I>(startsA), d1 = SplatLane<I>(unitsA);
+  Lanes k = Dot(d1, unitsB);
+  Lanes aa = Dot(d1, startsB), bb = SplatLane<I>(edgeDotsA), cc = edgeDotsB, ee = Dot(unitsB, s1p);
+  Mask nearlyPerpendicular = (k > -1e-6f) & (k < 1e-6f);
+  Lanes denominator = k * k - 1.0f;
+  Lanes general2 = ((cc - ee) - k * (aa - bb)) / denominator;
+  s2 = Select(nearlyPerpendicular, ee - cc, general2);
+  s1 = Select(nearlyPerpendicular, aa - bb, general2 * k + (aa - bb));
+  Mask ok = (nearlyPerpendicular | (denominator != 0.0f)) & (s1 >= 0.0f) & (s1 * s1 <= SplatLane<I>(lengthsA)) &
+            (s2 >= 0.0f) & (s2 * s2 <= lengthsB);
+  Points between = Minus(PlusScaled(s1p, d1, s1), PlusScaled(startsB, unitsB, s2));
+  // A sum of squares is never negative, so "≥ 0" only refuses NaN.
+  return Ignoring(Dot(between, between), ~ok);
+}
+
+// The nearest points of two disjoint triangles a and b (world corners),
+// by the stages described above. `normalA` and `normalB` are the
+// triangles' unnormalised normals in their sets' own frames, which `turnA`
+// and `turnB` carry into the world unless null. Each stage only lowers the
+// best value; the points are found once, at the end, for the last stage
+// that lowered it, from the rows it kept.
+class NearestPoints {
+ public:
+  float best = kLargest;
+  ZoVector3 onA, onB;
+
+  NearestPoints(ZoVector3 const a[3], ZoVector3 const b[3]) : a_(a), b_(b) {}
+
+  void Search(ZoVector3 const& normalA, ZoVector3 const& normalB, ZoRotation3 const* turnA,
+              ZoRotation3 const* turnB) {
+    switch (Stages(normalA, normalB, turnA, turnB)) {
+      case kCornerPairs: {
+        int at = FirstHolding(corners_, 3, Splat(best));
+        onA = a_[at >> 2];
+        onB = b_[at & 3];
+        break;
+      }
+      case kCornersOnEdges: {
+        Lanes least = Splat(best);
+        int at = FirstHolding(onEdge_, 3, least);
+        if (at >= 0) {
+          int i = at >> 2, j = at & 3;
+          ZoVector3 u = Lane(unitsB_, j);
+          onA = a_[i];
+          onB = b_[j] + u * (a_[i] - b_[j]).dot(u);
+        } else {
+          // Corner by corner of the second triangle, edge by edge of the first.
+          int bits[3] = {Holding(onEdge_[3], least), Holding(onEdge_[4], least), Holding(onEdge_[5], least)};
+          for (int i = 0; i < 3 && at < 0; ++i)
+            for (int j = 0; j < 3 && at < 0; ++j)
+              if ((bits[j] >> i) & 1) at = 4 * i + j;
+          int i = at >> 2, j = at & 3;
+          ZoVector3 u = Lane(unitsA_, j);
+          onA = a_[j] + u * (b_[i] - a_[j]).dot(u);
+          onB = b_[i];
+        }
+        break;
+      }
+      case kEdgePairs: {
+        int at = FirstHolding(edgePairs_, 3, Splat(best));
+        int i = at >> 2, j = at & 3;
+        onA = a_[i] + Lane(unitsA_, i) * s1_[i][j];
+        onB = b_[j] + Lane(unitsB_, j) * s2_[i][j];
+        break;
+      }
+      case kCornersOnFaces: {
+        int at = FirstHolding(feet_, 2, Splat(best));
+        int row = at >> 2, j = at & 3;
+        ZoVector3 const* face = row == 0 ? a_ : b_;
+        ZoVector3 const& normal = row == 0 ? faceNormalA_ : faceNormalB_;
+        ZoVector3 const& point = row == 0 ? b_[j] : a_[j];
+        ZoVector3 toward = (point - face[0]).dot(normal) > 0.0f ? -normal : normal;
+        ZoVector3 foot = point + toward * t_[row][j];
+        onA = row == 0 ? foot : point;
+        onB = row == 0 ? point : foot;
+        break;
+      }
+      default:
+        break;
+    }
+  }
+
+ private:
+  enum Stage { kNone, kCornerPairs, kCornersOnEdges, kEdgePairs, kCornersOnFaces };
+
+  // Lowers best to the least of the rows when that is below it, noting the stage.
+  void Lower(Lanes const* rows, int n, Stage stage, Stage& last) {
+    float least = LeastBelow(rows, n, best)[0];
+    last = least < best ? stage : last;
+    best = least;
+  }
+
+  // Runs the stages; returns the last that lowered best.
+  Stage Stages(ZoVector3 const& normalA, ZoVector3 const& normalB, ZoRotation3 const* turnA,
+               ZoRotation3 const* turnB) {
+    ZoVector3 const* a = a_;
+    ZoVector3 const* b = b_;
+    Stage last = kNone;
+    // Corner pairs: row i holds a[i] − b[j] in lane j.
+    Points startsA = Gather(a[0], a[1], a[2]), startsB = Gather(b[0], b[1], b[2]);
+    Points toB[3];
+    for (int i = 0; i < 3; ++i) {
+      toB[i] = Minus(Broadcast(a[i]), startsB);
+      corners_[i] = Dot(toB[i], toB[i]);
+    }
+    Lower(corners_, 3, kCornerPairs, last);
+    if (best < kCloseEnough) return last;
+
+    // Unit edge vectors (edge j from corner j to corner j + 1) and their
+    // squared lengths, the set's own unit normal in lane 3.
+    Points edgesA = Minus(Rotated(startsA), startsA), edgesB = Minus(Rotated(startsB), startsB);
+    edgesA.x[3] = normalA.x, edgesA.y[3] = normalA.y, edgesA.z[3] = normalA.z;
+    edgesB.x[3] = normalB.x, edgesB.y[3] = normalB.y, edgesB.z[3] = normalB.z;
+    Lanes lengthsA, lengthsB;
+    unitsA_ = Unit(edgesA, lengthsA);
+    unitsB_ = Unit(edgesB, lengthsB);
+
+    // Corners against edges: corner X, edge S to E, w = X − S; the foot
+    // S + ê (w·ê) at squared distance |w|² − (w·ê)² when it lies inside the
+    // edge. A foot at an end point equals a corner pair already tried,
+    // which can never be strictly below the best, so such lanes yield
+    // nothing. Rows 0-2: corner a[i] against the second's edges in the
+    // lanes; rows 3-5: edge j of the first against b's corners in the lanes.
+    for (int i = 0; i < 3; ++i) {
+      Lanes along = Dot(toB[i], unitsB_);
+      Lanes endAlong = Dot(Rotated(toB[i]), unitsB_);
+      onEdge_[i] = Ignoring(corners_[i] - along * along, (along <= 0.0f) | (endAlong >= 0.0f));
+    }
+    onEdge_[3] = CornersOfSecondOnEdge<0>(toB, corners_, unitsA_);
+    onEdge_[4] = CornersOfSecondOnEdge<1>(toB, corners_, unitsA_);
+    onEdge_[5] = CornersOfSecondOnEdge<2>(toB, corners_, unitsA_);
+    Lower(onEdge_, 6, kCornersOnEdges, last);
+    if (best < kCloseEnough) return last;
+
+    // Edges against edges, edge i of the first in row i, the second's edges
+    // in the lanes.
+    Lanes edgeDotsA = Dot(unitsA_, startsA), edgeDotsB = Dot(unitsB_, startsB);
+    edgePairs_[0] = EdgeAgainstEdges<0>(startsA, unitsA_, lengthsA, edgeDotsA, startsB, unitsB_, lengthsB,
+                                        edgeDotsB, s1_[0], s2_[0]);
+    edgePairs_[1] = EdgeAgainstEdges<1>(startsA, unitsA_, lengthsA, edgeDotsA, startsB, unitsB_, lengthsB,
+                                        edgeDotsB, s1_[1], s2_[1]);
+    edgePairs_[2] = EdgeAgainstEdges<2>(startsA, unitsA_, lengthsA, edgeDotsA, startsB, unitsB_, lengthsB,
+                                        edgeDotsB, s1_[2], s2_[2]);
+    Lower(edgePairs_, 3, kEdgePairs, last);
+    if (best < kCloseEnough) return last;
+
+    // Corners against faces: b's corners onto the first face, then a's onto
+    // the second, along each face's world unit normal.
+    ZoVector3 unitA = Lane(unitsA_, 3), unitB = Lane(unitsB_, 3);
+    faceNormalA_ = turnA != nullptr ? *turnA * unitA : unitA;
+    faceNormalB_ = turnB != nullptr ? *turnB * unitB : unitB;
+    feet_[0] = FeetOnFace(Face(a, faceNormalA_), b, t_[0]);
+    feet_[1] = FeetOnFace(Face(b, faceNormalB_), a, t_[1]);
+    Lower(feet_, 2, kCornersOnFaces, last);
+    return last;
+  }
+
+  ZoVector3 const* a_;
+  ZoVector3 const* b_;
+  // What each stage keeps for finding its winner.
+  Lanes corners_[3];
+  Points unitsA_, unitsB_;
+  Lanes onEdge_[6];
+  Lanes edgePairs_[3], s1_[3], s2_[3];
+  ZoVector3 faceNormalA_, faceNormalB_;
+  Lanes feet_[2], t_[2];
 };
 
 }  // namespace
@@ -374,145 +642,23 @@ float ZoTriangleSet::FindDistance(int triangle, ZoTransform3 const& placement, Z
   ZoTriangle const& t1 = triangles[triangle];
   ZoTriangle const& t2 = other->triangles[otherTriangle];
   bool identity1 = IsIdentity(placement), identity2 = IsIdentity(otherPlacement);
-  PlacedTriangle A, B;
+  ZoVector3 const* local1[3] = {&vertices[t1.corner[0]], &vertices[t1.corner[1]], &vertices[t1.corner[2]]};
+  ZoVector3 const* local2[3] = {&other->vertices[t2.corner[0]], &other->vertices[t2.corner[1]],
+                                &other->vertices[t2.corner[2]]};
+  ZoVector3 a[3], b[3];
   for (int c = 0; c < 3; ++c) {
-    ZoVector3 const& x = vertices[t1.corner[c]];
-    ZoVector3 const& y = other->vertices[t2.corner[c]];
-    A.corner[c] = identity1 ? x : placement * x;
-    B.corner[c] = identity2 ? y : otherPlacement * y;
+    a[c] = identity1 ? *local1[c] : placement * *local1[c];
+    b[c] = identity2 ? *local2[c] : otherPlacement * *local2[c];
   }
-  ZoVector3 const* a = A.corner;
-  ZoVector3 const* b = B.corner;
   if (TrianglesTouch(a, b)) return -1.0f;
 
-  ZoVector3 outA, outB;
-  float best = kLargest;
-  // Corner pairs, the second triangle's corners in the lanes.
-  Points startsB = Gather(b[0], b[1], b[2]);
-  for (int i = 0; i < 3; ++i) {
-    Points d = Minus(Broadcast(a[i]), startsB);
-    Lanes d2 = Dot(d, d);
-    // Lanes are tried in order; none can update when none is below best.
-    if (!AnyOfThree(d2 < best)) continue;
-    for (int j = 0; j < 3; ++j)
-      if (d2[j] < best) {
-        best = d2[j];
-        outA = a[i];
-        outB = b[j];
-      }
-  }
-
-  if (best >= 1e-4f) {
-    // The six edges' and the two local normals' unit vectors, four at a time.
-    ZoVector3 const& p1 = vertices[t1.corner[0]];
-    ZoVector3 const& p2 = other->vertices[t2.corner[0]];
-    ZoVector3 crossA = (vertices[t1.corner[1]] - p1).cross(vertices[t1.corner[2]] - p1);
-    ZoVector3 crossB = (other->vertices[t2.corner[1]] - p2).cross(other->vertices[t2.corner[2]] - p2);
-    Points firstHalf = {Lanes{a[1].x - a[0].x, a[2].x - a[1].x, a[0].x - a[2].x, b[1].x - b[0].x},
-                        Lanes{a[1].y - a[0].y, a[2].y - a[1].y, a[0].y - a[2].y, b[1].y - b[0].y},
-                        Lanes{a[1].z - a[0].z, a[2].z - a[1].z, a[0].z - a[2].z, b[1].z - b[0].z}};
-    Points secondHalf = {Lanes{b[2].x - b[1].x, b[0].x - b[2].x, crossA.x, crossB.x},
-                         Lanes{b[2].y - b[1].y, b[0].y - b[2].y, crossA.y, crossB.y},
-                         Lanes{b[2].z - b[1].z, b[0].z - b[2].z, crossA.z, crossB.z}};
-    Lanes squares1, squares2;
-    Points units1 = Unit(firstHalf, squares1);
-    Points units2 = Unit(secondHalf, squares2);
-    Edge edgesA[3], edgesB[3];
-    for (int i = 0; i < 3; ++i) edgesA[i] = {a[i], a[(i + 1) % 3], Lane(units1, i), squares1[i]};
-    edgesB[0] = {b[0], b[1], Lane(units1, 3), squares1[3]};
-    edgesB[1] = {b[1], b[2], Lane(units2, 0), squares2[0]};
-    edgesB[2] = {b[2], b[0], Lane(units2, 1), squares2[1]};
-    A.Prepare(Lane(units2, 2), placement, identity1);
-    B.Prepare(Lane(units2, 3), otherPlacement, identity2);
-    // Each triangle's corners measured from the other's plane.
-    float sideA[3], sideB[3];
-    for (int c = 0; c < 3; ++c) {
-      sideA[c] = B.PlaneDistance(a[c]);
-      sideB[c] = A.PlaneDistance(b[c]);
-    }
-
-    // Corners against edges: the first triangle's corners against the
-    // second's edges, then the reverse, corner by corner, the three edges
-    // in the lanes. For corner X and edge S to E: with w = X − S, the end
-    // point S when w·ê ≤ 0, else E when (X − E)·ê ≥ 0, else the foot S + ê (w·ê).
-    Points startsA = Gather(a[0], a[1], a[2]);
-    Points endsA = Gather(a[1], a[2], a[0]), endsB = Gather(b[1], b[2], b[0]);
-    Points unitsA = Gather(edgesA[0].unit, edgesA[1].unit, edgesA[2].unit);
-    Points unitsB = Gather(edgesB[0].unit, edgesB[1].unit, edgesB[2].unit);
-    for (int side = 0; side < 2; ++side) {
-      ZoVector3 const* corners = side == 0 ? a : b;
-      Points const& s = side == 0 ? startsB : startsA;
-      Points const& e = side == 0 ? endsB : endsA;
-      Points const& u = side == 0 ? unitsB : unitsA;
-      for (int i = 0; i < 3; ++i) {
-        Points x = Broadcast(corners[i]);
-        Points w = Minus(x, s);
-        Points fromEnd = Minus(x, e);
-        Lanes along = Dot(w, u);
-        Mask atStart = along <= 0.0f;
-        Mask atEnd = ~atStart & (Dot(fromEnd, u) >= 0.0f);
-        Lanes ww = Dot(w, w);
-        Lanes d2 = Select(atStart, ww, Select(atEnd, Dot(fromEnd, fromEnd), ww - along * along));
-        if (!AnyOfThree(d2 < best)) continue;
-        for (int j = 0; j < 3; ++j) {
-          if (!(d2[j] < best)) continue;
-          best = d2[j];
-          ZoVector3 near = atStart[j] != 0 ? Lane(s, j)
-                                           : (atEnd[j] != 0 ? Lane(e, j) : Lane(s, j) + Lane(u, j) * along[j]);
-          if (side == 0) {
-            outA = corners[i];
-            outB = near;
-          } else {
-            outA = near;
-            outB = corners[i];
-          }
-        }
-      }
-    }
-
-    if (best >= 1e-4f) {
-      // Edges against edges (first edge outer, second inner, in the lanes):
-      // the nearest interior points of the two lines, when both lie within
-      // their segments. Parallel edges yield nothing (their nearest pairs
-      // include an end point, tried above).
-      Lanes lengthsB = {edgesB[0].lengthSquared, edgesB[1].lengthSquared, edgesB[2].lengthSquared,
-                        edgesB[0].lengthSquared};
-      for (int i = 0; i < 3; ++i) {
-        Edge const& ea = edgesA[i];
-        Points s1p = Broadcast(ea.start), d1 = Broadcast(ea.unit);
-        Points const& s2p = startsB;
-        Points const& d2 = unitsB;
-        Lanes k = Dot(d1, d2);
-        Lanes aa = Dot(d1, s2p), bb = Dot(d1, s1p), cc = Dot(d2, s2p), ee = Dot(d2, s1p);
-        Mask nearlyPerpendicular = (k > -1e-6f) & (k < 1e-6f);
-        Lanes denominator = k * k - 1.0f;
-        Lanes general2 = ((cc - ee) - k * (aa - bb)) / denominator;
-        Lanes s2 = Select(nearlyPerpendicular, ee - cc, general2);
-        Lanes s1 = Select(nearlyPerpendicular, aa - bb, general2 * k + (aa - bb));
-        Mask ok = (nearlyPerpendicular | (denominator != 0.0f)) & (s1 >= 0.0f) & (s1 * s1 <= ea.lengthSquared) &
-                  (s2 >= 0.0f) & (s2 * s2 <= lengthsB);
-        Points x = PlusScaled(s1p, d1, s1);
-        Points y = PlusScaled(s2p, d2, s2);
-        Points between = Minus(x, y);
-        Lanes distance = Dot(between, between);
-        if (!AnyOfThree(ok & (distance >= 0.0f) & (distance < best))) continue;
-        for (int j = 0; j < 3; ++j) {
-          if (ok[j] == 0 || !(distance[j] >= 0.0f && distance[j] < best)) continue;
-          best = distance[j];
-          outA = Lane(x, j);
-          outB = Lane(y, j);
-        }
-      }
-
-      if (best >= 1e-4f) {
-        // Corners against faces: the perpendicular foot of each of the
-        // other triangle's corners, the three corners in the lanes.
-        FeetOntoTriangle(A, b, sideB, best, outA, outB);
-        FeetOntoTriangle(B, a, sideA, best, outB, outA);
-      }
-    }
-  }
-  closest = outA;
-  otherClosest = outB;
-  return std::sqrt(best);
+  // The normals from the sets' own corners, turned by the placements.
+  ZoVector3 normal1 = (*local1[1] - *local1[0]).cross(*local1[2] - *local1[0]);
+  ZoVector3 normal2 = (*local2[1] - *local2[0]).cross(*local2[2] - *local2[0]);
+  NearestPoints nearest(a, b);
+  nearest.Search(normal1, normal2, identity1 ? nullptr : &placement.rotation,
+                 identity2 ? nullptr : &otherPlacement.rotation);
+  closest = nearest.onA;
+  otherClosest = nearest.onB;
+  return std::sqrt(nearest.best);
 }
