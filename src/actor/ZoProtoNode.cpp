@@ -98,6 +98,17 @@ ZoProtoNode::~ZoProtoNode() {
   DeleteInfo();
 }
 
+namespace {
+
+// A copy of another node's style record, or none when it has none (or no
+// memory could be had; the writer then writes the defaults).
+template <class T>
+void CopyRecord(std::unique_ptr<T>& mine, std::unique_ptr<T> const& theirs) {
+  if (theirs != nullptr) mine.reset(new (std::nothrow) T(*theirs));
+}
+
+}  // namespace
+
 void ZoProtoNode::CopyContentFrom(ZoProtoNode const& other) {
   name = other.name;
   homeTransform = other.homeTransform;
@@ -114,22 +125,22 @@ void ZoProtoNode::CopyContentFrom(ZoProtoNode const& other) {
   style = other.style;
   switch (style) {
     case Geometry:
-      if (other.geomInfo != nullptr) geomInfo.reset(new (std::nothrow) ZoProtoGeomInfo(*other.geomInfo));
+      CopyRecord(geomInfo, other.geomInfo);
       break;
     case Handle:
-      if (other.handleInfo != nullptr) handleInfo.reset(new (std::nothrow) ZoProtoHandleInfo(*other.handleInfo));
+      CopyRecord(handleInfo, other.handleInfo);
       break;
     case Floor:
-      if (other.floorInfo != nullptr) floorInfo.reset(new (std::nothrow) ZoProtoFloorInfo(*other.floorInfo));
+      CopyRecord(floorInfo, other.floorInfo);
       break;
     case Camera:
-      if (other.cameraInfo != nullptr) cameraInfo.reset(new (std::nothrow) ZoCamera(*other.cameraInfo));
+      CopyRecord(cameraInfo, other.cameraInfo);
       break;
     case Light:
-      if (other.lightInfo != nullptr) lightInfo.reset(new (std::nothrow) ZoLight(*other.lightInfo));
+      CopyRecord(lightInfo, other.lightInfo);
       break;
     case SplineStyle:
-      if (other.splineInfo != nullptr) splineInfo.reset(new (std::nothrow) ZoProtoSplineInfo(*other.splineInfo));
+      CopyRecord(splineInfo, other.splineInfo);
       break;
     default:
       break;
