@@ -90,27 +90,18 @@ void ZoJointKeyframe::ComputeBlends(ZoJointKeyframe const* prev, ZoJointKeyframe
   // name itself as a neighbour.
   ZoJointKeyframe const* p = prev;
   ZoJointKeyframe const* n = next;
-  if (mode == Linear) {
-    ZoTransform3 in, out;
-    LinearControls(p ? &p->actorTransform : nullptr, actorTransform, n ? &n->actorTransform : nullptr, in, out);
-    ZoTransform3 localInNew, localOutNew;
-    LinearControls(p ? &p->localTransform : nullptr, localTransform, n ? &n->localTransform : nullptr, localInNew,
-                   localOutNew);
-    actorIn = in;
-    actorOut = out;
-    localIn = localInNew;
-    localOut = localOutNew;
-  } else if (mode == Smooth) {
-    ZoTransform3 in, out;
-    SmoothControls(p ? &p->actorTransform : nullptr, actorTransform, n ? &n->actorTransform : nullptr, in, out);
-    ZoTransform3 localInNew, localOutNew;
-    SmoothControls(p ? &p->localTransform : nullptr, localTransform, n ? &n->localTransform : nullptr, localInNew,
-                   localOutNew);
-    actorIn = in;
-    actorOut = out;
-    localIn = localInNew;
-    localOut = localOutNew;
-  }
+  void (*controls)(ZoTransform3 const*, ZoTransform3 const&, ZoTransform3 const*, ZoTransform3&, ZoTransform3&) =
+      mode == Linear ? LinearControls : mode == Smooth ? SmoothControls : nullptr;
+  if (controls == nullptr) return;
+  ZoTransform3 in, out;
+  controls(p ? &p->actorTransform : nullptr, actorTransform, n ? &n->actorTransform : nullptr, in, out);
+  ZoTransform3 localInNew, localOutNew;
+  controls(p ? &p->localTransform : nullptr, localTransform, n ? &n->localTransform : nullptr, localInNew,
+           localOutNew);
+  actorIn = in;
+  actorOut = out;
+  localIn = localInNew;
+  localOut = localOutNew;
 }
 
 void ZoJointKeyframe::Scale(ZoVector3 const& s) {
