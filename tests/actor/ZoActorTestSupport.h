@@ -1,24 +1,24 @@
-// Helpers for the actor tests: writing objects to bytes, reading bodies and
-// framed objects back from exactly sized buffers, and a counting engine
-// object for the user-data rules.
+// Helpers for the actor tests: reading bodies back from exactly sized
+// buffers, comparing rotations, and a skeleton with a node of every style.
 #ifndef ZOACTOR_TESTS_ACTOR_ZOACTORTESTSUPPORT_H
 #define ZOACTOR_TESTS_ACTOR_ZOACTORTESTSUPPORT_H
 
+#include <zoactor/actor/ZoJLimit.h>
 #include <zoactor/actor/ZoProtoNode.h>
 #include <zoactor/actor/ZoProtoTraversal.h>
-#include <zoactor/foundation/ZoAi.h>
 #include <zoactor/foundation/ZoRotation3.h>
 #include <zoactor/foundation/ZoTransform3.h>
+#include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoStream.h>
+#include <zoactor/values/ZoProperty.h>
+#include <zoactor/values/ZoTypedValue.h>
 
 #include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
 
 namespace zoactortest {
@@ -29,7 +29,6 @@ using zotest::Bytes;
 using zotest::ExpectNear;
 using zotest::Framed;
 using zotest::Reader;
-using zotest::Written;
 
 // The body of a copy of `node` whose every node has model format 0. Copying
 // a model and reading a node of model format 3 rebuild sphere trees, which
@@ -59,27 +58,6 @@ inline ByteBuilder& AddTransform(ByteBuilder& b, ZoTransform3 const& t) {
       .f32(t.rotation.y).f32(t.rotation.z);
 }
 
-// An engine object that counts its references; it never deletes itself so
-// that tests can inspect it afterwards.
-class CountingAi : public ZoAi {
- public:
-  int GetInterfaceName(char* buffer, int size, int& major, int& minor) override {
-    major = 1;
-    minor = 0;
-    if (size > 0) buffer[0] = '\0';
-    return 0;
-  }
-  int32_t AddRef() override { return ++references; }
-  int32_t Release() override {
-    ++releases;
-    return --references;
-  }
-  ~CountingAi() override = default;
-
-  int32_t references = 1;
-  int32_t releases = 0;
-};
-
 // The rotation by `angle` about `axis`.
 inline ZoRotation3 About(float angle, ZoVector3 const& axis) {
   ZoRotation3 q;
@@ -96,6 +74,71 @@ inline bool SameRotation(ZoRotation3 const& a, ZoRotation3 const& b, float toler
       return true;
   }
   return false;
+}
+
+// A node of `style` with a small cube as its model, a linear limit, a
+// sphere, a property, UV flag 0 and stiffness 0.25.
+inline ZoProtoNode* Populated(char const* name, int style) {
+  auto* node = new ZoProtoNode;
+  node->SetName(name);
+  node->SetStyle(style);
+  node->SetHomeTransform(ZoTransform3(ZoVector3(0.5f, 1, -2), About(0.7f, ZoVector3(0, 1, 0))));
+  node->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(0.3f, 0.3f, 0.3f)));
+  auto* limit = new ZoJLLinear;
+  limit->SetValue(ZoVector3(0, 0, 0), ZoVector3(0, 0, 1));
+  node->SetJointLimit(limit);
+  ZoColSphere sphere;
+  sphere.center = ZoVector3(1, 2, 3);
+  sphere.radius = 0.5f;
+  sphere.word4 = 0xABCDu;
+  node->ColSpheres().AppendCopy(sphere);
+  node->Properties().Add(ZoProperty("mass", new ZoFloatValue(3.5f)));
+  node->SetUVNormalized(0);
+  node->Stiffness() = 0.25f;
+  return node;
+}
+
+// root (a sphere handle) → hips (a square, hinge) → floor, eye (camera
+// marker, box limit) → lamp (light marker, model format 1, Euler limit);
+// root → path (spline, model format 3), odd (style 12, a limit of no kind).
+inline std::unique_ptr<ZoProtoNode> Skeleton() {
+  std::unique_ptr<ZoProtoNode> root(Populated("root", 2));
+  root->HandleInfo()->handleKind = 4;
+  root->CreateColModel();
+  auto* hips = Populated("hips", 1);
+  hips->GeomInfo()->squareKind = 1;
+  hips->GeomInfo()->material.SetOpacityMask("mask");
+  hips->CreateColModel();
+  auto* hinge = new ZoJLHinge;
+  hinge->SetValue(About(-0.5f, ZoVector3(1, 0, 0)), About(1.2f, ZoVector3(1, 0, 0)), 1);
+  hips->SetJointLimit(hinge);
+  auto* floor = Populated("floor", 3);
+  floor->FloorInfo()->floorWord0 = 4;
+  floor->FloorInfo()->floorWord1 = 0x80000001u;
+  auto* camera = Populated("eye", 4);
+  camera->CameraInfo()->angle = 0.9f;
+  camera->CreateColModel();
+  camera->SetJointLimit(new ZoJLTranslate);
+  auto* lamp = Populated("lamp", 5);
+  lamp->LightInfo()->kind = 2;
+  lamp->CreateColModel();
+  lamp->SetModelFormat(1);
+  auto* euler = new ZoJLEuler;
+  euler->SetValue(0, 3.0f, -3.0f);
+  lamp->SetJointLimit(euler);
+  auto* path = Populated("path", 6);
+  path->SplineInfo()->SetLinear(ZoTransform3(), ZoTransform3(ZoVector3(4, 0, 0), About(1.0f, ZoVector3(0, 1, 0))), 1000);
+  path->SplineInfo()->Integrate();
+  path->SetModelFormat(3);
+  auto* odd = Populated("odd", 12);
+  odd->SetJointLimit(new ZoJLimit);
+  root->addChild(hips);
+  hips->addChild(floor);
+  hips->addChild(camera);
+  camera->addChild(lamp);
+  root->addChild(path);
+  root->addChild(odd);
+  return root;
 }
 
 }  // namespace zoactortest

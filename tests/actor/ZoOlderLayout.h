@@ -8,6 +8,7 @@
 #include "ZoActorTestSupport.h"
 
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace zoolderlayout {
@@ -135,6 +136,48 @@ struct OlderNode {
     return b.get();
   }
 };
+
+// An older skeleton: a camera root over a geometry node (format 2, with a
+// collision-tree record and a hinge) holding a handle, and a light of
+// format 3 whose record grows at 44 and 46.
+inline OlderNode OlderSkeleton() {
+  OlderNode hand;
+  hand.name = "hand";
+  hand.style = 2;
+  hand.record = [](ByteBuilder& b, int32_t) { b.i32(1).f32(0.1f).f32(0.3f).u32(0); };
+  OlderNode arm;
+  arm.name = "arm";
+  arm.format = 2;
+  arm.withLimit = true;
+  arm.geometry = [](ByteBuilder& b, int32_t v) {
+    OlderGeometry(b, v, 2, QuadVertices(), QuadTriangles());
+    OlderTree(b);
+  };
+  arm.children = {hand};
+  arm.uvFlag = 0;
+  OlderNode lamp;
+  lamp.name = "lamp";
+  lamp.style = 5;
+  lamp.format = 3;
+  lamp.geometry = [](ByteBuilder& b, int32_t v) { OlderGeometry(b, v, 1, QuadVertices(), {{0, 1, 2, 0}}); };
+  lamp.record = [](ByteBuilder& b, int32_t v) {
+    b.i32(4).f32(0.5f);
+    if (v < 44) {
+      b.i32(0).f32(1).f32(1).f32(1);
+      return;
+    }
+    b.f32(1).f32(1).f32(1).i32(0).i32(0).i32(0).i32(0).i32(0).f32(0.5f);
+    Bytes name = ByteBuilder().chars("glow");
+    name.resize(v >= 46 ? 76 : 64, 0);
+    b.append(name);
+  };
+  OlderNode root;
+  root.name = "root";
+  root.style = 4;
+  root.record = [](ByteBuilder& b, int32_t v) { b.append(Bytes(v >= 47 ? 16 : 8, 0)); };
+  root.children = {arm, lamp};
+  return root;
+}
 
 }  // namespace zoolderlayout
 

@@ -80,12 +80,13 @@ TEST(ZoProtoNodeOlder, GeometryNodesAtEveryThreshold) {
   }
 }
 
-TEST(ZoProtoNodeOlder, FloorRecordsGrowWithTheVersion) {
-  struct Case {
+TEST(ZoProtoNodeOlder, FloorRecordsGrowAndHandleKindsSwapBelow33) {
+  struct FloorCase {
     int32_t version;
     int words;
-  } const cases[] = {{24, 0}, {25, 1}, {29, 1}, {30, 2}, {60, 2}};
-  for (Case const& c : cases) {
+  } const floors[] = {{24, 0}, {25, 1}, {29, 1}, {30, 2}, {60, 2}};
+  for (FloorCase const& c : floors) {
+    SCOPED_TRACE(c.version);
     OlderNode older;
     older.style = 3;
     older.record = [&](ByteBuilder& b, int32_t) {
@@ -93,23 +94,22 @@ TEST(ZoProtoNodeOlder, FloorRecordsGrowWithTheVersion) {
       if (c.words >= 2) b.u32(0xF00Du);
     };
     std::unique_ptr<ZoProtoNode> node = ReadOlder(older.Encode(c.version), c.version);
-    ASSERT_NE(node->FloorInfo(), nullptr) << c.version;
-    EXPECT_EQ(node->FloorInfo()->floorWord0, c.words >= 1 ? 41 : 0) << c.version;
-    EXPECT_EQ(node->FloorInfo()->floorWord1, c.words >= 2 ? 0xF00Du : 0u) << c.version;
+    ASSERT_NE(node->FloorInfo(), nullptr);
+    EXPECT_EQ(node->FloorInfo()->floorWord0, c.words >= 1 ? 41 : 0);
+    EXPECT_EQ(node->FloorInfo()->floorWord1, c.words >= 2 ? 0xF00Du : 0u);
   }
-}
 
-TEST(ZoProtoNodeOlder, HandleKindsOneAndTwoSwapBelow33) {
-  struct Case {
+  struct HandleCase {
     int32_t version, stored, read;
-  } const cases[] = {{32, 1, 2}, {32, 2, 1}, {32, 3, 3}, {32, 4, 4}, {33, 1, 1}, {33, 2, 2}};
-  for (Case const& c : cases) {
+  } const handles[] = {{32, 1, 2}, {32, 2, 1}, {32, 3, 3}, {32, 4, 4}, {33, 1, 1}, {33, 2, 2}};
+  for (HandleCase const& c : handles) {
+    SCOPED_TRACE(testing::Message() << c.version << " " << c.stored);
     OlderNode older;
     older.style = 2;
     older.record = [&](ByteBuilder& b, int32_t) { b.i32(c.stored).f32(0.1f).f32(0.3f).u32(77); };
     std::unique_ptr<ZoProtoNode> node = ReadOlder(older.Encode(c.version), c.version);
     ASSERT_NE(node->HandleInfo(), nullptr);
-    EXPECT_EQ(node->HandleInfo()->handleKind, c.read) << c.version << " " << c.stored;
+    EXPECT_EQ(node->HandleInfo()->handleKind, c.read);
     EXPECT_EQ(node->HandleInfo()->radius, 0.1f);
     EXPECT_EQ(node->HandleInfo()->length, 0.3f);
     EXPECT_EQ(node->HandleInfo()->handleWord3, 77u);
@@ -117,19 +117,26 @@ TEST(ZoProtoNodeOlder, HandleKindsOneAndTwoSwapBelow33) {
   }
 }
 
-TEST(ZoProtoNodeOlder, GeometryRecordsAndModelFormats) {
-  // Format 1 means 3 below version 40; 43 adds 24 trailing bytes.
+TEST(ZoProtoNodeOlder, GeometryRecordsModelFormatsAndTheUVFlip) {
+  // Format 1 means 3 below version 40; 43 adds 24 trailing bytes; from 45
+  // a UV flag of 0 flips the first texture pair.
   struct Case {
     int32_t version, format, expectedFormat;
     bool tree;
-  } const cases[] = {{39, 1, 3, true}, {40, 1, 1, false}, {42, 3, 3, true}, {43, 3, 3, true}, {43, 1, 1, false}};
+    int32_t flag;
+    bool flipped;
+  } const cases[] = {{39, 1, 3, true, 1, false},  {40, 1, 1, false, 1, false}, {42, 3, 3, true, 1, false},
+                     {43, 3, 3, true, 1, false},  {43, 1, 1, false, 1, false}, {44, 3, 3, true, 0, false},
+                     {45, 3, 3, true, 0, true},   {45, 3, 3, true, 1, false},  {99, 3, 3, true, 0, true}};
   for (Case const& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.version << " format " << c.format << " flag " << c.flag);
     OlderNode older;
     older.format = c.format;
     older.geometry = [](ByteBuilder& b, int32_t v) { OlderGeometry(b, v, 2, QuadVertices(), QuadTriangles()); };
+    older.uvFlag = c.flag;
     std::unique_ptr<ZoProtoNode> node = ReadOlder(older.Encode(c.version), c.version);
-    SCOPED_TRACE(c.version);
     EXPECT_EQ(node->GetModelFormat(), c.expectedFormat);
+    EXPECT_EQ(node->IsUVNormalized(), c.version >= 45 ? c.flag : 1);
     ASSERT_NE(node->ColModel(), nullptr);
     EXPECT_EQ(node->ColModel()->GetRoot() != nullptr, c.tree);
     ZoTriangleSet const* set = node->ColModel()->GetTriangleSet();
@@ -141,15 +148,19 @@ TEST(ZoProtoNodeOlder, GeometryRecordsAndModelFormats) {
     EXPECT_EQ(set->GetNumTexturesPerVertex(), 1);
     ASSERT_EQ(set->GetNumMaterials(), 2);
     EXPECT_EQ(set->Material(1).color2.r, 0.2f);
-    // The stored normals are replaced by averaged ones.
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(set->Normal(i), ZoVector3(0, 0, 1)) << i;
+    std::vector<OlderVertex> stored = QuadVertices();
+    for (int i = 0; i < 4; ++i) {
+      EXPECT_EQ(set->Normal(i), ZoVector3(0, 0, 1)) << i;  // replaced by averaged ones
+      OlderVertex const& v = stored[static_cast<size_t>(i)];
+      EXPECT_EQ(set->TextureVertex(i, 0).u, v.u);
+      EXPECT_EQ(set->TextureVertex(i, 0).v, c.flipped ? 1.0f - v.v : v.v);
+    }
     // Each triangle kept its material index.
     for (int t = 0; t < 2; ++t) {
       ZoTriangle const& tri = set->Triangle(t);
       bool second = tri[0] == 0 && tri[1] == 2 && tri[2] == 3;
       EXPECT_EQ(set->MaterialIndex(t), second ? 1 : 0);
     }
-    EXPECT_EQ(set->TextureVertex(0, 0).v, 0.25f);  // flag 1 (or none): not flipped
   }
 }
 
@@ -176,29 +187,6 @@ TEST(ZoProtoNodeOlder, OlderCollisionTreesAreReadAndDropped) {
   };
   std::unique_ptr<ZoProtoNode> node = ReadOlder(older.Encode(41), 41);
   EXPECT_NE(node->ColModel(), nullptr);
-}
-
-TEST(ZoProtoNodeOlder, UVFlagFlipsTheFirstTexturePairFrom45) {
-  struct Case {
-    int32_t version, flag;
-    bool flipped;
-  } const cases[] = {{44, 0, false}, {45, 0, true}, {45, 1, false}, {99, 0, true}};
-  for (Case const& c : cases) {
-    OlderNode older;
-    older.format = 3;
-    older.geometry = [](ByteBuilder& b, int32_t v) { OlderGeometry(b, v, 2, QuadVertices(), QuadTriangles()); };
-    older.uvFlag = c.flag;
-    std::unique_ptr<ZoProtoNode> node = ReadOlder(older.Encode(c.version), c.version);
-    SCOPED_TRACE(c.version);
-    EXPECT_EQ(node->IsUVNormalized(), c.version >= 45 ? c.flag : 1);
-    ZoTriangleSet const* set = node->ColModel()->GetTriangleSet();
-    std::vector<OlderVertex> stored = QuadVertices();
-    for (int i = 0; i < 4; ++i) {
-      EXPECT_EQ(set->TextureVertex(i, 0).u, stored[static_cast<size_t>(i)].u);
-      EXPECT_EQ(set->TextureVertex(i, 0).v, c.flipped ? 1.0f - stored[static_cast<size_t>(i)].v
-                                                       : stored[static_cast<size_t>(i)].v);
-    }
-  }
 }
 
 TEST(ZoProtoNodeOlder, CameraLightAndSplineRecords) {
@@ -262,31 +250,17 @@ TEST(ZoProtoNodeOlder, CameraLightAndSplineRecords) {
 }
 
 TEST(ZoProtoNodeOlder, ChildrenNestInTheSameLayoutAndWriteBackCurrent) {
-  OlderNode leaf;
-  leaf.name = "Hand";
-  leaf.style = 2;
-  leaf.record = [](ByteBuilder& b, int32_t) { b.i32(1).f32(0.1f).f32(0.3f).u32(0); };
-  OlderNode arm;
-  arm.name = "Arm";
-  arm.format = 3;
-  arm.geometry = [](ByteBuilder& b, int32_t v) { OlderGeometry(b, v, 2, QuadVertices(), QuadTriangles()); };
-  arm.record = OlderGeomRecord;
-  arm.children = {leaf};
-  arm.uvFlag = 0;
-  OlderNode root;
-  root.name = "Root";
-  root.style = 3;
-  root.record = [](ByteBuilder& b, int32_t) { b.i32(5).u32(6); };
-  root.children = {arm, leaf};
-
-  for (int32_t version : {32, 45, 99}) {
-    std::unique_ptr<ZoProtoNode> node = ReadOlder(root.Encode(version), version);
+  for (int32_t version : {24, 32, 43, 45, 47, 99}) {
+    SCOPED_TRACE(version);
+    std::unique_ptr<ZoProtoNode> node = ReadOlder(OlderSkeleton().Encode(version), version);
     ZoProtoTraversal all(node.get(), 0);
-    ASSERT_EQ(all.NumNodes(), 4) << version;
-    EXPECT_STREQ(all.Node(1)->Name().c_str(), "Arm");
-    EXPECT_STREQ(all.Node(2)->Name().c_str(), "Hand");
+    ASSERT_EQ(all.NumNodes(), 4);
+    EXPECT_STREQ(all.Node(1)->Name().c_str(), "arm");
+    EXPECT_STREQ(all.Node(2)->Name().c_str(), "hand");
+    EXPECT_STREQ(all.Node(3)->Name().c_str(), "lamp");
     EXPECT_EQ(all.Node(2)->HandleInfo()->handleKind, version < 33 ? 2 : 1);
     EXPECT_EQ(all.Node(1)->IsUVNormalized(), version >= 45 ? 0 : 1);
+    EXPECT_EQ(all.Node(3)->LightInfo()->kind, 3);  // type 4
 
     // The current layout at 106 reads back to the same bytes, and the same
     // at the versions whose layout differs (103, no stiffness).
@@ -294,7 +268,7 @@ TEST(ZoProtoNodeOlder, ChildrenNestInTheSameLayoutAndWriteBackCurrent) {
       Bytes written = Body(*node, current);
       ZoProtoNode again;
       ASSERT_EQ(ReadBody(again, written, current), ZoStreamOk);
-      EXPECT_EQ(Body(again, current), written) << version << " " << current;
+      EXPECT_EQ(Body(again, current), written) << current;
     }
   }
 }

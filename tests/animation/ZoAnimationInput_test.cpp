@@ -10,7 +10,7 @@
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoReadLimits.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -71,16 +71,7 @@ void operator delete(void* p, std::nothrow_t const&) noexcept { std::free(p); }
 
 namespace {
 
-Bytes Framed(ZoStreamObject const& object) {
-  ZoMemoryStream out;
-  out.version = kZoCurrentVersion;
-  out.WriteObject(&object);
-  int32_t length = 0;
-  char* buffer = out.GetBuffer(length);
-  Bytes bytes = zotest::ToBytes(buffer, static_cast<size_t>(length));
-  ::operator delete(buffer);
-  return bytes;
-}
+Bytes Framed(ZoStreamObject const& object) { return zotest::Framed(&object); }
 
 ZoJointKeyframe* JointKey(uint32_t t, float x) {
   auto* kf = new ZoJointKeyframe;

@@ -192,7 +192,7 @@ TEST(ZoDblListProtocol, RandomEditsAgreeWithAModel) {
   EXPECT_EQ(Backward(list), reversed);
 }
 
-TEST(ZoStringListOwnership, AppendFindSortAndDeepCopy) {
+TEST(ZoStringListOwnership, AppendFindSortDeepCopyAndTokenize) {
   ZoStringList names;
   names.AppendString("walk");
   names.AppendString("Run");
@@ -216,12 +216,9 @@ TEST(ZoStringListOwnership, AppendFindSortAndDeepCopy) {
   copy.GetFirst(cursor);
   EXPECT_EQ(*ZoStringList::StringAt(cursor), "walk");
   EXPECT_EQ(copy.GetCount(), 4);
-}
-
-TEST(ZoStringListOwnership, TokenizeSkipsEmptyPieces) {
+  // Tokenize skips empty pieces.
   ZoStringList pieces;
   EXPECT_EQ(pieces.Tokenize(ZoString(",a,,bc ,d,"), ", "), 3);
-  ZoDblListItem* cursor = nullptr;
   std::vector<std::string> got;
   for (void* item = pieces.GetFirst(cursor); item != nullptr; item = pieces.GetNext(cursor))
     got.push_back(static_cast<ZoString*>(item)->c_str());

@@ -1,4 +1,4 @@
-// Helpers for the geometry tests: bodies to bytes and back, random meshes,
+// Helpers for the geometry tests: bodies read back, random meshes,
 // field-by-field comparison of triangle sets, a fake hook manager and a
 // fake user-data object.
 #ifndef ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
@@ -16,7 +16,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <random>
 #include <vector>
@@ -25,17 +24,14 @@ namespace zogeotest {
 
 using zotest::Bytes;
 
-// Reads a body from exactly `bytes` at `version`; returns the status. When
-// `consumed` is given it receives the number of bytes read.
+// Reads a body from exactly `bytes` at `version`; returns the status and,
+// when asked, the number of bytes read.
 inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_t version = kZoCurrentVersion,
                               uint32_t* consumed = nullptr) {
-  Bytes copy = bytes;
-  if (copy.empty()) copy.reserve(1);
-  ZoMemoryStream stream(copy.data(), static_cast<int32_t>(copy.size()));
-  stream.version = version;
-  stream >> object;
-  if (consumed != nullptr) *consumed = stream.GetPosition();
-  return stream.Status();
+  zotest::Reader reader(bytes, version);
+  *reader >> object;
+  if (consumed != nullptr) *consumed = reader.Consumed();
+  return reader->Status();
 }
 
 inline ZoVector3 RandomPoint(std::mt19937& random, float extent) {
@@ -43,17 +39,15 @@ inline ZoVector3 RandomPoint(std::mt19937& random, float extent) {
   return {coordinate(random), coordinate(random), coordinate(random)};
 }
 
-// An indexed set of `triangles` random triangles, each with its own three
-// vertices, scattered through a cube: small triangles of random shape.
+// An indexed set of `triangles` well-shaped random triangles (no corner
+// angle below about 3 degrees), each with its own three vertices and
+// material i mod 2, scattered through a cube.
 inline ZoTriangleSet* RandomSoup(std::mt19937& random, int triangles, float extent = 10.0f, float size = 1.0f) {
   auto* set = new ZoTriangleSet;
   set->Create(ZoTriSetIndexed, ZoTriSetMaterialIndices, triangles, 3 * triangles, 0);
   set->SetNumMaterials(2);
   for (int i = 0; i < triangles; ++i) {
-    ZoVector3 center = RandomPoint(random, extent);
-    // Well-shaped: no corner angle below about 3 degrees, so that no
-    // triangle counts as degenerate.
-    ZoVector3 p, q, r;
+    ZoVector3 center = RandomPoint(random, extent), p, q, r;
     do {
       p = center + RandomPoint(random, size);
       q = center + RandomPoint(random, size);
@@ -69,8 +63,8 @@ inline ZoTriangleSet* RandomSoup(std::mt19937& random, int triangles, float exte
   return set;
 }
 
-// A grid surface of rows × columns quads (two triangles each) on a wavy
-// height field: a connected mesh with shared vertices.
+// A connected grid of rows × columns quads (two triangles each) on a wavy
+// height field.
 inline ZoTriangleSet* RandomGrid(std::mt19937& random, int rows, int columns) {
   auto* set = new ZoTriangleSet;
   set->Create(ZoTriSetIndexed, 0, 2 * rows * columns, (rows + 1) * (columns + 1), 0);
@@ -98,36 +92,27 @@ inline void ExpectSameSet(ZoTriangleSet const& a, ZoTriangleSet const& b) {
   ASSERT_EQ(a.GetNumTriangles(), b.GetNumTriangles());
   ASSERT_EQ(a.GetNumTexturesPerVertex(), b.GetNumTexturesPerVertex());
   ASSERT_EQ(a.GetNumMaterials(), b.GetNumMaterials());
+  int flags = a.GetFlags();
   for (int v = 0; v < a.GetNumVertices(); ++v) {
     EXPECT_EQ(a.Vertex(v), b.Vertex(v)) << "vertex " << v;
-    if (a.GetFlags() & ZoTriSetNormals) { EXPECT_EQ(a.Normal(v), b.Normal(v)) << "normal " << v; }
-    if (a.GetFlags() & ZoTriSetColors) { EXPECT_TRUE(a.Color(v) == b.Color(v)) << "colour " << v; }
-    if (a.GetFlags() & ZoTriSetTextures) {
-      for (int j = 0; j < a.GetNumTexturesPerVertex(); ++j) {
-        EXPECT_EQ(a.TextureVertex(v, j).u, b.TextureVertex(v, j).u);
-        EXPECT_EQ(a.TextureVertex(v, j).v, b.TextureVertex(v, j).v);
-      }
+    EXPECT_TRUE(!(flags & ZoTriSetNormals) || a.Normal(v) == b.Normal(v)) << "normal " << v;
+    EXPECT_TRUE(!(flags & ZoTriSetColors) || a.Color(v) == b.Color(v)) << "colour " << v;
+    for (int j = 0; (flags & ZoTriSetTextures) && j < a.GetNumTexturesPerVertex(); ++j) {
+      EXPECT_EQ(a.TextureVertex(v, j).u, b.TextureVertex(v, j).u);
+      EXPECT_EQ(a.TextureVertex(v, j).v, b.TextureVertex(v, j).v);
     }
   }
-  if (a.GetType() == ZoTriSetIndexed) {
-    for (int i = 0; i < a.GetNumTriangles(); ++i)
-      for (int c = 0; c < 3; ++c) EXPECT_EQ(a.Triangle(i)[c], b.Triangle(i)[c]) << "triangle " << i;
-  }
-  if (a.GetFlags() & ZoTriSetMaterialIndices) {
-    for (int i = 0; i < a.GetNumTriangles(); ++i) EXPECT_EQ(a.MaterialIndex(i), b.MaterialIndex(i));
-  }
+  for (int i = 0; a.GetType() == ZoTriSetIndexed && i < a.GetNumTriangles(); ++i)
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(a.Triangle(i)[c], b.Triangle(i)[c]) << "triangle " << i;
+  for (int i = 0; (flags & ZoTriSetMaterialIndices) && i < a.GetNumTriangles(); ++i)
+    EXPECT_EQ(a.MaterialIndex(i), b.MaterialIndex(i));
   for (int m = 0; m < a.GetNumMaterials(); ++m) EXPECT_EQ(zotest::Body(a.Material(m)), zotest::Body(b.Material(m)));
 }
 
-// A hook manager registered while alive. It records the requests it gets
-// and answers with `answer` (or what `onRequest` returns, when set).
+// A hook manager registered while alive: records the requests it gets and
+// answers with `answer`.
 class FakeHookManager : public ZoAiHookManager {
  public:
-  struct Request {
-    int32_t code;
-    ZoColModel* model;
-  };
-
   FakeHookManager() { ZoInterfaceRegistry::Register(INTERFACE_NAME, this); }
   ~FakeHookManager() override { ZoInterfaceRegistry::Unregister(INTERFACE_NAME); }
   FakeHookManager(FakeHookManager const&) = delete;
@@ -144,12 +129,11 @@ class FakeHookManager : public ZoAiHookManager {
     auto* tree = static_cast<ZoHookSphereTreeRecord*>(record);
     requests.push_back({code, tree->model});
     reservedUntouched = reservedUntouched && tree->reserved[0] == 0 && tree->reserved[3] == 0;
-    return onRequest ? onRequest(code) : answer;
+    return answer;
   }
 
-  std::vector<Request> requests;
+  std::vector<std::pair<int32_t, ZoColModel*>> requests;
   int32_t answer = 0;
-  std::function<int32_t(int32_t)> onRequest;
   bool reservedUntouched = true;
 };
 
@@ -165,8 +149,6 @@ class CountingUserData : public ZoAi {
     ++releases;
     return --references;
   }
-  ~CountingUserData() override = default;
-
   int32_t references = 1;
   int releases = 0;
 };

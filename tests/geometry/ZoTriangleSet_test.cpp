@@ -4,10 +4,10 @@
 
 #include <zoactor/foundation/ZoMath.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
-#include <zoactor/serialization/ZoMemoryStream.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <memory>
 
@@ -15,58 +15,53 @@ using zogeotest::ExpectSameSet;
 using zogeotest::ReadBody;
 using zotest::Body;
 using zotest::ByteBuilder;
+using zotest::ExpectNear;
 
 namespace {
 
-using zotest::ExpectNear;
+// An indexed set of the given vertices (the rest at the origin) and
+// triangles.
+void Build(ZoTriangleSet& set, int flags, int vertices, std::initializer_list<ZoVector3> points,
+           std::initializer_list<std::array<int, 3>> triangles) {
+  set.Create(ZoTriSetIndexed, flags, static_cast<int>(triangles.size()), vertices, 0);
+  int v = 0, i = 0;
+  for (ZoVector3 const& p : points) set.Vertex(v++) = p;
+  for (auto const& t : triangles) set.Triangle(i++).Set(t[0], t[1], t[2]);
+}
 
-// A one-triangle indexed set with the given corners.
 std::unique_ptr<ZoTriangleSet> OneTriangle(ZoVector3 p, ZoVector3 q, ZoVector3 r, int flags = 0) {
   auto set = std::make_unique<ZoTriangleSet>();
-  set->Create(ZoTriSetIndexed, flags, 1, 3, 0);
-  set->Vertex(0) = p;
-  set->Vertex(1) = q;
-  set->Vertex(2) = r;
-  set->Triangle(0).Set(0, 1, 2);
+  Build(*set, flags, 3, {p, q, r}, {{0, 1, 2}});
   return set;
 }
 
 // Fills every array of a set with distinct values.
 void FillDistinct(ZoTriangleSet& set) {
-  for (int v = 0; v < set.GetNumVertices(); ++v) {
+  int nv = set.GetNumVertices(), flags = set.GetFlags();
+  for (int v = 0; v < nv; ++v) {
     float f = static_cast<float>(v);
     set.Vertex(v) = ZoVector3(f, 2 * f + 1, -f);
-    if (set.GetFlags() & ZoTriSetNormals) set.Normal(v) = ZoVector3(0, f, 1);
-    if (set.GetFlags() & ZoTriSetColors) set.Color(v).Set(f, 0.5f, 0.25f, 1);
-    if (set.GetFlags() & ZoTriSetTextures)
-      for (int j = 0; j < set.GetNumTexturesPerVertex(); ++j) set.TextureVertex(v, j).Set(f, static_cast<float>(j));
+    if (flags & ZoTriSetNormals) set.Normal(v) = ZoVector3(0, f, 1);
+    if (flags & ZoTriSetColors) set.Color(v).Set(f, 0.5f, 0.25f, 1);
+    for (int j = 0; (flags & ZoTriSetTextures) && j < set.GetNumTexturesPerVertex(); ++j)
+      set.TextureVertex(v, j).Set(f, static_cast<float>(j));
   }
-  if (set.GetType() == ZoTriSetIndexed)
-    for (int i = 0; i < set.GetNumTriangles(); ++i)
-      set.Triangle(i).Set(i % set.GetNumVertices(), (i + 1) % set.GetNumVertices(), (i + 2) % set.GetNumVertices());
-  if (set.GetFlags() & ZoTriSetMaterialIndices)
-    for (int i = 0; i < set.GetNumTriangles(); ++i)
-      set.MaterialIndex(i) = static_cast<int16_t>(set.GetNumMaterials() > 0 ? i % set.GetNumMaterials() : 0);
+  for (int i = 0; set.GetType() == ZoTriSetIndexed && i < set.GetNumTriangles(); ++i)
+    set.Triangle(i).Set(i % nv, (i + 1) % nv, (i + 2) % nv);
+  for (int i = 0; (flags & ZoTriSetMaterialIndices) && i < set.GetNumTriangles(); ++i)
+    set.MaterialIndex(i) = static_cast<int16_t>(set.GetNumMaterials() > 0 ? i % set.GetNumMaterials() : 0);
 }
 
 }  // namespace
 
-// --- Layouts and identity ---------------------------------------------------------
-
-TEST(ZoTriangleSetLayout, DefaultSetIsUndefinedAndIdsCount) {
-  ZoTriangleSet a;
-  ZoTriangleSet b;
+TEST(ZoTriangleSetLayout, IdsCountAndChange) {
+  ZoTriangleSet a, b;
   EXPECT_EQ(a.GetType(), ZoTriSetUndefined);
-  EXPECT_EQ(a.GetFlags(), 0);
-  EXPECT_EQ(a.GetNumVertices() + a.GetNumTriangles() + a.GetNumMaterials() + a.GetNumTexturesPerVertex(), 0);
-  EXPECT_EQ(a.GetVertices(), nullptr);
-  EXPECT_EQ(a.GetTriangles(), nullptr);
   EXPECT_EQ(b.GetID(), a.GetID() + 1);
   int32_t changed = a.ChangeID();
   EXPECT_EQ(changed, a.GetID());
   EXPECT_GT(changed, b.GetID());
-  ZoTriangleSet copy(a);
-  EXPECT_NE(copy.GetID(), a.GetID());
+  EXPECT_NE(ZoTriangleSet(a).GetID(), a.GetID());
 }
 
 TEST(ZoTriangleSetLayout, CreateFollowsTheType) {
@@ -79,11 +74,10 @@ TEST(ZoTriangleSetLayout, CreateFollowsTheType) {
   EXPECT_EQ(indexed.MaterialIndex(4), 0);
 
   // Fewer than three vertices: no triangle array, and no triangles to walk.
-  ZoTriangleSet tooFew;
-  EXPECT_TRUE(tooFew.Create(ZoTriSetIndexed, 0, 5, 2, 0));
-  EXPECT_EQ(tooFew.GetTriangles(), nullptr);
-  EXPECT_EQ(tooFew.GetNumTriangles(), 0);
-  EXPECT_EQ(tooFew.GetNumVertices(), 2);
+  EXPECT_TRUE(indexed.Create(ZoTriSetIndexed, 0, 5, 2, 0));
+  EXPECT_EQ(indexed.GetTriangles(), nullptr);
+  EXPECT_EQ(indexed.GetNumTriangles(), 0);
+  EXPECT_EQ(indexed.GetNumVertices(), 2);
 
   for (ZoTriangleSetType sequential : {ZoTriSetSequential1, ZoTriSetSequential2}) {
     ZoTriangleSet strip;
@@ -93,7 +87,6 @@ TEST(ZoTriangleSetLayout, CreateFollowsTheType) {
     EXPECT_EQ(strip.GetTriangles(), nullptr);
     strip.MaterialIndex(3) = 1;  // material indices exist for its triangles
   }
-
   ZoTriangleSet line;
   EXPECT_TRUE(line.Create(ZoTriSetPolyline, ZoTriSetTextures, 9, 4, 2));
   EXPECT_EQ(line.GetNumTriangles(), 0);
@@ -101,27 +94,20 @@ TEST(ZoTriangleSetLayout, CreateFollowsTheType) {
   line.TextureVertex(3, 1).Set(1, 2);
 
   // Unknown flag bits are dropped; texture pairs need the texture flag;
-  // negative counts count as zero; unknown types are refused.
+  // negative counts count as zero; unknown types are refused. Create keeps
+  // the materials and the id.
   ZoTriangleSet odd;
+  odd.SetNumMaterials(2);
+  odd.Material(1).scalar = 3.0f;
+  int32_t id = odd.GetID();
   EXPECT_TRUE(odd.Create(ZoTriSetIndexed, 0x70 | ZoTriSetColors, -3, 4, 3));
   EXPECT_EQ(odd.GetFlags(), ZoTriSetColors);
   EXPECT_EQ(odd.GetNumTexturesPerVertex(), 0);
   EXPECT_EQ(odd.GetNumTriangles(), 0);
+  EXPECT_EQ(odd.Material(1).scalar, 3.0f);
+  EXPECT_EQ(odd.GetID(), id);
   EXPECT_FALSE(odd.Create(static_cast<ZoTriangleSetType>(7), 0, 1, 3, 0));
   EXPECT_EQ(odd.GetType(), ZoTriSetUndefined);
-}
-
-TEST(ZoTriangleSetLayout, CreateReplacesArraysButKeepsMaterials) {
-  ZoTriangleSet set;
-  set.SetNumMaterials(2);
-  set.Material(1).scalar = 3.0f;
-  int32_t id = set.GetID();
-  set.Create(ZoTriSetIndexed, ZoTriSetNormals, 2, 4, 0);
-  set.Create(ZoTriSetIndexed, ZoTriSetColors, 1, 3, 0);
-  EXPECT_EQ(set.GetFlags(), ZoTriSetColors);
-  EXPECT_EQ(set.GetNumMaterials(), 2);
-  EXPECT_EQ(set.Material(1).scalar, 3.0f);
-  EXPECT_EQ(set.GetID(), id);
 }
 
 TEST(ZoTriangleSetLayout, DerivedSetSharesVerticesAndTriangles) {
@@ -139,26 +125,25 @@ TEST(ZoTriangleSetLayout, DerivedSetSharesVerticesAndTriangles) {
   derived.Normal(2) = ZoVector3(0, 0, 1);
   derived.MaterialIndex(0) = 0;
 
-  // A copy of a derived set shares the same source and owns copies of the
-  // derived set's own arrays.
+  // A copy shares the same source and owns copies of the derived arrays.
   ZoTriangleSet copy(derived);
   EXPECT_EQ(copy.GetSourceSet(), source.get());
   EXPECT_EQ(copy.GetVertices(), source->GetVertices());
   EXPECT_NE(&copy.Normal(0), &derived.Normal(0));
   EXPECT_EQ(copy.Normal(2), ZoVector3(0, 0, 1));
 
-  // Operations that would rewrite the shared geometry leave a derived set alone.
+  // Operations that would rewrite the shared geometry leave a derived set
+  // alone; its own normals can be averaged.
   derived.ApplyScale(ZoVector3(2, 2, 2));
   derived.ApplyTransform(ZoTransform3(ZoVector3(5, 0, 0), ZoRotation3()));
   derived.RemoveUnusedVertices();
   EXPECT_EQ(source->Vertex(1), ZoVector3(1, 0, 0));
   EXPECT_FALSE(derived.Merge(*source, ZoTransform3()));
-  // Its own normals can be averaged.
   EXPECT_TRUE(derived.AssignAverageNormals());
   ExpectNear(derived.Normal(0), ZoVector3(0, 0, 1));
 
   // Assigning a set derived from the target gives the target arrays of its own.
-  source->operator=(derived);
+  *source = derived;
   EXPECT_EQ(source->GetSourceSet(), nullptr);
   EXPECT_EQ(source->Vertex(1), ZoVector3(1, 0, 0));
   EXPECT_TRUE(source->GetFlags() & ZoTriSetNormals);
@@ -185,13 +170,10 @@ TEST(ZoTriangleSetLayout, CopyAndAssignmentAreDeep) {
   }
 }
 
-// --- Materials --------------------------------------------------------------------
-
 TEST(ZoTriangleSetMaterials, FlagsAndIndicesAgreeAfterSetNumMaterials) {
   ZoTriangleSet set;
   set.Create(ZoTriSetIndexed, ZoTriSetMaterialIndices, 2, 3, 0);
   EXPECT_TRUE(set.SetNumMaterials(3));
-  EXPECT_EQ(set.GetNumMaterials(), 3);
   EXPECT_EQ(set.Material(2).flags, 4);  // default materials
   set.Material(2).scalar = 7.0f;
   EXPECT_TRUE(set.SetNumMaterials(3));  // same count: kept
@@ -199,16 +181,12 @@ TEST(ZoTriangleSetMaterials, FlagsAndIndicesAgreeAfterSetNumMaterials) {
   EXPECT_TRUE(set.SetNumMaterials(0));
   EXPECT_EQ(set.GetNumMaterials(), 0);
   EXPECT_FALSE(set.HasMaterialIndices());
-  // The set still writes a body that reads back.
-  ZoTriangleSet back;
+  ZoTriangleSet back;  // still a body that reads back
   EXPECT_EQ(ReadBody(back, Body(set)), ZoStreamOk);
   ExpectSameSet(set, back);
-  // Materials without indices: the flags do not grow indices.
-  EXPECT_TRUE(set.SetNumMaterials(1));
+  EXPECT_TRUE(set.SetNumMaterials(1));  // materials without indices do not grow them
   EXPECT_FALSE(set.HasMaterialIndices());
 }
-
-// --- Normals and clean-up ---------------------------------------------------------
 
 TEST(ZoTriangleSetEditing, FindTriangleNormal) {
   auto set = OneTriangle({0, 0, 0}, {2, 0, 0}, {0, 3, 0});
@@ -221,22 +199,19 @@ TEST(ZoTriangleSetEditing, FindTriangleNormal) {
 
 TEST(ZoTriangleSetEditing, RemoveDegenerateTriangles) {
   ZoTriangleSet set;
-  set.Create(ZoTriSetIndexed, ZoTriSetMaterialIndices, 6, 8, 0);
+  Build(set, ZoTriSetMaterialIndices, 8,
+        {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0.5f, 0, 0}, {1, 0.01f, 0}, {0, 0, 1}},
+        {{0, 1, 3},    // good
+         {1, 4, 3},    // two coincident corners
+         {0, 1, 2},    // on one line, onwards
+         {0, 2, 5},    // on one line, turning back
+         {0, 2, 6},    // thin but not flat: cosine below 0.99999
+         {0, 3, 7}});  // good
   set.SetNumMaterials(6);
-  ZoVector3 const points[8] = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {0, 1, 0},
-                               {1, 0, 0}, {0.5f, 0, 0}, {1, 0.01f, 0}, {0, 0, 1}};
-  for (int v = 0; v < 8; ++v) set.Vertex(v) = points[v];
-  set.Triangle(0).Set(0, 1, 3);  // good
-  set.Triangle(1).Set(1, 4, 3);  // two coincident corners
-  set.Triangle(2).Set(0, 1, 2);  // on one line, onwards
-  set.Triangle(3).Set(0, 2, 5);  // on one line, turning back
-  set.Triangle(4).Set(0, 2, 6);  // thin but not flat: cosine below 0.99999
-  set.Triangle(5).Set(0, 3, 7);  // good
   for (int i = 0; i < 6; ++i) set.MaterialIndex(i) = static_cast<int16_t>(i);
   set.RemoveDegenerateTriangles();
   ASSERT_EQ(set.GetNumTriangles(), 3);
-  // The survivors, with their material indices, in the order the
-  // replacement by the last triangle leaves them.
+  // The survivors in the order the replacement by the last triangle leaves them.
   EXPECT_EQ(set.MaterialIndex(0), 0);
   EXPECT_EQ(set.MaterialIndex(1), 5);
   EXPECT_EQ(set.MaterialIndex(2), 4);
@@ -244,15 +219,11 @@ TEST(ZoTriangleSetEditing, RemoveDegenerateTriangles) {
   EXPECT_EQ(set.Triangle(2)[2], 6);
 
   ZoTriangleSet flat;
-  flat.Create(ZoTriSetIndexed, 0, 3, 3, 0);
-  flat.Vertex(1) = ZoVector3(1, 1, 1);
-  flat.Vertex(2) = ZoVector3(2, 2, 2);
-  for (int i = 0; i < 3; ++i) flat.Triangle(i).Set(0, 1, 2);
+  Build(flat, 0, 3, {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}}, {{0, 1, 2}, {0, 1, 2}, {0, 1, 2}});
   flat.RemoveDegenerateTriangles();
   EXPECT_EQ(flat.GetNumTriangles(), 0);
 
-  // Only indexed sets are cleaned.
-  ZoTriangleSet strip;
+  ZoTriangleSet strip;  // only indexed sets are cleaned
   strip.Create(ZoTriSetSequential1, 0, 3, 5, 0);
   strip.RemoveDegenerateTriangles();
   EXPECT_EQ(strip.GetNumTriangles(), 3);
@@ -276,7 +247,6 @@ TEST(ZoTriangleSetEditing, RemoveUnusedVerticesKeepsOrderAndAttributes) {
   EXPECT_EQ(set.Triangle(0)[0], 2);
   EXPECT_EQ(set.Triangle(0)[1], 0);
   EXPECT_EQ(set.Triangle(0)[2], 1);
-
   // A corner outside the vertices (a set built by hand) leaves it alone.
   set.Triangle(0).Set(0, 1, 9);
   set.RemoveUnusedVertices();
@@ -286,13 +256,7 @@ TEST(ZoTriangleSetEditing, RemoveUnusedVerticesKeepsOrderAndAttributes) {
 TEST(ZoTriangleSetEditing, AssignAverageNormals) {
   // A flat square: every vertex gets the face normal; an unused vertex gets zero.
   ZoTriangleSet square;
-  square.Create(ZoTriSetIndexed, 0, 2, 5, 0);
-  square.Vertex(1) = ZoVector3(1, 0, 0);
-  square.Vertex(2) = ZoVector3(1, 1, 0);
-  square.Vertex(3) = ZoVector3(0, 1, 0);
-  square.Vertex(4) = ZoVector3(9, 9, 9);
-  square.Triangle(0).Set(0, 1, 2);
-  square.Triangle(1).Set(0, 2, 3);
+  Build(square, 0, 5, {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {9, 9, 9}}, {{0, 1, 2}, {0, 2, 3}});
   ASSERT_TRUE(square.AssignAverageNormals());
   EXPECT_TRUE(square.GetFlags() & ZoTriSetNormals);
   for (int v = 0; v < 4; ++v) ExpectNear(square.Normal(v), ZoVector3(0, 0, 1));
@@ -301,25 +265,14 @@ TEST(ZoTriangleSetEditing, AssignAverageNormals) {
   // A corner of three perpendicular faces, one of which uses it twice:
   // each use counts, so the +z face weighs double.
   ZoTriangleSet corner;
-  corner.Create(ZoTriSetIndexed, 0, 4, 5, 0);
-  corner.Vertex(1) = ZoVector3(1, 0, 0);
-  corner.Vertex(2) = ZoVector3(0, 1, 0);
-  corner.Vertex(3) = ZoVector3(0, 0, 1);
-  corner.Vertex(4) = ZoVector3(1, 1, 0);
-  corner.Triangle(0).Set(0, 1, 4);  // +z
-  corner.Triangle(1).Set(0, 4, 2);  // +z
-  corner.Triangle(2).Set(0, 3, 1);  // +y
-  corner.Triangle(3).Set(0, 2, 3);  // +x
+  Build(corner, 0, 5, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 0}},
+        {{0, 1, 4}, {0, 4, 2}, {0, 3, 1}, {0, 2, 3}});
   ASSERT_TRUE(corner.AssignAverageNormals());
   ExpectNear(corner.Normal(0), ZoVector3(1, 1, 2).unit());
 
   // Two faces whose normals cancel leave the zero vector.
   ZoTriangleSet folded;
-  folded.Create(ZoTriSetIndexed, 0, 2, 3, 0);
-  folded.Vertex(1) = ZoVector3(1, 0, 0);
-  folded.Vertex(2) = ZoVector3(0, 1, 0);
-  folded.Triangle(0).Set(0, 1, 2);
-  folded.Triangle(1).Set(0, 2, 1);
+  Build(folded, 0, 3, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 2, 1}});
   ASSERT_TRUE(folded.AssignAverageNormals());
   EXPECT_EQ(folded.Normal(0), ZoVector3());
   EXPECT_FALSE(std::isnan(folded.Normal(1).x));
@@ -338,8 +291,6 @@ TEST(ZoTriangleSetEditing, TransformMovesPointsAndRotatesNormals) {
   ExpectNear(set->Vertex(0), ZoVector3(0, 3, -5));
   ExpectNear(set->Normal(0), ZoVector3(0, 1, 0));  // normals untouched
 }
-
-// --- Merge ------------------------------------------------------------------------
 
 TEST(ZoTriangleSetMerge, AppendsPlacedTriangles) {
   auto a = OneTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, ZoTriSetNormals | ZoTriSetMaterialIndices);
@@ -363,16 +314,24 @@ TEST(ZoTriangleSetMerge, AppendsPlacedTriangles) {
   ExpectNear(a->Normal(4), ZoVector3(0, -1, 0));  // rotated, not translated
   EXPECT_EQ(a->MaterialIndex(1), 2);               // shifted by the old count
   EXPECT_EQ(a->Material(2).scalar, 42.0f);
+
+  // Other layouts are refused; a set merges with itself.
+  ZoTriangleSet line;
+  line.Create(ZoTriSetPolyline, 0, 0, 2, 0);
+  EXPECT_FALSE(a->Merge(line, ZoTransform3()));
+  EXPECT_FALSE(line.Merge(*a, ZoTransform3()));
+  ASSERT_TRUE(a->Merge(*a, ZoTransform3(ZoVector3(0, 0, 1), ZoRotation3())));
+  EXPECT_EQ(a->GetNumTriangles(), 4);
+  EXPECT_EQ(a->Vertex(7), ZoVector3(1, 0, 1));
 }
 
 TEST(ZoTriangleSetMerge, FillsArraysTheOtherSetLacks) {
-  ZoTriangleSet a;
+  ZoTriangleSet a, oneLayer;
   a.Create(ZoTriSetIndexed, ZoTriSetAllFlags, 1, 3, 2);
   a.SetNumMaterials(1);
   FillDistinct(a);
   auto plain = OneTriangle({0, 0, 0}, {0, 1, 0}, {0, 0, 1});
   plain->SetNumMaterials(1);
-  ZoTriangleSet oneLayer;
   oneLayer.Create(ZoTriSetIndexed, ZoTriSetTextures, 1, 3, 1);
   FillDistinct(oneLayer);
   oneLayer.TextureVertex(2, 0).Set(0.25f, 0.75f);
@@ -389,72 +348,50 @@ TEST(ZoTriangleSetMerge, FillsArraysTheOtherSetLacks) {
   EXPECT_EQ(a.TextureVertex(8, 1).u, 0.0f);
   EXPECT_EQ(a.MaterialIndex(1), 1);
   EXPECT_EQ(a.MaterialIndex(2), 0);  // the other had no materials
-  // The merged set is consistent: it writes a body that reads back.
-  ZoTriangleSet back;
+  ZoTriangleSet back;                // consistent: it reads back
   EXPECT_EQ(ReadBody(back, Body(a)), ZoStreamOk);
   ExpectSameSet(a, back);
 }
-
-TEST(ZoTriangleSetMerge, RefusesOtherLayoutsAndMergesItself) {
-  auto a = OneTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-  ZoTriangleSet line;
-  line.Create(ZoTriSetPolyline, 0, 0, 2, 0);
-  EXPECT_FALSE(a->Merge(line, ZoTransform3()));
-  EXPECT_FALSE(line.Merge(*a, ZoTransform3()));
-  EXPECT_EQ(a->GetNumVertices(), 3);
-  ASSERT_TRUE(a->Merge(*a, ZoTransform3(ZoVector3(0, 0, 1), ZoRotation3())));
-  EXPECT_EQ(a->GetNumTriangles(), 2);
-  EXPECT_EQ(a->Vertex(4), ZoVector3(1, 0, 1));
-}
-
-// --- Stream body --------------------------------------------------------------------
 
 TEST(ZoTriangleSetStream, BodyByteForByte) {
   ZoTriangleSet set;
   set.Create(ZoTriSetIndexed, ZoTriSetAllFlags, 1, 3, 1);
   set.SetNumMaterials(1);
+  ByteBuilder expected, vertices, normals, colors, textures;
+  expected.i32(0).i32(15).i32(3).i32(1).i32(1).i32(1);
   for (int v = 0; v < 3; ++v) {
     float f = static_cast<float>(v);
     set.Vertex(v) = ZoVector3(f, f + 0.5f, -f);
     set.Normal(v) = ZoVector3(0, 0, 1);
     set.Color(v).Set(0.25f, f, 1, 0.5f);
     set.TextureVertex(v, 0).Set(f, 1 - f);
+    vertices.f32(f).f32(f + 0.5f).f32(-f);
+    normals.f32(0).f32(0).f32(1);
+    colors.f32(0.25f).f32(f).f32(1).f32(0.5f);
+    textures.f32(f).f32(1 - f);
   }
   set.Triangle(0).Set(2, 0, 1);
-  set.MaterialIndex(0) = 0;
-
-  ByteBuilder expected;
-  expected.i32(0).i32(15).i32(3).i32(1).i32(1).i32(1);
-  for (int v = 0; v < 3; ++v) expected.f32(float(v)).f32(float(v) + 0.5f).f32(-float(v));
-  for (int v = 0; v < 3; ++v) expected.f32(0).f32(0).f32(1);
-  for (int v = 0; v < 3; ++v) expected.f32(0.25f).f32(float(v)).f32(1).f32(0.5f);
-  for (int v = 0; v < 3; ++v) expected.f32(float(v)).f32(1 - float(v));
-  expected.i32(2).i32(0).i32(1);
-  expected.i16(0);
+  expected.append(vertices).append(normals).append(colors).append(textures).i32(2).i32(0).i32(1).i16(0);
   // The default material: flags 4, four colours, scalar 10, no textures, no properties.
   expected.i32(4).f32(0.5f).f32(0.5f).f32(0.5f).f32(1).f32(0.5f).f32(0.5f).f32(0.5f).f32(1);
   expected.f32(0).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0).f32(1).f32(10).i32(0).i32(0);
   EXPECT_EQ(Body(set), expected.get()) << zotest::Hex(Body(set));
-
   ZoTriangleSet back;
   uint32_t consumed = 0;
   ASSERT_EQ(ReadBody(back, expected, kZoCurrentVersion, &consumed), ZoStreamOk);
   EXPECT_EQ(consumed, expected.get().size());
   ExpectSameSet(set, back);
 
-  // A polyline writes no triangle block; a default set writes six zeros and
-  // its type.
-  ZoTriangleSet line;
+  // A polyline writes no triangle block; a default set writes its type and
+  // five zeros; a strip writes its material indices but no triangles.
+  ZoTriangleSet line, strip;
   line.Create(ZoTriSetPolyline, 0, 0, 1, 0);
   line.Vertex(0) = ZoVector3(1, 2, 3);
   EXPECT_EQ(Body(line), ByteBuilder().i32(3).i32(0).i32(1).i32(0).i32(0).i32(0).f32(1).f32(2).f32(3).get());
   EXPECT_EQ(Body(ZoTriangleSet()), ByteBuilder().i32(4).i32(0).i32(0).i32(0).i32(0).i32(0).get());
-  // A strip writes its material indices but no triangles.
-  ZoTriangleSet strip;
   strip.Create(ZoTriSetSequential2, ZoTriSetMaterialIndices, 1, 3, 0);
   strip.SetNumMaterials(1);
-  zotest::Bytes stripBytes = Body(strip);
-  EXPECT_EQ(stripBytes.size(), 24u + 36u + 2u + 80u);
+  EXPECT_EQ(Body(strip).size(), 24u + 36u + 2u + 80u);
 }
 
 TEST(ZoTriangleSetStream, EveryLayoutAndFlagCombinationReadsBack) {
@@ -473,17 +410,12 @@ TEST(ZoTriangleSetStream, EveryLayoutAndFlagCombinationReadsBack) {
 }
 
 TEST(ZoTriangleSetStream, RegisteredAndFramedUnderItsCode) {
-  ZoMemoryStream stream;
-  stream.version = kZoCurrentVersion;
   auto set = OneTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-  stream.WriteObject(set.get());
-  int32_t length = 0;
-  std::unique_ptr<char, void (*)(void*)> bytes(stream.GetBuffer(length), ::operator delete);
-  ASSERT_GE(length, 4);
-  EXPECT_EQ(zotest::Bytes(bytes.get(), bytes.get() + 4), ByteBuilder().chars("2SrT").get());
-  ZoMemoryStream reader(bytes.get(), length);
-  reader.version = kZoCurrentVersion;
-  std::unique_ptr<ZoTriangleSet> back(reader.ReadObjectAs<ZoTriangleSet>());
+  zotest::Bytes bytes = zotest::Framed(set.get());
+  ASSERT_GE(bytes.size(), 4u);
+  EXPECT_EQ(zotest::Bytes(bytes.begin(), bytes.begin() + 4), ByteBuilder().chars("2SrT").get());
+  zotest::Reader reader(bytes);
+  std::unique_ptr<ZoTriangleSet> back(reader->ReadObjectAs<ZoTriangleSet>());
   ASSERT_NE(back, nullptr);
   ExpectSameSet(*set, *back);
 }

@@ -22,19 +22,13 @@ using namespace zovaluestest;
 
 namespace {
 
-ByteBuilder SizedFrame(int32_t code, int32_t size) {
-  ByteBuilder frame;
-  frame.i32(-1).i32(code).i32(size);
-  return frame;
-}
-
-Bytes FramedInt(int32_t value) { return SizedFrame(0x56496E74, 4).i32(value); }
+using Strings = std::vector<std::string>;
 
 // The names of a container, in its order.
-std::vector<std::string> Names(ZoPropertySet const& set, int sort = 0) {
+Strings Names(ZoPropertySet const& set, int sort = 0) {
   ZoStringList names;
   set.GetPropertyNames(names, sort);
-  std::vector<std::string> result;
+  Strings result;
   ZoDblListItem* cursor = nullptr;
   for (void* item = names.GetFirst(cursor); item != nullptr; item = names.GetNext(cursor))
     result.emplace_back(static_cast<ZoString*>(item)->c_str());
@@ -43,19 +37,16 @@ std::vector<std::string> Names(ZoPropertySet const& set, int sort = 0) {
 
 ZoProperty* IntProperty(char const* name, int value) { return new ZoProperty(name, new ZoIntValue(value)); }
 
-// Records what Iterate hands over.
+// Records what Iterate hands over: "key/name/third" per property.
 class Recorder : public ZoCallBack {
  public:
   using ZoCallBack::CallBack;
   int CallBack(void* key, void* property, void* third) override {
-    keys.push_back(key == nullptr ? std::string("(null)") : std::string(static_cast<ZoString*>(key)->c_str()));
-    names.emplace_back(static_cast<ZoProperty*>(property)->Name().c_str());
-    thirds.push_back(third);
+    seen.push_back((key == nullptr ? std::string("(null)") : static_cast<ZoString*>(key)->c_str()) + "/" +
+                   static_cast<ZoProperty*>(property)->Name().c_str() + (third == nullptr ? "/(null)" : "/?"));
     return 0;
   }
-  std::vector<std::string> keys;
-  std::vector<std::string> names;
-  std::vector<void*> thirds;
+  Strings seen;
 };
 
 }  // namespace
@@ -64,18 +55,9 @@ class Recorder : public ZoCallBack {
 
 TEST(ZoPropertyStream, NamedIntIsCodeNameAndFramedValue) {
   ZoProperty property("a", new ZoIntValue(7));
-  Bytes expected{0x70, 0x6F, 0x72, 0x50, 0x01, 0x00, 0x00, 0x00, 0x61, 0xFF, 0xFF, 0xFF, 0xFF, 0x74,
-                 0x6E, 0x49, 0x56, 0x04, 0x00, 0x00, 0x00, 0x07, 0x00, 0x00, 0x00};
+  Bytes const expected{0x70, 0x6F, 0x72, 0x50, 0x01, 0x00, 0x00, 0x00, 0x61, 0xFF, 0xFF, 0xFF, 0xFF, 0x74,
+                       0x6E, 0x49, 0x56, 0x04, 0x00, 0x00, 0x00, 0x07, 0x00, 0x00, 0x00};
   EXPECT_EQ(Hex(Framed(&property)), Hex(expected));
-
-  ZoStreamError status;
-  ObjectPtr back = ReadFramed(expected, status);
-  ASSERT_EQ(status, ZoStreamOk);
-  auto* read = dynamic_cast<ZoProperty*>(back.get());
-  ASSERT_NE(read, nullptr);
-  EXPECT_EQ(read->Name(), ZoString("a"));
-  EXPECT_EQ(static_cast<int>(*read), 7);
-
   ZoProperty empty("none", nullptr);
   EXPECT_EQ(Hex(Body(empty)), Hex(ByteBuilder().str("none").i32(-2)));
 }
@@ -83,7 +65,6 @@ TEST(ZoPropertyStream, NamedIntIsCodeNameAndFramedValue) {
 TEST(ZoPropertyStream, FromVersion100AnUnknownValueIsKeptAndWrittenBackUnchanged) {
   Bytes unknownValue = SizedFrame(0x51525354, 3).u8(7).u8(8).u8(9);
   Bytes body = ByteBuilder().str("odd").append(unknownValue).i32(0x5E5E5E5E);
-
   Reader current(body, 100);
   ZoProperty property;
   *current >> property;
@@ -93,7 +74,6 @@ TEST(ZoPropertyStream, FromVersion100AnUnknownValueIsKeptAndWrittenBackUnchanged
   int32_t next = 0;
   *current >> next;
   EXPECT_EQ(next, 0x5E5E5E5E);
-
   // At 99 the value is skipped instead; the stream stays aligned.
   Reader older(body, 99);
   *older >> property;
@@ -107,7 +87,6 @@ TEST(ZoPropertyStream, FromVersion100AnUnknownValueIsKeptAndWrittenBackUnchanged
 TEST(ZoPropertyStream, Version42ReadsFramedValuesAnd41TheKindLayout) {
   Bytes framedLayout = ByteBuilder().str("n").append(FramedInt(9));
   Bytes kindLayout = ByteBuilder().i32(2).str("n").i32(9);
-
   for (auto const& [layout, version] : {std::pair{framedLayout, 42}, std::pair{kindLayout, 41}}) {
     Reader reader(layout, version);
     ZoProperty property;
@@ -118,21 +97,12 @@ TEST(ZoPropertyStream, Version42ReadsFramedValuesAnd41TheKindLayout) {
     ASSERT_NE(dynamic_cast<ZoIntValue const*>(property.Value()), nullptr) << version;
     EXPECT_EQ(static_cast<int>(property), 9);
   }
-  // Each layout read under the other rule does not give the value.
-  for (auto const& [layout, version] : {std::pair{framedLayout, 41}, std::pair{kindLayout, 42}}) {
-    Reader reader(layout, version);
-    ZoProperty property;
-    *reader >> property;
-    bool sameValue = reader->Status() == ZoStreamOk && property.Name() == ZoString("n") &&
-                     dynamic_cast<ZoIntValue const*>(property.Value()) != nullptr && static_cast<int>(property) == 9;
-    EXPECT_FALSE(sameValue) << version;
-  }
 }
 
+// Each kind reads to the sentinel behind it, and every shorter prefix fails.
 TEST(ZoPropertyStream, EveryKindOfTheOldestLayout) {
   ZoListValue list;
   list.Append(new ZoIntValue(3));
-  ZoTransform3 rigid(ZoVector3(1, 2, 3), ZoRotation3(0, 1, 0, 0));
   struct Case {
     int32_t kind;
     Bytes value;
@@ -141,7 +111,7 @@ TEST(ZoPropertyStream, EveryKindOfTheOldestLayout) {
   std::vector<Case> cases = {
       {0, ByteBuilder().str("s"), SizedFrame(0x56537472, 5).str("s")},
       {1, ByteBuilder().f32(1.5f), SizedFrame(0x56466C6F, 4).f32(1.5f)},
-      {2, ByteBuilder().i32(-4), SizedFrame(0x56496E74, 4).i32(-4)},
+      {2, ByteBuilder().i32(-4), FramedInt(-4)},
       {3, ByteBuilder().i32(1).i32(2), {}},
       {4, ByteBuilder().f32(1).f32(2).f32(3), SizedFrame(0x56566533, 12).f32(1).f32(2).f32(3)},
       {5, ByteBuilder().f32(4).f32(5).f32(6), SizedFrame(0x56547232, 12).f32(4).f32(5).f32(6)},
@@ -153,27 +123,33 @@ TEST(ZoPropertyStream, EveryKindOfTheOldestLayout) {
       {-1, {}, {}},
   };
   for (Case const& c : cases) {
+    SCOPED_TRACE(c.kind);
     Bytes body = ByteBuilder().i32(c.kind).str("k").append(c.value).i32(0x7E7E7E7E);
     Reader reader(body, 41);
     ZoProperty property("before", new ZoIntValue(1));
     *reader >> property;
-    ASSERT_EQ(reader->Status(), ZoStreamOk) << c.kind;
+    ASSERT_EQ(reader->Status(), ZoStreamOk);
     EXPECT_EQ(property.Name(), ZoString("k"));
     int32_t sentinel = 0;
     *reader >> sentinel;
-    EXPECT_EQ(sentinel, 0x7E7E7E7E) << "kind " << c.kind << " consumed the wrong number of bytes";
+    EXPECT_EQ(sentinel, 0x7E7E7E7E) << "consumed the wrong number of bytes";
     if (c.expectedFramed.empty()) {
-      EXPECT_EQ(property.Value(), nullptr) << c.kind;
+      EXPECT_EQ(property.Value(), nullptr);
     } else {
-      ASSERT_NE(property.Value(), nullptr) << c.kind;
-      EXPECT_EQ(Hex(Framed(property.Value())), Hex(c.expectedFramed)) << c.kind;
+      ASSERT_NE(property.Value(), nullptr);
+      EXPECT_EQ(Hex(Framed(property.Value())), Hex(c.expectedFramed));
+    }
+    for (size_t length = 0; length + 4 < body.size(); ++length) {
+      Reader prefix(Bytes(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length)), 41);
+      ZoProperty fresh;
+      *prefix >> fresh;
+      ASSERT_NE(prefix->Status(), ZoStreamOk) << "cut at " << length;
     }
   }
 }
 
 TEST(ZoPropertyStream, AValueOfAnotherClassFailsTheRead) {
-  Bytes nested = ByteBuilder().str("p").u32(0x50726F70).str("inner").i32(-2);
-  Reader reader(nested, kZoCurrentVersion);
+  Reader reader(ByteBuilder().str("p").u32(0x50726F70).str("inner").i32(-2));
   ZoProperty property;
   *reader >> property;
   EXPECT_EQ(reader->Status(), ZoStreamFormatError);
@@ -188,7 +164,6 @@ TEST(ZoPropertyValue, OwnershipOfTheValue) {
     EXPECT_EQ(Tracked::live, 1);
     property.SetValue(property.GetValue());  // the same value stays
     EXPECT_EQ(Tracked::live, 1);
-
     ZoProperty copy(property);
     EXPECT_EQ(Tracked::live, 2);
     EXPECT_NE(copy.GetValue(), property.GetValue());
@@ -196,7 +171,6 @@ TEST(ZoPropertyValue, OwnershipOfTheValue) {
     EXPECT_EQ(Tracked::live, 1);
     EXPECT_EQ(copy.Value(), nullptr);
     EXPECT_EQ(copy.Name(), ZoString("q"));
-
     ZoTypedValue* detached = property.DetachValue();
     EXPECT_EQ(property.Value(), nullptr);
     EXPECT_EQ(Tracked::live, 1);
@@ -205,42 +179,30 @@ TEST(ZoPropertyValue, OwnershipOfTheValue) {
   EXPECT_EQ(Tracked::live, 0);
 }
 
-TEST(ZoPropertyValue, EqualityComparesValuesOnlyWithTheirAsymmetry) {
-  ZoProperty x("x", new ZoIntValue(3));
-  ZoProperty y("y", new ZoFloatValue(3.7f));
+TEST(ZoPropertyValue, EqualityAndConversionsGoThroughTheValue) {
+  ZoProperty x("x", new ZoIntValue(3)), y("y", new ZoFloatValue(3.7f));
   EXPECT_EQ(x == y, 1);
   EXPECT_EQ(y == x, 0);  // 3.7 against 3.0
   EXPECT_EQ(x != y, 0);
-
-  ZoProperty v1("v", new ZoVector3Value);
-  ZoProperty v2("v", new ZoVector3Value);
+  ZoProperty v1("v", new ZoVector3Value), v2("v", new ZoVector3Value);
   EXPECT_EQ(v1 == v2, 0);
   EXPECT_EQ(v1 == v1, 0);
-
-  ZoProperty none1("a", nullptr);
-  ZoProperty none2("b", nullptr);
+  ZoProperty none1("a", nullptr), none2("b", nullptr);
   EXPECT_EQ(none1 == none2, 1);
   EXPECT_EQ(none1 == x, 0);
   EXPECT_EQ(x == none1, 0);
-}
 
-TEST(ZoPropertyValue, ConversionsWithoutAValueOrWithoutAConversion) {
-  ZoProperty none("n", nullptr);
   int i = 5;
   ZoString s("kept");
-  EXPECT_EQ(none.ConvertToInt(i), 0);
-  EXPECT_EQ(none.ConvertToString(s), 0);
+  EXPECT_EQ(none1.ConvertToInt(i) + none1.ConvertToString(s), 0);
   EXPECT_EQ(i, 5);
   EXPECT_EQ(s, ZoString("kept"));
-  EXPECT_EQ(none.ConvertTo(ZoTypeCode::IntValue), nullptr);
-  EXPECT_EQ(static_cast<int>(none), 0);
-  EXPECT_EQ(static_cast<float>(none), 0.0f);
-  EXPECT_EQ(static_cast<ZoString>(none), ZoString());
-
-  ZoProperty vector("v", new ZoVector3Value);
-  EXPECT_EQ(static_cast<int>(vector), 0);
-  EXPECT_EQ(static_cast<ZoString>(vector), ZoString());
-
+  EXPECT_EQ(none1.ConvertTo(ZoTypeCode::IntValue), nullptr);
+  EXPECT_EQ(static_cast<int>(none1), 0);
+  EXPECT_EQ(static_cast<float>(none1), 0.0f);
+  EXPECT_EQ(static_cast<ZoString>(none1), ZoString());
+  EXPECT_EQ(static_cast<int>(v1), 0);
+  EXPECT_EQ(static_cast<ZoString>(v1), ZoString());
   ZoProperty text("t", new ZoStringValue(ZoString("2.5")));
   EXPECT_EQ(static_cast<float>(text), 2.5f);
   EXPECT_EQ(static_cast<int>(text), 2);
@@ -251,21 +213,23 @@ TEST(ZoPropertyValue, ConversionsWithoutAValueOrWithoutAConversion) {
 
 // --- The list container -------------------------------------------------------------
 
-TEST(ZoPropertyListTest, FindMovesToTheFrontAndNamesFollowTheOrder) {
+TEST(ZoPropertyListTest, FindMovesToTheFrontAndCopiesKeepTheOrder) {
   ZoPropertyList list;
-  EXPECT_EQ(list.Add(IntProperty("a", 1)), 1);
-  EXPECT_EQ(list.Add(IntProperty("b", 2)), 1);
-  EXPECT_EQ(list.Add(IntProperty("c", 3)), 1);
+  for (char const* name : {"a", "b", "c"}) EXPECT_EQ(list.Add(IntProperty(name, name[0] - 'a' + 1)), 1);
   ZoProperty* c = list.Find("c");
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(static_cast<int>(*c), 3);
-  EXPECT_EQ(Names(list), (std::vector<std::string>{"c", "a", "b"}));
-  EXPECT_EQ(Names(list, 1), (std::vector<std::string>{"a", "b", "c"}));
+  EXPECT_EQ(Names(list), (Strings{"c", "a", "b"}));
+  EXPECT_EQ(Names(list, 1), (Strings{"a", "b", "c"}));
   list.Find("b");
-  EXPECT_EQ(Names(list), (std::vector<std::string>{"b", "c", "a"}));
   EXPECT_EQ(list.Find("A"), nullptr);  // names are case-sensitive
-  EXPECT_EQ(Names(list), (std::vector<std::string>{"b", "c", "a"}));
-
+  EXPECT_EQ(Names(list), (Strings{"b", "c", "a"}));
+  ZoPropertyList copy(list);
+  EXPECT_EQ(Names(copy), (Strings{"b", "c", "a"}));
+  ZoPropertyList assigned;
+  assigned.Add(IntProperty("z", 0));
+  assigned = list;
+  EXPECT_EQ(Hex(Body(assigned)), Hex(Body(list)));
   // The names are appended to what the list holds already.
   ZoStringList names;
   names.AppendString("z");
@@ -273,142 +237,48 @@ TEST(ZoPropertyListTest, FindMovesToTheFrontAndNamesFollowTheOrder) {
   EXPECT_EQ(names.GetCount(), 4);
 }
 
-TEST(ZoPropertyListTest, AddRefusesNullAndDuplicatesAndTheCallerKeepsThem) {
-  ZoPropertyList list;
-  ZoProperty* first = IntProperty("a", 1);
-  EXPECT_EQ(list.Add(first), 1);
-  ZoProperty second("a", new ZoIntValue(2));
-  EXPECT_EQ(list.Add(&second), 0);
-  EXPECT_EQ(list.Add(second), 0);
-  EXPECT_EQ(list.Add(static_cast<ZoProperty const*>(nullptr)), 0);
-  EXPECT_EQ(list.GetCount(), 1);
-  EXPECT_EQ(list.Find("a"), first);
-
-  // By reference, a copy is taken.
-  ZoProperty third("b", new ZoIntValue(3));
-  EXPECT_EQ(list.Add(third), 1);
-  EXPECT_NE(list.Find("b"), &third);
-}
-
 TEST(ZoPropertyListTest, ReplaceDestroysTheOldOneAndPutsTheNewOneLast) {
   Tracked::live = 0;
   {
     ZoPropertyList list;
-    list.Add(new ZoProperty("a", new Tracked(1)));
-    list.Add(new ZoProperty("b", new Tracked(2)));
-    list.Add(new ZoProperty("c", new Tracked(3)));
+    for (char const* name : {"a", "b", "c"}) list.Add(new ZoProperty(name, new Tracked(1)));
     auto* replacement = new ZoProperty("a", new Tracked(4));
     list.Replace(replacement);
     EXPECT_EQ(Tracked::live, 3);
-    EXPECT_EQ(Names(list), (std::vector<std::string>{"b", "c", "a"}));
+    EXPECT_EQ(Names(list), (Strings{"b", "c", "a"}));
     EXPECT_EQ(list.Find("a"), replacement);
-
     // Replacing with the property already held only finds it (to the front).
     list.Replace(replacement);
-    EXPECT_EQ(Names(list), (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(Names(list), (Strings{"a", "b", "c"}));
     EXPECT_EQ(Tracked::live, 3);
-
     // A new name is appended; by reference a copy is stored.
     ZoProperty d("d", new Tracked(5));
     list.Replace(d);
-    EXPECT_EQ(Names(list), (std::vector<std::string>{"a", "b", "c", "d"}));
+    EXPECT_EQ(Names(list), (Strings{"a", "b", "c", "d"}));
     EXPECT_NE(list.Find("d"), &d);
     EXPECT_EQ(Tracked::live, 5);
-
     list.Replace(static_cast<ZoProperty*>(nullptr));
     EXPECT_EQ(list.GetCount(), 4);
   }
   EXPECT_EQ(Tracked::live, 0);
 }
 
-TEST(ZoPropertyListTest, DeleteHandsBackAndDeleteAllDestroys) {
-  Tracked::live = 0;
-  ZoPropertyList list;
-  list.Add(new ZoProperty("a", new Tracked(1)));
-  list.Add(new ZoProperty("b", new Tracked(2)));
-  ZoProperty* removed = list.Delete("a");
-  ASSERT_NE(removed, nullptr);
-  EXPECT_EQ(removed->Name(), ZoString("a"));
-  EXPECT_EQ(list.Delete("a"), nullptr);
-  EXPECT_EQ(Tracked::live, 2);
-  delete removed;
-  list.DeleteAll();
-  EXPECT_EQ(Tracked::live, 0);
-  EXPECT_EQ(list.GetCount(), 0);
-}
-
-TEST(ZoPropertyListTest, CopiesAreDeepAndKeepTheOrder) {
-  ZoPropertyList list;
-  list.Add(IntProperty("b", 2));
-  list.Add(IntProperty("a", 1));
-  ZoPropertyList copy(list);
-  EXPECT_EQ(Names(copy), (std::vector<std::string>{"b", "a"}));
-  EXPECT_NE(copy.Find("a"), list.Find("a"));
-  ZoPropertyList assigned;
-  assigned.Add(IntProperty("z", 0));
-  assigned = list;
-  EXPECT_EQ(Names(assigned), Names(list));
-  EXPECT_EQ(Hex(Body(assigned)), Hex(Body(list)));
-}
-
-TEST(ZoPropertyListTest, IterateHandsNullKeyPropertyNull) {
-  ZoPropertyList list;
-  list.Add(IntProperty("a", 1));
-  list.Add(IntProperty("b", 2));
-  Recorder recorder;
-  list.Iterate(recorder);
-  EXPECT_EQ(recorder.keys, (std::vector<std::string>{"(null)", "(null)"}));
-  EXPECT_EQ(recorder.names, (std::vector<std::string>{"a", "b"}));
-  EXPECT_EQ(recorder.thirds, (std::vector<void*>{nullptr, nullptr}));
-}
-
-TEST(ZoPropertyListTest, StreamsAsCountAndPropertyBodies) {
+TEST(ZoPropertyListTest, StreamsAsCountAndPropertyBodiesAndReadingAppendsDuplicates) {
   ZoPropertyList list;
   list.Add(IntProperty("a", 1));
   list.Add(new ZoProperty("b", new ZoStringValue(ZoString("v"))));
-  Bytes expected = ByteBuilder()
-                       .raw({0x74, 0x73, 0x4C, 0x50})
-                       .i32(2)
-                       .str("a")
-                       .append(FramedInt(1))
-                       .str("b")
-                       .append(SizedFrame(0x56537472, 5).str("v"));
+  Bytes expected = ByteBuilder().raw({0x74, 0x73, 0x4C, 0x50}).i32(2).str("a").append(FramedInt(1))
+                       .str("b").append(SizedFrame(0x56537472, 5).str("v"));
   EXPECT_EQ(Hex(Framed(&list)), Hex(expected));
 
-  ZoStreamError status;
-  ObjectPtr back = ReadFramed(expected, status);
-  ASSERT_EQ(status, ZoStreamOk);
-  auto* read = dynamic_cast<ZoPropertyList*>(back.get());
-  ASSERT_NE(read, nullptr);
-  EXPECT_EQ(Names(*read), (std::vector<std::string>{"a", "b"}));
-  EXPECT_EQ(Hex(Framed(read)), Hex(expected));
-}
-
-TEST(ZoPropertyListTest, ReadingAppendsDropsValuelessPropertiesAndKeepsDuplicates) {
-  ZoPropertyList list;
-  list.Add(IntProperty("held", 0));
-  Bytes body = ByteBuilder()
-                   .i32(3)
-                   .str("a").append(FramedInt(1))
-                   .str("gone").i32(-2)
-                   .str("a").append(FramedInt(2));
-  Reader reader(body);
-  *reader >> list;
+  // Reading appends, drops properties without a value and keeps duplicates.
+  ZoPropertyList held;
+  held.Add(IntProperty("held", 0));
+  Reader reader(ByteBuilder().i32(3).str("a").append(FramedInt(1)).str("gone").i32(-2).str("a").append(FramedInt(2)));
+  *reader >> held;
   ASSERT_EQ(reader->Status(), ZoStreamOk);
-  EXPECT_EQ(Names(list), (std::vector<std::string>{"held", "a", "a"}));
-  EXPECT_EQ(static_cast<int>(*list.Find("a")), 1);  // the first of them
-}
-
-TEST(ZoPropertyListTest, AVersion40KindThreePropertyIsDropped) {
-  Bytes body = ByteBuilder().i32(1).i32(3).str("old").i32(0x11111111).i32(0x22222222).i32(0x7E7E7E7E);
-  Reader reader(body, 40);
-  ZoPropertyList list;
-  *reader >> list;
-  ASSERT_EQ(reader->Status(), ZoStreamOk);
-  EXPECT_EQ(list.GetCount(), 0);
-  int32_t sentinel = 0;
-  *reader >> sentinel;
-  EXPECT_EQ(sentinel, 0x7E7E7E7E);
+  EXPECT_EQ(Names(held), (Strings{"held", "a", "a"}));
+  EXPECT_EQ(static_cast<int>(*held.Find("a")), 1);  // the first of them
 }
 
 // --- Set operations shared by both containers ------------------------------------------
@@ -440,10 +310,9 @@ TYPED_TEST(ZoPropertySetTest, SetValueReplacesOrAdds) {
 }
 
 TYPED_TEST(ZoPropertySetTest, CopyAddsOnlyNamesNotHeld) {
-  TypeParam source;
+  TypeParam source, target;
   source.Add(IntProperty("a", 1));
   source.Add(IntProperty("b", 2));
-  TypeParam target;
   target.Add(IntProperty("a", 10));
   target.Copy(source);
   EXPECT_EQ(target.GetCount(), 2);
@@ -454,34 +323,59 @@ TYPED_TEST(ZoPropertySetTest, CopyAddsOnlyNamesNotHeld) {
   EXPECT_EQ(target.GetCount(), 2);
 }
 
-TYPED_TEST(ZoPropertySetTest, DuplicatesAreRefusedAndDestructionReleasesEverything) {
+TYPED_TEST(ZoPropertySetTest, AddDeleteCopyAndDestructionOwnership) {
   Tracked::live = 0;
   {
     TypeParam set;
-    EXPECT_EQ(set.Add(new ZoProperty("a", new Tracked(1))), 1);
+    auto* first = new ZoProperty("a", new Tracked(1));
+    EXPECT_EQ(set.Add(first), 1);
     ZoProperty duplicate("a", new Tracked(2));
-    EXPECT_EQ(set.Add(&duplicate), 0);
+    EXPECT_EQ(set.Add(&duplicate), 0);  // refused: the caller keeps it
     EXPECT_EQ(set.Add(duplicate), 0);
     EXPECT_EQ(set.Add(static_cast<ZoProperty const*>(nullptr)), 0);
-    EXPECT_EQ(Tracked::live, 2);
+    EXPECT_EQ(set.Find("a"), first);
+    ZoProperty byReference("b", new Tracked(3));
+    EXPECT_EQ(set.Add(byReference), 1);  // a copy is taken
+    EXPECT_NE(set.Find("b"), &byReference);
+    EXPECT_EQ(Tracked::live, 4);
     TypeParam copy(set);
-    EXPECT_EQ(Tracked::live, 3);
+    EXPECT_EQ(Tracked::live, 6);
     copy = set;
-    EXPECT_EQ(Tracked::live, 3);
+    EXPECT_EQ(Tracked::live, 6);
+    ZoProperty* removed = set.Delete("a");  // handed back to the caller
+    ASSERT_EQ(removed, first);
+    EXPECT_EQ(set.Delete("a"), nullptr);
+    EXPECT_EQ(Tracked::live, 6);
+    delete removed;
+    set.DeleteAll();
+    EXPECT_EQ(Tracked::live, 4);
+    EXPECT_EQ(set.GetCount(), 0);
   }
   EXPECT_EQ(Tracked::live, 0);
 }
 
+TEST(ZoPropertySetIterate, ListHandsANullKeyAndTableTheName) {
+  ZoPropertyList list;
+  list.Add(IntProperty("a", 1));
+  list.Add(IntProperty("b", 2));
+  Recorder fromList;
+  list.Iterate(fromList);
+  EXPECT_EQ(fromList.seen, (Strings{"(null)/a/(null)", "(null)/b/(null)"}));
+  ZoPropertyTable table;
+  table.Add(IntProperty("only", 1));
+  Recorder fromTable;
+  table.Iterate(fromTable);
+  EXPECT_EQ(fromTable.seen, (Strings{"only/only/(null)"}));
+}
+
 // --- The table container -------------------------------------------------------------------
 
-TEST(ZoPropertyTableTest, FindDeleteReplaceByName) {
+TEST(ZoPropertyTableTest, ReplaceByName) {
   Tracked::live = 0;
   {
     ZoPropertyTable table;
-    auto* a = new ZoProperty("a", new Tracked(1));
-    table.Add(a);
+    table.Add(new ZoProperty("a", new Tracked(1)));
     table.Add(new ZoProperty("b", new Tracked(2)));
-    EXPECT_EQ(table.Find("a"), a);
     EXPECT_EQ(table.Find("c"), nullptr);
     auto* replacement = new ZoProperty("a", new Tracked(3));
     table.Replace(replacement);
@@ -490,81 +384,45 @@ TEST(ZoPropertyTableTest, FindDeleteReplaceByName) {
     table.Replace(replacement);
     EXPECT_EQ(table.Find("a"), replacement);
     table.Replace(ZoProperty("c", new Tracked(4)));
-    EXPECT_EQ(table.GetCount(), 3);
-    ZoProperty* removed = table.Delete("b");
-    ASSERT_NE(removed, nullptr);
-    EXPECT_EQ(table.Find("b"), nullptr);
-    delete removed;
-    EXPECT_EQ(Names(table, 1), (std::vector<std::string>{"a", "c"}));
-    table.DeleteAll();
-    EXPECT_EQ(Tracked::live, 0);
-    EXPECT_EQ(table.GetCount(), 0);
+    EXPECT_EQ(Names(table, 1), (Strings{"a", "b", "c"}));
   }
+  EXPECT_EQ(Tracked::live, 0);
 }
 
-TEST(ZoPropertyTableTest, IterateHandsTheNameAsKey) {
-  ZoPropertyTable table;
-  table.Add(IntProperty("only", 1));
-  Recorder recorder;
-  table.Iterate(recorder);
-  EXPECT_EQ(recorder.keys, (std::vector<std::string>{"only"}));
-  EXPECT_EQ(recorder.names, (std::vector<std::string>{"only"}));
-  EXPECT_EQ(recorder.thirds, (std::vector<void*>{nullptr}));
-}
+TEST(ZoPropertyTableTest, StreamsAsCountAndPropertyBodiesAndReadingKeepsTheLastOfEqualNames) {
+  ZoPropertyTable one;
+  one.Add(IntProperty("a", 5));
+  EXPECT_EQ(Hex(Framed(&one)), Hex(ByteBuilder().raw({0x62, 0x61, 0x54, 0x50}).i32(1).str("a").append(FramedInt(5))));
 
-TEST(ZoPropertyTableTest, StreamsAsCountAndPropertyBodies) {
-  ZoPropertyTable table;
-  table.Add(IntProperty("a", 5));
-  Bytes expected = ByteBuilder().raw({0x62, 0x61, 0x54, 0x50}).i32(1).str("a").append(FramedInt(5));
-  EXPECT_EQ(Hex(Framed(&table)), Hex(expected));
-}
-
-TEST(ZoPropertyTableTest, ReadingKeepsTheLastOfEqualNames) {
-  Bytes body = ByteBuilder()
-                   .i32(4)
-                   .str("a").append(FramedInt(1))
-                   .str("b").append(FramedInt(2))
-                   .str("none").i32(-2)
-                   .str("a").append(FramedInt(3));
   ZoPropertyTable table;
   table.Add(IntProperty("b", 0));
   table.Add(IntProperty("kept", 9));
-  Reader reader(body);
+  Reader reader(ByteBuilder().i32(4).str("a").append(FramedInt(1)).str("b").append(FramedInt(2))
+                    .str("none").i32(-2).str("a").append(FramedInt(3)));
   *reader >> table;
   ASSERT_EQ(reader->Status(), ZoStreamOk);
   EXPECT_EQ(table.GetCount(), 3);
   EXPECT_EQ(static_cast<int>(*table.Find("a")), 3);
   EXPECT_EQ(static_cast<int>(*table.Find("b")), 2);  // replaced the one held before
   EXPECT_EQ(static_cast<int>(*table.Find("kept")), 9);
-  EXPECT_EQ(table.Find("none"), nullptr);
 }
 
 TEST(ZoPropertyTableTest, WhatATableWritesDoesNotDependOnTheOrderItWasRead) {
   // Enough names to share buckets and to make the table grow.
-  ByteBuilder forward;
-  ByteBuilder backward;
   int const count = 150;
+  ByteBuilder forward, backward;
   forward.i32(count);
   backward.i32(count);
   for (int i = 0; i < count; ++i) {
     forward.str(("p" + std::to_string(i)).c_str()).append(FramedInt(i));
-    int j = count - 1 - i;
-    backward.str(("p" + std::to_string(j)).c_str()).append(FramedInt(j));
+    backward.str(("p" + std::to_string(count - 1 - i)).c_str()).append(FramedInt(count - 1 - i));
   }
-  ZoPropertyTable one;
-  ZoPropertyTable two;
-  Reader first(forward);
-  Reader second(backward);
+  ZoPropertyTable one, two;
+  Reader first(forward), second(backward);
   *first >> one;
   *second >> two;
   ASSERT_EQ(first->Status(), ZoStreamOk);
   ASSERT_EQ(second->Status(), ZoStreamOk);
   EXPECT_EQ(one.GetCount(), count);
-  Bytes written = Body(one);
-  EXPECT_EQ(written, Body(two));
-
-  ZoPropertyTable again;
-  Reader third(written);
-  *third >> again;
-  EXPECT_EQ(Body(again), written);
+  EXPECT_EQ(Body(one), Body(two));
 }

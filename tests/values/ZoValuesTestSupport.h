@@ -31,6 +31,14 @@ struct DestroyValue {
 using ValuePtr = std::unique_ptr<ZoTypedValue, DestroyValue>;
 using ObjectPtr = std::unique_ptr<ZoStreamObject>;
 
+// A sized frame header: -1, the code, the declared size.
+inline zotest::ByteBuilder SizedFrame(int32_t code, int32_t size) {
+  zotest::ByteBuilder frame;
+  frame.i32(-1).i32(code).i32(size);
+  return frame;
+}
+inline Bytes FramedInt(int32_t value) { return SizedFrame(0x56496E74, 4).i32(value); }
+
 // Reads one framed object from `bytes`; `status` gets the stream's status.
 inline ObjectPtr ReadFramed(Bytes const& bytes, ZoStreamError& status, int32_t version = kZoCurrentVersion,
                             ZoStreamObject* (*fallback)() = nullptr) {
