@@ -3,7 +3,7 @@
 // writes must agree, so a reader and its writer stay each other's inverse on
 // whatever a reader accepts. The first byte chooses the stream version the
 // input is read under (older layouts below 100).
-#include <zoactor/actor/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoStream.h>
 

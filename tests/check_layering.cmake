@@ -1,7 +1,7 @@
 # Checks the architecture: a subsystem includes only itself and the
 # subsystems below it, and the umbrella header includes every public header.
 # Run with -DROOT=<source dir>.
-set(_order foundation serialization values geometry animation actor)
+set(_order foundation serialization values geometry animation skeleton actor sequence)
 set(_failures "")
 
 list(LENGTH _order _count)
@@ -16,10 +16,6 @@ foreach(_i RANGE ${_last})
       list(GET _order ${_j} _higher)
       list(APPEND _above ${_higher})
     endforeach()
-  endif()
-  # Skeleton editing, skills and splines are where actors meet animation.
-  if(_sub STREQUAL "actor")
-    set(_above "")
   endif()
   file(GLOB _files ${ROOT}/include/zoactor/${_sub}/*.h ${ROOT}/src/${_sub}/*.h ${ROOT}/src/${_sub}/*.cpp)
   foreach(_file IN LISTS _files)

@@ -64,19 +64,19 @@
 #include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
 
-// Animation: keyframes, joint keyframes, skills, splines, sequences.
+// Animation: keyframes, joint keyframes and their sampling, splines.
 #include <zoactor/animation/ZoJointKeyList.h>
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/animation/ZoKeyList.h>
 #include <zoactor/animation/ZoKeyframe.h>
 #include <zoactor/animation/ZoSpline.h>
 
-// Actor: trees, proto nodes, actors, joint limits, the prototype database.
-#include <zoactor/actor/ZoJLimit.h>
-#include <zoactor/actor/ZoPermutation.h>
-#include <zoactor/actor/ZoProtoNode.h>
-#include <zoactor/actor/ZoProtoTraversal.h>
-#include <zoactor/actor/ZoTreeNode.h>
-#include <zoactor/actor/ZoTreeTraversal.h>
+// Skeleton: trees, traversals, permutations, joint limits, proto nodes.
+#include <zoactor/skeleton/ZoJLimit.h>
+#include <zoactor/skeleton/ZoPermutation.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoTraversal.h>
+#include <zoactor/skeleton/ZoTreeNode.h>
+#include <zoactor/skeleton/ZoTreeTraversal.h>
 
 #endif

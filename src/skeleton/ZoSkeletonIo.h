@@ -1,7 +1,7 @@
 // Reading and writing helpers shared by the actor readers (private to the
 // library): the stream transfers, and rotations normalised as they are read.
-#ifndef ZOACTOR_SRC_ACTOR_ZOACTORIO_H
-#define ZOACTOR_SRC_ACTOR_ZOACTORIO_H
+#ifndef ZOACTOR_SRC_SKELETON_ZOSKELETONIO_H
+#define ZOACTOR_SRC_SKELETON_ZOSKELETONIO_H
 
 #include <zoactor/foundation/ZoRotation3.h>
 #include "serialization/ZoStreamIo.h"

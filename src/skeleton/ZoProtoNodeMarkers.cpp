@@ -1,5 +1,5 @@
 // The marker shapes that show a proto node of each style in an editor.
-#include <zoactor/actor/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
 
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriShapes.h>

@@ -1,9 +1,9 @@
-#include <zoactor/actor/ZoJLimit.h>
+#include <zoactor/skeleton/ZoJLimit.h>
 
 #include <zoactor/foundation/ZoXformMatrix3.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
-#include "actor/ZoActorIo.h"
+#include "skeleton/ZoSkeletonIo.h"
 
 #include <cmath>
 #include <new>

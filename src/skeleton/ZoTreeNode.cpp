@@ -1,4 +1,4 @@
-#include <zoactor/actor/ZoTreeNode.h>
+#include <zoactor/skeleton/ZoTreeNode.h>
 
 #include <new>
 

@@ -1,6 +1,6 @@
-#include <zoactor/actor/ZoPermutation.h>
+#include <zoactor/skeleton/ZoPermutation.h>
 
-#include <zoactor/actor/ZoProtoTraversal.h>
+#include <zoactor/skeleton/ZoProtoTraversal.h>
 
 #include <new>
 

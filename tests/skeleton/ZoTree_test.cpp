@@ -1,11 +1,11 @@
 // Trees, traversals and permutations: child-list edits at their edges,
 // ownership on destruction, pre-order listing with filters, name look-up
 // ignoring case, unique names, and index maps between two traversals.
-#include <zoactor/actor/ZoPermutation.h>
-#include <zoactor/actor/ZoProtoNode.h>
-#include <zoactor/actor/ZoProtoTraversal.h>
-#include <zoactor/actor/ZoTreeNode.h>
-#include <zoactor/actor/ZoTreeTraversal.h>
+#include <zoactor/skeleton/ZoPermutation.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoTraversal.h>
+#include <zoactor/skeleton/ZoTreeNode.h>
+#include <zoactor/skeleton/ZoTreeTraversal.h>
 
 #include <gtest/gtest.h>
 

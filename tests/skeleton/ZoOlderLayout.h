@@ -5,7 +5,7 @@
 
 #include <zoactor/foundation/ZoTransform3.h>
 
-#include "ZoActorTestSupport.h"
+#include "ZoSkeletonTestSupport.h"
 
 #include <functional>
 #include <utility>

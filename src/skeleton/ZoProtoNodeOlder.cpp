@@ -1,11 +1,11 @@
 // The older proto-node layout (stream versions below 100), read only.
-#include <zoactor/actor/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
 
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
 
-#include "actor/ZoActorIo.h"
-#include "actor/ZoProtoNodeLayout.h"
+#include "skeleton/ZoSkeletonIo.h"
+#include "skeleton/ZoProtoNodeLayout.h"
 
 #include <cstring>
 #include <memory>

@@ -1,12 +1,12 @@
-#include <zoactor/actor/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
 
 #include <zoactor/foundation/ZoAi.h>
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
-#include "actor/ZoActorIo.h"
-#include "actor/ZoProtoNodeLayout.h"
+#include "skeleton/ZoSkeletonIo.h"
+#include "skeleton/ZoProtoNodeLayout.h"
 
 #include <algorithm>
 #include <cstring>

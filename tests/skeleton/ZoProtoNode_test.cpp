@@ -2,9 +2,9 @@
 // products, collision models and formats, marker shapes, deep copies, user
 // data, and the current body byte for byte with its version thresholds
 // (100, 103/104, 105/106), and a whole skeleton written and read back.
-#include <zoactor/actor/ZoJLimit.h>
-#include <zoactor/actor/ZoProtoNode.h>
-#include <zoactor/actor/ZoProtoTraversal.h>
+#include <zoactor/skeleton/ZoJLimit.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoTraversal.h>
 #include <zoactor/foundation/ZoAi.h>
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriShapes.h>
@@ -12,7 +12,7 @@
 #include <zoactor/values/ZoProperty.h>
 #include <zoactor/values/ZoTypedValue.h>
 
-#include "ZoActorTestSupport.h"
+#include "ZoSkeletonTestSupport.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #ifndef ZOACTOR_TESTS_ACTOR_ZOACTORTESTSUPPORT_H
 #define ZOACTOR_TESTS_ACTOR_ZOACTORTESTSUPPORT_H
 
-#include <zoactor/actor/ZoJLimit.h>
-#include <zoactor/actor/ZoProtoNode.h>
-#include <zoactor/actor/ZoProtoTraversal.h>
+#include <zoactor/skeleton/ZoJLimit.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoTraversal.h>
 #include <zoactor/foundation/ZoRotation3.h>
 #include <zoactor/foundation/ZoTransform3.h>
 #include <zoactor/geometry/ZoTriShapes.h>

@@ -1,6 +1,6 @@
-#include <zoactor/actor/ZoProtoTraversal.h>
+#include <zoactor/skeleton/ZoProtoTraversal.h>
 
-#include <zoactor/actor/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
 
 #include <algorithm>
 #include <new>

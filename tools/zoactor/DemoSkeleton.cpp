@@ -66,7 +66,7 @@ void PrintTree(std::FILE* out, ZoProtoNode const* node, ZoProtoTraversal const& 
     if (c->IsType(ZoProtoNode::NODE_TYPE)) PrintTree(out, static_cast<ZoProtoNode const*>(c), all, joints, depth + 1);
 }
 
-bool DemoActor(std::FILE* out) {
+bool DemoSkeleton(std::FILE* out) {
   bool ok = true;
   float const quarter = 1.5707964f;
 
@@ -157,4 +157,4 @@ bool DemoActor(std::FILE* out) {
 
 }  // namespace
 
-ZO_DEMO_SECTION(60, "actor", DemoActor);
+ZO_DEMO_SECTION(60, "skeleton", DemoSkeleton);

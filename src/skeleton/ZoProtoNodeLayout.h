@@ -1,7 +1,7 @@
 // The version thresholds and sizes of the proto-node bodies (private to the
 // library).
-#ifndef ZOACTOR_SRC_ACTOR_ZOPROTONODELAYOUT_H
-#define ZOACTOR_SRC_ACTOR_ZOPROTONODELAYOUT_H
+#ifndef ZOACTOR_SRC_SKELETON_ZOPROTONODELAYOUT_H
+#define ZOACTOR_SRC_SKELETON_ZOPROTONODELAYOUT_H
 
 #include <zoactor/serialization/ZoStream.h>
 

@@ -1,4 +1,4 @@
-#include <zoactor/actor/ZoTreeTraversal.h>
+#include <zoactor/skeleton/ZoTreeTraversal.h>
 
 #include <algorithm>
 #include <new>

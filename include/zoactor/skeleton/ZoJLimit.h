@@ -30,8 +30,8 @@
 // Settled here: PivotLimit of the linear limit rotates start and end and
 // leaves direction as SetValue last computed it; call SetValue(start, end)
 // after a pivot for a consistent limit.
-#ifndef ZOACTOR_ACTOR_ZOJLIMIT_H
-#define ZOACTOR_ACTOR_ZOJLIMIT_H
+#ifndef ZOACTOR_SKELETON_ZOJLIMIT_H
+#define ZOACTOR_SKELETON_ZOJLIMIT_H
 
 #include <zoactor/ZoExport.h>
 #include <zoactor/foundation/ZoRotation3.h>

@@ -2,15 +2,15 @@
 // byte from its field lists: every version threshold of the node and its
 // style records, older geometry and collision-tree records, the UV flip,
 // older children, and older nodes written back in the current layout.
-#include <zoactor/actor/ZoJLimit.h>
-#include <zoactor/actor/ZoProtoNode.h>
-#include <zoactor/actor/ZoProtoTraversal.h>
+#include <zoactor/skeleton/ZoJLimit.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoProtoTraversal.h>
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
 #include <zoactor/values/ZoProperty.h>
 #include <zoactor/values/ZoTypedValue.h>
 
-#include "ZoActorTestSupport.h"
+#include "ZoSkeletonTestSupport.h"
 #include "ZoOlderLayout.h"
 
 #include <gtest/gtest.h>

@@ -14,8 +14,8 @@
 //   children) of both nodes stay as they are.
 // - The walks recurse once per level; trees read from streams are bounded
 //   in depth by ZoReadLimits::MaxDepth().
-#ifndef ZOACTOR_ACTOR_ZOTREENODE_H
-#define ZOACTOR_ACTOR_ZOTREENODE_H
+#ifndef ZOACTOR_SKELETON_ZOTREENODE_H
+#define ZOACTOR_SKELETON_ZOTREENODE_H
 
 #include <zoactor/ZoExport.h>
 

@@ -79,12 +79,12 @@
 //   the collision model does.
 // - Assignment copies the node's own content (as the copy constructor
 //   does) and keeps this node's links, children, actor and user data.
-#ifndef ZOACTOR_ACTOR_ZOPROTONODE_H
-#define ZOACTOR_ACTOR_ZOPROTONODE_H
+#ifndef ZOACTOR_SKELETON_ZOPROTONODE_H
+#define ZOACTOR_SKELETON_ZOPROTONODE_H
 
 #include <zoactor/ZoExport.h>
-#include <zoactor/actor/ZoJLimit.h>
-#include <zoactor/actor/ZoTreeNode.h>
+#include <zoactor/skeleton/ZoJLimit.h>
+#include <zoactor/skeleton/ZoTreeNode.h>
 #include <zoactor/animation/ZoSpline.h>
 #include <zoactor/foundation/ZoDblList.h>
 #include <zoactor/foundation/ZoString.h>

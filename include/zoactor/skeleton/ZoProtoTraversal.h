@@ -12,8 +12,8 @@
 // cannot be allocated leaves the traversal empty (NumNodes 0). A child that
 // is a plain ZoTreeNode rather than a proto node is skipped with its
 // subtree (it has no name or style to list).
-#ifndef ZOACTOR_ACTOR_ZOPROTOTRAVERSAL_H
-#define ZOACTOR_ACTOR_ZOPROTOTRAVERSAL_H
+#ifndef ZOACTOR_SKELETON_ZOPROTOTRAVERSAL_H
+#define ZOACTOR_SKELETON_ZOPROTOTRAVERSAL_H
 
 #include <zoactor/ZoExport.h>
 #include <zoactor/foundation/ZoString.h>

@@ -6,8 +6,8 @@
 //
 // Settled here: a null traversal counts as an empty one, and arrays that
 // cannot be allocated leave the permutation empty (both counts 0).
-#ifndef ZOACTOR_ACTOR_ZOPERMUTATION_H
-#define ZOACTOR_ACTOR_ZOPERMUTATION_H
+#ifndef ZOACTOR_SKELETON_ZOPERMUTATION_H
+#define ZOACTOR_SKELETON_ZOPERMUTATION_H
 
 #include <zoactor/ZoExport.h>
 

@@ -3,8 +3,8 @@
 // records nested past the cap, joint limits of the wrong class, and older
 // geometry whose indices leave their arrays. Under the sanitizers these also
 // show that nothing leaks or overruns.
-#include <zoactor/actor/ZoJLimit.h>
-#include <zoactor/actor/ZoProtoNode.h>
+#include <zoactor/skeleton/ZoJLimit.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
 #include <zoactor/animation/ZoSpline.h>
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
@@ -12,7 +12,7 @@
 #include <zoactor/values/ZoProperty.h>
 #include <zoactor/values/ZoTypedValue.h>
 
-#include "ZoActorTestSupport.h"
+#include "ZoSkeletonTestSupport.h"
 #include "ZoOlderLayout.h"
 
 #include <gtest/gtest.h>

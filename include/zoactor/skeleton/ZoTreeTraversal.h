@@ -10,11 +10,11 @@
 //
 // Settled here: a null root gives an empty traversal, and an array that
 // cannot be allocated leaves the traversal empty (numNodes 0).
-#ifndef ZOACTOR_ACTOR_ZOTREETRAVERSAL_H
-#define ZOACTOR_ACTOR_ZOTREETRAVERSAL_H
+#ifndef ZOACTOR_SKELETON_ZOTREETRAVERSAL_H
+#define ZOACTOR_SKELETON_ZOTREETRAVERSAL_H
 
 #include <zoactor/ZoExport.h>
-#include <zoactor/actor/ZoTreeNode.h>
+#include <zoactor/skeleton/ZoTreeNode.h>
 
 #include <cstdint>
 #include <memory>
