@@ -3,6 +3,8 @@
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "serialization/ZoStreamIo.h"
+
 #include <algorithm>
 #include <new>
 #include <vector>
@@ -268,8 +270,9 @@ ZoStreamError ZoKeyList::ReadFromStream(ZoStream& stream) {
     if (object == nullptr) continue;
     auto* kf = dynamic_cast<ZoKeyframe*>(object);
     if (kf == nullptr) {
+      int32_t found = object->StreamType();
       delete object;
-      stream.SetStatus(ZoStreamFormatError);
+      stream.Fail(ZoStreamFormatError, "an object of type code 0x%08X in a key list", static_cast<uint32_t>(found));
       break;
     }
     if (stream.Status() != ZoStreamOk) {
@@ -277,7 +280,7 @@ ZoStreamError ZoKeyList::ReadFromStream(ZoStream& stream) {
       break;
     }
     if (!Keep(keys, kf)) {
-      stream.SetStatus(ZoStreamReadError);
+      zostreamio::OutOfMemory(stream);
       break;
     }
   }

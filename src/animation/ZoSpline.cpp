@@ -3,6 +3,8 @@
 #include <zoactor/foundation/ZoRotation3.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "serialization/ZoStreamIo.h"
+
 #include <cmath>
 #include <cstring>
 #include <new>
@@ -275,14 +277,10 @@ ZoStreamError ZoSpline::ReadFromStream(ZoStream& stream) {
   if (!stream.ReadLoopCount(n, sizeof(ZoSplineControlPoint), sizeof(ZoSplineControlPoint))) return stream.Status();
   for (int32_t i = 0; i < n; ++i) {
     std::unique_ptr<ZoSplineControlPoint> point(new (std::nothrow) ZoSplineControlPoint);
-    if (point == nullptr) {
-      stream.SetStatus(ZoStreamReadError);
-      return stream.Status();
-    }
+    if (point == nullptr) return zostreamio::OutOfMemory(stream);
     if (stream.ReadBytes(sizeof(ZoSplineControlPoint), point.get()) != ZoStreamOk) return stream.Status();
     if (!Store(std::move(point), points.size())) {
-      stream.SetStatus(ZoStreamReadError);
-      return stream.Status();
+      return zostreamio::OutOfMemory(stream);
     }
   }
   float total = 0.0f;

@@ -5,17 +5,13 @@
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
 #include "geometry/ZoGeometryCommon.h"
+#include "serialization/ZoFormatVersions.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
 namespace {
-
-// The stream version whose node records are 16 bytes, and the first that
-// carries the oriented box.
-constexpr int32_t kShortRecordVersion = 100;
-constexpr int32_t kOrientedBoxVersion = 106;
 
 uint32_t NodeWord(ZoNode const& node) { return node.type | (static_cast<uint32_t>(node.index) << 2); }
 
@@ -374,7 +370,7 @@ ZoStreamError ZoColModel::WriteToStream(ZoStream& stream) const {
               numSpheres == (n == 1 ? 1 : n - 1);
   stream << (tree ? depth : int32_t{0});
   if (!tree) return stream.Status();
-  bool shortRecords = stream.version == kShortRecordVersion;
+  bool shortRecords = zoversion::IsShortTreeVersion(stream.version);
   auto writeNode = [&stream, shortRecords](ZoNode const& node) {
     stream << node.center.x << node.center.y << node.center.z << NodeWord(node);
     if (!shortRecords) stream << node.radius;
@@ -384,7 +380,7 @@ ZoStreamError ZoColModel::WriteToStream(ZoStream& stream) const {
     writeNode(spheres[k]);
     stream << spheres[k].left << spheres[k].right;
   }
-  if (stream.version >= kOrientedBoxVersion) {
+  if (stream.version >= zoversion::kOrientedBox) {
     ZoTransform3 const& t = orientedBox.transform;
     stream << t.translation.x << t.translation.y << t.translation.z << t.rotation.w << t.rotation.x
            << t.rotation.y << t.rotation.z << orientedBox.size.x << orientedBox.size.y << orientedBox.size.z;
@@ -406,14 +402,12 @@ ZoStreamError ZoColModel::ReadFromStream(ZoStream& stream) {
   int32_t hasSet = 0;
   if ((stream >> hasSet).Status() != ZoStreamOk) return stream.Status();
   if (hasSet != 0 && hasSet != 1) {
-    stream.SetStatus(ZoStreamFormatError);
-    return stream.Status();
+    return stream.FailAt(stream.Position() - 4, ZoStreamFormatError, "has-set flag %d is neither 0 nor 1", hasSet);
   }
   if (hasSet == 0) return stream.Status();
   auto* set = new (std::nothrow) ZoTriangleSet;
   if (set == nullptr) {
-    stream.SetStatus(ZoStreamFormatError);
-    return stream.Status();
+    return zostreamio::OutOfMemory(stream, ZoStreamFormatError);
   }
   if ((stream >> *set).Status() != ZoStreamOk) {
     delete set;
@@ -423,8 +417,7 @@ ZoStreamError ZoColModel::ReadFromStream(ZoStream& stream) {
   int32_t treeDepth = 0;
   if ((stream >> treeDepth).Status() != ZoStreamOk) return stream.Status();
   if (treeDepth < 0) {
-    stream.SetStatus(ZoStreamFormatError);
-    return stream.Status();
+    return stream.FailAt(stream.Position() - 4, ZoStreamFormatError, "tree depth %d is negative", treeDepth);
   }
   if (treeDepth == 0) return stream.Status();
   if (ReadTree(stream, treeDepth) != ZoStreamOk) FreeTree();
@@ -432,26 +425,26 @@ ZoStreamError ZoColModel::ReadFromStream(ZoStream& stream) {
 }
 
 ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
-  auto fail = [&stream]() {
-    if (stream.Status() == ZoStreamOk) stream.SetStatus(ZoStreamFormatError);
+  auto fail = [&stream](char const* reason) {
+    if (stream.Status() == ZoStreamOk) stream.Fail(ZoStreamFormatError, "%s", reason);
     return stream.Status();
   };
   int32_t n = triangleSet->GetNumTriangles();
-  if (triangleSet->GetType() != ZoTriSetIndexed || n < 1) return fail();
+  if (triangleSet->GetType() != ZoTriSetIndexed || n < 1) return fail("a sphere tree needs an indexed set of triangles");
   int32_t sphereCount = n == 1 ? 1 : n - 1;
-  uint32_t recordSize = stream.version == kShortRecordVersion ? 16 : 20;
+  uint32_t recordSize = zoversion::IsShortTreeVersion(stream.version) ? 16 : 20;
   int64_t needed = int64_t{n} * recordSize + int64_t{sphereCount} * (recordSize + 8);
   int64_t left = stream.BytesLeft();
   if (left >= 0 && needed > left) {
-    stream.SetStatus(ZoStreamReadError);
-    return stream.Status();
+    return stream.Fail(ZoStreamReadError, "a tree over %d triangles needs %lld bytes, %lld left", n,
+                       static_cast<long long>(needed), static_cast<long long>(left));
   }
   if (!stream.CheckCount(n, recordSize, sizeof(ZoLeafNode)) ||
       !stream.CheckCount(sphereCount, recordSize + 8, sizeof(ZoSphereNode)))
     return stream.Status();
   leaves = new (std::nothrow) ZoLeafNode[static_cast<size_t>(n)];
   spheres = new (std::nothrow) ZoSphereNode[static_cast<size_t>(sphereCount)];
-  if (leaves == nullptr || spheres == nullptr) return fail();
+  if (leaves == nullptr || spheres == nullptr) return zostreamio::OutOfMemory(stream, ZoStreamFormatError);
   numLeaves = n;
   numSpheres = sphereCount;
   depth = treeDepth;
@@ -473,23 +466,23 @@ ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
   for (int32_t i = 0; i < n; ++i) {
     ZoLeafNode& leaf = leaves[i];
     if (!readNode(leaf, recordSize)) return stream.Status();
-    if (leaf.type != 0 || leaf.index != static_cast<uint32_t>(i)) return fail();
+    if (leaf.type != 0 || leaf.index != static_cast<uint32_t>(i)) return fail("a leaf record out of place");
   }
   for (int32_t k = 0; k < sphereCount; ++k) {
     ZoSphereNode& node = spheres[k];
     if (!readNode(node, recordSize + 8)) return stream.Status();
     std::memcpy(&node.left, record + recordSize, 4);
     std::memcpy(&node.right, record + recordSize + 4, 4);
-    if (node.type != 1 || node.index != 0) return fail();
+    if (node.type != 1 || node.index != 0) return fail("a sphere record out of place");
   }
-  if (stream.version >= kOrientedBoxVersion) {
+  if (stream.version >= zoversion::kOrientedBox) {
     float box[10];
     if (zogeometry::ReadBlock(stream, box, sizeof box) != ZoStreamOk) return stream.Status();
     orientedBox.transform.translation = ZoVector3(box[0], box[1], box[2]);
     orientedBox.transform.rotation = ZoRotation3(box[3], box[4], box[5], box[6]);
     orientedBox.size = ZoVector3(box[7], box[8], box[9]);
   }
-  if (!CheckTree()) return fail();
+  if (!CheckTree()) return fail("the sphere tree's links do not form a tree over every leaf once");
   return stream.Status();
 }
 

@@ -564,8 +564,8 @@ ZoStreamError ZoTriangleSet::ReadFromStream(ZoStream& stream) {
 }
 
 ZoStreamError ZoTriangleSet::ReadBody(ZoStream& stream) {
-  auto fail = [&stream](ZoStreamError error) {
-    if (stream.Status() == ZoStreamOk) stream.SetStatus(error);
+  auto fail = [&stream](ZoStreamError error, char const* reason) {
+    if (stream.Status() == ZoStreamOk) stream.Fail(error, "%s", reason);
     return stream.Status();
   };
   int32_t header[6];
@@ -575,14 +575,14 @@ ZoStreamError ZoTriangleSet::ReadBody(ZoStream& stream) {
           nm = header[5];
   if (setType < ZoTriSetIndexed || setType > ZoTriSetUndefined || (setFlags & ~ZoTriSetAllFlags) != 0 || nv < 0 ||
       nt < 0 || perVertex < 0 || nm < 0)
-    return fail(ZoStreamFormatError);
+    return fail(ZoStreamFormatError, "a triangle-set header with an unknown layout, flag or negative count");
 
   // The layout decides some counts; a body whose counts disagree with its
   // layout was not written by a set. Checked before anything is allocated.
   int64_t layoutTriangles = nt, layoutVertices = nv, layoutPerVertex = perVertex;
   if (!LayoutCounts(setType, setFlags, layoutTriangles, layoutVertices, layoutPerVertex) || layoutTriangles != nt ||
       layoutVertices != nv || layoutPerVertex != perVertex)
-    return fail(ZoStreamFormatError);
+    return fail(ZoStreamFormatError, "triangle-set counts that disagree with the set's layout");
 
   // Everything the counts announce must still be in the stream, and every
   // array must be within the allocation cap, before anything is allocated.
@@ -592,15 +592,18 @@ ZoStreamError ZoTriangleSet::ReadBody(ZoStream& stream) {
                    (setType == ZoTriSetIndexed ? int64_t{nt} * 12 : 0) +
                    ((setFlags & ZoTriSetMaterialIndices) != 0 ? int64_t{nt} * 2 : 0) + int64_t{nm} * kMinMaterialBytes;
   int64_t left = stream.BytesLeft();
-  if (left >= 0 && needed > left) return fail(ZoStreamReadError);
+  if (left >= 0 && needed > left) {
+    return stream.Fail(ZoStreamReadError, "a triangle set of %lld bytes, %lld left", static_cast<long long>(needed),
+                       static_cast<long long>(left));
+  }
   if (!stream.CheckCount(nv, 12, sizeof(ZoVector3)) || !stream.CheckCount(textures, 8, sizeof(ZoTextureVertex)) ||
       !stream.CheckCount((setFlags & ZoTriSetColors) != 0 ? nv : 0, 16, sizeof(ZoColor)) ||
       !stream.CheckCount(nt, 2, sizeof(ZoTriangle)) ||
       !stream.CheckCount(nm, static_cast<uint32_t>(kMinMaterialBytes), sizeof(ZoMaterial)))
     return stream.Status();
 
-  if (!Create(static_cast<ZoTriangleSetType>(setType), setFlags, nt, nv, perVertex)) return fail(ZoStreamFormatError);
-  if (!SetNumMaterials(nm)) return fail(ZoStreamFormatError);
+  if (!Create(static_cast<ZoTriangleSetType>(setType), setFlags, nt, nv, perVertex) || !SetNumMaterials(nm))
+    return zostreamio::OutOfMemory(stream, ZoStreamFormatError);
 
   if (zogeometry::ReadBlock(stream, vertices, int64_t{nv} * 12) != ZoStreamOk) return stream.Status();
   if ((flags & ZoTriSetNormals) != 0 && zogeometry::ReadBlock(stream, normals, int64_t{nv} * 12) != ZoStreamOk)
@@ -612,12 +615,13 @@ ZoStreamError ZoTriangleSet::ReadBody(ZoStream& stream) {
     return stream.Status();
   if (type == ZoTriSetIndexed) {
     if (zogeometry::ReadBlock(stream, triangles, int64_t{nt} * 12) != ZoStreamOk) return stream.Status();
-    if (!CornersInRange(triangles, nt, nv)) return fail(ZoStreamFormatError);
+    if (!CornersInRange(triangles, nt, nv)) return fail(ZoStreamFormatError, "a corner index outside the vertices");
   }
   if ((flags & ZoTriSetMaterialIndices) != 0) {
     if (zogeometry::ReadBlock(stream, materialIndices, int64_t{nt} * 2) != ZoStreamOk) return stream.Status();
     for (int32_t i = 0; i < nt; ++i)
-      if (materialIndices[i] < 0 || materialIndices[i] >= nm) return fail(ZoStreamFormatError);
+      if (materialIndices[i] < 0 || materialIndices[i] >= nm)
+        return fail(ZoStreamFormatError, "a material index outside the materials");
   }
   for (int32_t m = 0; m < nm; ++m)
     if ((stream >> materials[m]).Status() != ZoStreamOk) return stream.Status();

@@ -1,5 +1,7 @@
 #include <zoactor/serialization/ZoFile.h>
 
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -60,6 +62,8 @@ ZoFile::ZoFile()
       isOpen(0),
       inMemory(0),
       lastError(kOk),
+      failureOffset(-1),
+      failureReason{},
       mode(0),
       formatVersion(0),
       version(0),
@@ -76,16 +80,34 @@ int ZoFile::SetError(int code) {
   return code == kOk ? 1 : 0;
 }
 
+int ZoFile::Fail(int code, char const* format, ...) {
+  if (failureReason[0] == '\0') {
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(failureReason, sizeof failureReason, format, arguments);
+    va_end(arguments);
+    if (failureReason[0] == '\0') std::snprintf(failureReason, sizeof failureReason, "error %d", code);
+    failureOffset = GetFilePointer();
+  }
+  return SetError(code);
+}
+
+void ZoFile::ResetFailure() {
+  failureReason[0] = '\0';
+  failureOffset = -1;
+}
+
 int ZoFile::Open(int openMode, char* block, int size) {
-  if (isOpen != 0) return SetError(kAlreadyOpen);
-  if (openMode != 0 && openMode != 1) return SetError(kBadModeOrMagic);
+  if (isOpen != 0) return Fail(kAlreadyOpen, "the container is already open");
+  ResetFailure();
+  if (openMode != 0 && openMode != 1) return Fail(kBadModeOrMagic, "open mode %d is neither 0 nor 1", openMode);
   if (openMode == 0) {
-    if (block == nullptr) return SetError(kNotOpen);
+    if (block == nullptr) return Fail(kNotOpen, "no memory block to read");
     buffer = block;
     count = size > 0 ? static_cast<uint32_t>(size) : 0;
   } else {
     buffer = static_cast<char*>(::operator new(kBufferSize, std::nothrow));
-    if (buffer == nullptr) return SetError(kIoFailure);
+    if (buffer == nullptr) return Fail(kIoFailure, "out of memory");
     count = kBufferSize;
   }
   mode = openMode;
@@ -96,18 +118,19 @@ int ZoFile::Open(int openMode, char* block, int size) {
 }
 
 int ZoFile::Open(ZoString const& name, int openMode) {
-  if (isOpen != 0) return SetError(kAlreadyOpen);
+  if (isOpen != 0) return Fail(kAlreadyOpen, "the container is already open");
+  ResetFailure();
   mode = openMode;
   fileName = name;
   inMemory = 0;
-  if (openMode != 0 && openMode != 1) return SetError(kBadModeOrMagic);
+  if (openMode != 0 && openMode != 1) return Fail(kBadModeOrMagic, "open mode %d is neither 0 nor 1", openMode);
   handle = openMode == 1 ? ZoPlatform::OpenWrite(name, ZoAccessHint::Random)
                          : ZoPlatform::OpenRead(name, ZoAccessHint::Random);
-  if (handle == kZoInvalidFileHandle) return SetError(kNotOpen);
+  if (handle == kZoInvalidFileHandle) return Fail(kNotOpen, "the file could not be opened");
   buffer = static_cast<char*>(::operator new(kBufferSize, std::nothrow));
   if (buffer == nullptr) {
     Release();
-    return SetError(kIoFailure);
+    return Fail(kIoFailure, "out of memory");
   }
   isOpen = 1;
   count = position = 0;
@@ -123,7 +146,7 @@ int ZoFile::Open(ZoString const& name, int openMode) {
     version = 0;
     if (WriteHeader() == 0) {
       Release();
-      return SetError(kIoFailure);
+      return Fail(kIoFailure, "the header could not be written");
     }
   }
   return SetError(kOk);
@@ -139,7 +162,7 @@ void ZoFile::Release() {
 }
 
 int ZoFile::Close() {
-  if (isOpen == 0) return SetError(kNotOpen);
+  if (isOpen == 0) return Fail(kNotOpen, "the container is not open");
   if (inMemory != 0) {
     if (mode == 1) ::operator delete(buffer);
     buffer = nullptr;
@@ -150,8 +173,8 @@ int ZoFile::Close() {
   }
   if (mode == 1) {
     int64_t end = ZoPlatform::Position(handle);
-    if (end < 0 || !ZoPlatform::Truncate(handle, end)) return SetError(kIoFailure);
-    if (WriteHeader() == 0) return SetError(kIoFailure);
+    if (end < 0 || !ZoPlatform::Truncate(handle, end)) return Fail(kIoFailure, "the file could not be cut to its end");
+    if (WriteHeader() == 0) return Fail(kIoFailure, "the header could not be rewritten");
   }
   bool closed = ZoPlatform::Close(handle);
   handle = kZoInvalidFileHandle;
@@ -159,17 +182,18 @@ int ZoFile::Close() {
   buffer = nullptr;
   count = position = 0;
   isOpen = 0;
-  return SetError(closed ? kOk : kIoFailure);
+  return closed ? SetError(kOk) : Fail(kIoFailure, "the file could not be closed");
 }
 
 // --- Header ---------------------------------------------------------------------------
 
 int ZoFile::ReadHeader() {
   unsigned char header[kHeaderSize];
-  if (ReadBytes(kHeaderSize, header) != static_cast<uint32_t>(kHeaderSize)) return SetError(kIoFailure);
+  if (ReadBytes(kHeaderSize, header) != static_cast<uint32_t>(kHeaderSize))
+    return Fail(kIoFailure, "the file is shorter than the %d-byte header", kHeaderSize);
   int32_t magic;
   std::memcpy(&magic, header, 4);
-  if (magic != kMagic) return SetError(kBadModeOrMagic);
+  if (magic != kMagic) return Fail(kBadModeOrMagic, "bad magic 0x%08X", static_cast<uint32_t>(magic));
   std::memcpy(&formatVersion, header + 4, 2);
   std::memcpy(&version, header + 6, 2);
   int32_t tag;
@@ -186,8 +210,8 @@ int ZoFile::WriteHeader() {
   std::memcpy(header + 4, &formatVersion, 2);
   std::memcpy(header + 6, &version, 2);
   std::memcpy(header + 8, &tag, 4);
-  if (ZoPlatform::Seek(handle, 0, 0) != 0) return SetError(kIoFailure);
-  if (ZoPlatform::Write(handle, header, kHeaderSize) != kHeaderSize) return SetError(kIoFailure);
+  if (ZoPlatform::Seek(handle, 0, 0) != 0 || ZoPlatform::Write(handle, header, kHeaderSize) != kHeaderSize)
+    return Fail(kIoFailure, "the header could not be written");
   return SetError(kOk);
 }
 
@@ -238,13 +262,13 @@ uint32_t ZoFile::ReadFromFileBuffer(uint32_t wanted, char* destination) {
       int64_t got = ZoPlatform::Read(handle, buffer, kBufferSize);
       if (got < 0) {
         count = position = 0;
-        SetError(kIoFailure);
+        Fail(kIoFailure, "the file could not be read");
         return delivered;
       }
       count = static_cast<uint32_t>(got);
       position = 0;
       if (count == 0) {
-        SetError(kIoFailure);
+        Fail(kIoFailure, "the file ends %u bytes short", wanted - delivered);
         return 0;
       }
     }
@@ -262,13 +286,17 @@ uint32_t ZoFile::ReadFromMemory(uint32_t wanted, char* destination) {
   uint32_t take = wanted < available ? wanted : available;
   if (take > 0) std::memcpy(destination, buffer + position, take);
   position += take;
-  SetError(take < wanted ? kIoFailure : kOk);
+  if (take < wanted) {
+    Fail(kIoFailure, "%u bytes wanted, %u left", wanted, take);
+  } else {
+    SetError(kOk);
+  }
   return take;
 }
 
 uint32_t ZoFile::ReadBytes(uint32_t wanted, void* destination) {
   if (isOpen == 0 || mode != 0) {
-    SetError(kNotOpen);
+    Fail(kNotOpen, "the container is not open for reading");
     return 0;
   }
   if (wanted == 0) {
@@ -286,7 +314,7 @@ uint32_t ZoFile::WriteToMemory(uint32_t wanted, char const* source) {
     if (grown < needed) grown = needed;
     char* fresh = grown <= UINT32_MAX ? static_cast<char*>(::operator new(grown, std::nothrow)) : nullptr;
     if (fresh == nullptr) {
-      SetError(kIoFailure);
+      Fail(kIoFailure, "out of memory");
       return 0;
     }
     if (position > 0) std::memcpy(fresh, buffer, position);
@@ -302,7 +330,7 @@ uint32_t ZoFile::WriteToMemory(uint32_t wanted, char const* source) {
 
 uint32_t ZoFile::WriteBytes(uint32_t wanted, void const* source) {
   if (isOpen == 0 || mode != 1) {
-    SetError(kNotOpen);
+    Fail(kNotOpen, "the container is not open for writing");
     return 0;
   }
   if (wanted == 0) {
@@ -312,7 +340,11 @@ uint32_t ZoFile::WriteBytes(uint32_t wanted, void const* source) {
   if (inMemory != 0) return WriteToMemory(wanted, static_cast<char const*>(source));
   int64_t put = ZoPlatform::Write(handle, source, wanted);
   uint32_t written = put > 0 ? static_cast<uint32_t>(put) : 0;
-  SetError(written < wanted ? kIoFailure : kOk);
+  if (written < wanted) {
+    Fail(kIoFailure, "the file took %u of %u bytes", written, wanted);
+  } else {
+    SetError(kOk);
+  }
   return written;
 }
 
@@ -348,7 +380,7 @@ int ZoFile::Read(ZoString& value) {
     value = NULL_STRING;
     return 1;
   }
-  if (length < 0 || length > kMaxString) return SetError(kIoFailure);
+  if (length < 0 || length > kMaxString) return Fail(kIoFailure, "string length %d is outside 0 to %d", length, kMaxString);
   char scratch[kMaxString + 1];
   if (ReadExactly(static_cast<uint32_t>(length), scratch) == 0) return 0;
   value = ZoString(scratch, length);
@@ -370,12 +402,13 @@ int ZoFile::Write(ZoString const& value) {
 // --- Objects -------------------------------------------------------------------------------
 
 int ZoFile::Read(ZoFileObject& object) {
-  if (isOpen == 0 || mode != 0) return SetError(kNotOpen);
+  if (isOpen == 0 || mode != 0) return Fail(kNotOpen, "the container is not open for reading");
   ZoFileType found;
   if (ReadType(found) == 0) return 0;
   if (found != object.TypeInFile()) {
     Unread(4);
-    return SetError(kWrongType);
+    return Fail(kWrongType, "record type 0x%08X where 0x%08X belongs", static_cast<uint32_t>(static_cast<int32_t>(found)),
+                static_cast<uint32_t>(static_cast<int32_t>(object.TypeInFile())));
   }
   return object.ReadFromFile(*this) > 0 ? 1 : 0;
 }
@@ -394,7 +427,7 @@ ZoFileObject* ZoFile::ReadObject() {
 }
 
 int ZoFile::Write(ZoFileObject& object) {
-  if (isOpen == 0 || mode != 1) return SetError(kNotOpen);
+  if (isOpen == 0 || mode != 1) return Fail(kNotOpen, "the container is not open for writing");
   if (Write(object.TypeInFile()) == 0) return 0;
   return object.WriteToFile(*this);
 }
@@ -413,6 +446,6 @@ int ZoFile::PeekType(ZoFileType& value) {
 }
 
 int ZoFile::WriteTypeOf(ZoFileObject& object) {
-  if (isOpen == 0 || mode != 1) return SetError(kNotOpen);
+  if (isOpen == 0 || mode != 1) return Fail(kNotOpen, "the container is not open for writing");
   return Write(object.TypeInFile());
 }

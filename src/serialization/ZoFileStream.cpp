@@ -53,7 +53,7 @@ ZoFileHandle OpenByName(ZoString const& fileName, ZoFileMode mode) {
 ZoFileStream::ZoFileStream(ZoString const& fileName, ZoFileMode fileMode, bool buffered)
     : handle(OpenByName(fileName, fileMode)), ownsHandle(true), buffer(nullptr), count(0), index(0), mode(fileMode) {
   if (handle == kZoInvalidFileHandle) {
-    status = ZoStreamOpenError;
+    FailAt(-1, ZoStreamOpenError, "the file could not be opened");
     return;
   }
   TakeBuffer(buffered);
@@ -112,7 +112,7 @@ ZoStreamError ZoFileStream::ReadBuffered(uint32_t wanted, char* destination, boo
       count = got > 0 ? static_cast<uint32_t>(got) : 0;
       index = 0;
       if (count == 0) {
-        status = ZoStreamReadError;
+        Fail(ZoStreamReadError, "the file ends %u bytes short", wanted);
         break;
       }
     }
@@ -122,7 +122,7 @@ ZoStreamError ZoFileStream::ReadBuffered(uint32_t wanted, char* destination, boo
     index += take;
     wanted -= take;
   }
-  if (wanted > 0 && status == ZoStreamOk) status = ZoStreamReadError;
+  if (wanted > 0 && status == ZoStreamOk) Fail(ZoStreamReadError, "the file ends %u bytes short", wanted);
   return status;
 }
 
@@ -131,10 +131,11 @@ ZoStreamError ZoFileStream::ReadBytes(uint32_t wanted, void* destination) {
   if (buffer == nullptr) {
     int64_t got = ZoPlatform::Read(handle, destination, wanted);
     platformRead = true;
-    if (status == ZoStreamOk && got != static_cast<int64_t>(wanted)) status = ZoStreamReadError;
+    if (status == ZoStreamOk && got != static_cast<int64_t>(wanted))
+      Fail(ZoStreamReadError, "%u bytes wanted, %lld read", wanted, static_cast<long long>(got));
   } else if (status == ZoStreamOk) {
     if (mode != ZoFileRead) {
-      status = ZoStreamReadError;
+      Fail(ZoStreamReadError, "a buffered stream opened for writing cannot read");
     } else {
       SyncFromWindow();
       ReadBuffered(wanted, static_cast<char*>(destination), platformRead);
@@ -155,7 +156,7 @@ ZoStreamError ZoFileStream::WriteBuffered(uint32_t remaining, char const* source
         uint32_t sent = put > 0 ? static_cast<uint32_t>(put) : 0;
         std::memmove(buffer, buffer + sent, kBufferSize - sent);
         count = kBufferSize - sent;
-        status = ZoStreamWriteError;
+        Fail(ZoStreamWriteError, "the file took %u of %u bytes", sent, kBufferSize);
         break;
       }
       count = 0;
@@ -166,7 +167,7 @@ ZoStreamError ZoFileStream::WriteBuffered(uint32_t remaining, char const* source
     count += take;
     remaining -= take;
   }
-  if (remaining > 0 && status == ZoStreamOk) status = ZoStreamWriteError;
+  if (remaining > 0 && status == ZoStreamOk) Fail(ZoStreamWriteError, "%u bytes could not be written", remaining);
   return status;
 }
 
@@ -175,10 +176,11 @@ ZoStreamError ZoFileStream::WriteBytes(uint32_t remaining, void const* source) {
   if (buffer == nullptr) {
     int64_t put = ZoPlatform::Write(handle, source, remaining);
     platformWrite = true;
-    if (status == ZoStreamOk && put != static_cast<int64_t>(remaining)) status = ZoStreamWriteError;
+    if (status == ZoStreamOk && put != static_cast<int64_t>(remaining))
+      Fail(ZoStreamWriteError, "the file took %lld of %u bytes", static_cast<long long>(put), remaining);
   } else if (status == ZoStreamOk) {
     if (mode == ZoFileRead) {
-      status = ZoStreamWriteError;
+      Fail(ZoStreamWriteError, "a buffered stream opened for reading cannot write");
     } else {
       SyncFromWindow();
       WriteBuffered(remaining, static_cast<char const*>(source), platformWrite);
@@ -195,10 +197,13 @@ ZoStreamError ZoFileStream::Flush() {
   if (count > index) {
     if (mode == ZoFileRead) {
       int64_t back = -static_cast<int64_t>(count - index);
-      status = ZoPlatform::Seek(handle, back, 1) < 0 ? ZoStreamReadError : ZoStreamOk;
+      status = ZoStreamOk;
+      if (ZoPlatform::Seek(handle, back, 1) < 0) Fail(ZoStreamReadError, "the file position could not be moved back");
     } else {
       int64_t put = ZoPlatform::Write(handle, buffer, count);
-      status = put == static_cast<int64_t>(count) ? ZoStreamOk : ZoStreamWriteError;
+      status = ZoStreamOk;
+      if (put != static_cast<int64_t>(count))
+        Fail(ZoStreamWriteError, "the file took %lld of %u pending bytes", static_cast<long long>(put), count);
     }
     count = index = 0;
   }
@@ -210,6 +215,16 @@ ZoStreamError ZoFileStream::Seek(int32_t offset) {
   Flush();
   ZoPlatform::Seek(handle, offset, 1);
   return status;
+}
+
+int64_t ZoFileStream::Position() {
+  if (handle == kZoInvalidFileHandle) return -1;
+  int64_t position = ZoPlatform::Position(handle);
+  if (position < 0 || buffer == nullptr) return position;
+  SyncFromWindow();
+  // Read mode: the buffer's unread bytes are ahead of the stream; write
+  // mode: its pending bytes are behind the file.
+  return mode == ZoFileRead ? position - static_cast<int64_t>(count - index) : position + count;
 }
 
 int64_t ZoFileStream::BytesLeft() {

@@ -44,8 +44,7 @@ char* ZoMemoryStream::GetBuffer(int32_t& length) {
 ZoStreamError ZoMemoryStream::ReadBytes(uint32_t count, void* destination) {
   uint32_t position = GetPosition();
   if (capacity - position < count) {
-    status = ZoStreamReadError;
-    return status;
+    return Fail(ZoStreamReadError, "%u bytes wanted, %u left", count, capacity - position);
   }
   if (count > 0) std::memcpy(destination, buffer + position, count);
   SetPosition(position + count);
@@ -61,7 +60,7 @@ ZoStreamError ZoMemoryStream::WriteBytes(uint32_t count, void const* source) {
       if (grown - position < count) grown = static_cast<uint64_t>(position) + count;
       char* fresh = grown <= UINT32_MAX ? AllocateBuffer(static_cast<uint32_t>(grown)) : nullptr;
       if (fresh == nullptr) {
-        status = ZoStreamWriteError;
+        Fail(ZoStreamWriteError, "no memory to grow the buffer to %llu bytes", static_cast<unsigned long long>(grown));
       } else {
         if (position > 0) std::memcpy(fresh, buffer, position);
         if (ownsBuffer) ::operator delete(buffer);
@@ -71,7 +70,7 @@ ZoStreamError ZoMemoryStream::WriteBytes(uint32_t count, void const* source) {
         SetPosition(position);
       }
     } else {
-      status = ZoStreamWriteError;
+      Fail(ZoStreamWriteError, "%u bytes do not fit, %u left in the fixed buffer", count, capacity - position);
     }
   }
   if (status != ZoStreamOk) return status;
@@ -85,11 +84,12 @@ ZoStreamError ZoMemoryStream::Flush() { return status; }
 ZoStreamError ZoMemoryStream::Seek(int32_t offset) {
   uint32_t target = GetPosition() + static_cast<uint32_t>(offset);
   if (target >= capacity) {
-    status = ZoStreamSeekError;
-    return status;
+    return Fail(ZoStreamSeekError, "seek by %d leaves the %u-byte buffer", offset, capacity);
   }
   SetPosition(target);
   return status;
 }
+
+int64_t ZoMemoryStream::Position() { return GetPosition(); }
 
 int64_t ZoMemoryStream::BytesLeft() { return static_cast<int64_t>(capacity) - GetPosition(); }

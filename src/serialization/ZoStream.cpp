@@ -4,6 +4,8 @@
 #include <zoactor/serialization/ZoReadLimits.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include <cstdio>
+
 namespace {
 
 constexpr int32_t kNullTag = -2;
@@ -20,11 +22,67 @@ ZoStream::ZoStream()
       writeLimit(nullptr),
       status(ZoStreamOk),
       callBack(nullptr),
-      depth(0) {}
+      depth(0),
+      failureOffset(-1),
+      failureStatus(ZoStreamOk),
+      failureReason{} {}
 
 ZoStream::~ZoStream() { delete callBack; }
 
 int64_t ZoStream::BytesLeft() { return -1; }
+
+int64_t ZoStream::Position() { return -1; }
+
+int64_t ZoStream::PositionBack(int32_t back) {
+  int64_t position = Position();
+  return position >= back ? position - back : -1;
+}
+
+void ZoStream::SetStatus(ZoStreamError newStatus) {
+  if (newStatus != ZoStreamOk && !HasFailure()) {
+    FailAt(Position(), newStatus, "status %d set by the caller", static_cast<int>(newStatus));
+  }
+  status = newStatus;
+}
+
+// --- Why a read failed -------------------------------------------------------------
+
+void ZoStream::KeepFailure(int64_t offset, ZoStreamError error, char const* format, va_list arguments) {
+  if (HasFailure()) return;
+  std::vsnprintf(failureReason, sizeof failureReason, format, arguments);
+  // A reason must never read as "no failure".
+  if (failureReason[0] == '\0') std::snprintf(failureReason, sizeof failureReason, "status %d", static_cast<int>(error));
+  failureOffset = offset >= 0 ? offset : -1;
+  failureStatus = error;
+}
+
+ZoStreamError ZoStream::Fail(ZoStreamError error, char const* format, ...) {
+  if (!HasFailure()) {
+    va_list arguments;
+    va_start(arguments, format);
+    KeepFailure(Position(), error, format, arguments);
+    va_end(arguments);
+  }
+  status = error;
+  return error;
+}
+
+ZoStreamError ZoStream::FailAt(int64_t offset, ZoStreamError error, char const* format, ...) {
+  if (!HasFailure()) {
+    va_list arguments;
+    va_start(arguments, format);
+    KeepFailure(offset, error, format, arguments);
+    va_end(arguments);
+  }
+  status = error;
+  return error;
+}
+
+void ZoStream::ResetFailure() {
+  failureReason[0] = '\0';
+  failureOffset = -1;
+  failureStatus = ZoStreamOk;
+}
 
 void ZoStream::SetCallBack(ZoCallBack* newCallBack) {
   if (newCallBack == callBack) return;
@@ -50,7 +108,7 @@ ZoStream& ZoStream::operator>>(ZoString& text) {
   if (length == 0) {
     text = NULL_STRING;
   } else if (length < 0 || length > kZoMaxStreamString) {
-    status = ZoStreamFormatError;
+    FailAt(PositionBack(4), ZoStreamFormatError, "string length %d is outside 0 to %d", length, kZoMaxStreamString);
   } else {
     char scratch[kZoMaxStreamString + 1];
     if (ReadBytes(static_cast<uint32_t>(length), scratch) == ZoStreamOk) text = ZoString(scratch, length);
@@ -119,11 +177,15 @@ ZoStreamObject* ZoStream::ReadObject(ZoStreamObject* (*fallback)()) {
     // in the stream and the status stays as it is.
     type = tag;
     create = ZoStreamConstructorEntry::Find(type);
-    if (create == nullptr) return nullptr;
+    if (create == nullptr) {
+      // Not a failure of the status, but what follows is this body's bytes.
+      NoteUnknownFrame(type);
+      return nullptr;
+    }
   }
 
   if (depth >= ZoReadLimits::MaxDepth()) {
-    status = ZoStreamFormatError;
+    Fail(ZoStreamFormatError, "nesting deeper than %d", ZoReadLimits::MaxDepth());
     return nullptr;
   }
   int32_t savedType = currentType;
@@ -141,6 +203,14 @@ ZoStreamObject* ZoStream::ReadObject(ZoStreamObject* (*fallback)()) {
   return object;
 }
 
+void ZoStream::NoteUnknownFrame(int32_t type) {
+  if (HasFailure()) return;
+  ZoStreamError kept = status;
+  Fail(ZoStreamFormatError, "unknown type code 0x%08X", static_cast<uint32_t>(type));
+  failureStatus = ZoStreamOk;
+  status = kept;
+}
+
 ZoStreamObject* ZoStream::CreateObject(int32_t type) {
   ZoStreamCreateFunction create = ZoStreamConstructorEntry::Find(type);
   return create != nullptr ? create() : nullptr;
@@ -149,20 +219,34 @@ ZoStreamObject* ZoStream::CreateObject(int32_t type) {
 // --- Untrusted counts ------------------------------------------------------------
 
 bool ZoStream::CheckCount(int64_t count, uint32_t encodedSize, uint32_t memorySize) {
+  return CheckCountAt(count, encodedSize, memorySize, 0);
+}
+
+// `back` is how many bytes behind the position the count stands, so that a
+// refusal names the count's own offset.
+bool ZoStream::CheckCountAt(int64_t count, uint32_t encodedSize, uint32_t memorySize, int32_t back) {
   if (status != ZoStreamOk) return false;
   if (count < 0) {
-    status = ZoStreamFormatError;
+    FailAt(PositionBack(back), ZoStreamFormatError, "count %lld is negative", static_cast<long long>(count));
     return false;
   }
   // count < 2^63 and sizes < 2^32: compare by division so nothing overflows.
   int64_t left = BytesLeft();
   if (left >= 0 && encodedSize > 0 && count > left / static_cast<int64_t>(encodedSize)) {
-    status = ZoStreamReadError;
+    if (encodedSize == 1) {
+      FailAt(PositionBack(back), ZoStreamReadError, "count %lld exceeds the %lld bytes left", static_cast<long long>(count),
+             static_cast<long long>(left));
+    } else {
+      FailAt(PositionBack(back), ZoStreamReadError, "count %lld of %u-byte elements exceeds the %lld bytes left",
+             static_cast<long long>(count), encodedSize, static_cast<long long>(left));
+    }
     return false;
   }
   uint64_t element = encodedSize > memorySize ? encodedSize : memorySize;
   if (element > 0 && static_cast<uint64_t>(count) > ZoReadLimits::MaxAllocation() / element) {
-    status = ZoStreamFormatError;
+    FailAt(PositionBack(back), ZoStreamFormatError, "count %lld of %llu-byte elements passes the %llu-byte allocation cap",
+           static_cast<long long>(count), static_cast<unsigned long long>(element),
+           static_cast<unsigned long long>(ZoReadLimits::MaxAllocation()));
     return false;
   }
   return true;
@@ -171,7 +255,7 @@ bool ZoStream::CheckCount(int64_t count, uint32_t encodedSize, uint32_t memorySi
 bool ZoStream::ReadCount(int32_t& count, uint32_t encodedSize, uint32_t memorySize) {
   int32_t value = 0;
   if ((*this >> value).status != ZoStreamOk) return false;
-  if (!CheckCount(value, encodedSize, memorySize)) return false;
+  if (!CheckCountAt(value, encodedSize, memorySize, 4)) return false;
   count = value;
   return true;
 }
@@ -180,7 +264,7 @@ bool ZoStream::ReadLoopCount(int32_t& count, uint32_t encodedSize, uint32_t memo
   int32_t value = 0;
   if ((*this >> value).status != ZoStreamOk) return false;
   if (value < 0) value = 0;
-  if (!CheckCount(value, encodedSize, memorySize)) return false;
+  if (!CheckCountAt(value, encodedSize, memorySize, 4)) return false;
   count = value;
   return true;
 }
@@ -189,7 +273,7 @@ bool ZoStream::ReadLoopCount(int32_t& count, uint32_t encodedSize, uint32_t memo
 
 ZoStreamNesting::ZoStreamNesting(ZoStream& nested) : stream(nested), entered(false) {
   if (stream.depth >= ZoReadLimits::MaxDepth()) {
-    stream.status = ZoStreamFormatError;
+    stream.Fail(ZoStreamFormatError, "nesting deeper than %d", ZoReadLimits::MaxDepth());
     return;
   }
   ++stream.depth;

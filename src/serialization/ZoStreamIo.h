@@ -12,6 +12,11 @@
 
 namespace zostreamio {
 
+// Fails a read that could not get memory for what it read.
+inline ZoStreamError OutOfMemory(ZoStream& stream, ZoStreamError error = ZoStreamReadError) {
+  return stream.Fail(error, "out of memory");
+}
+
 // Reads the raw image of `target` (a plain struct such as ZoVector3) as one
 // block and stores it only when the whole block arrived, so a failed read
 // leaves `target` unchanged whatever the stream delivered.

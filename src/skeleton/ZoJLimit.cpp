@@ -3,6 +3,7 @@
 #include <zoactor/foundation/ZoXformMatrix3.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "serialization/ZoFormatVersions.h"
 #include "skeleton/ZoSkeletonIo.h"
 
 #include <cmath>
@@ -14,9 +15,6 @@ using zoactorio::WriteBlock;
 using zoactorio::WriteValue;
 
 namespace {
-
-// The first version whose hinge bodies carry longArc.
-constexpr int32_t kVersionLongArc = 27;
 
 // π and 2π as the limits compute with them.
 constexpr float kPi = 3.1415927f;
@@ -123,7 +121,7 @@ ZoStreamError ZoJLHinge::ReadFromStream(ZoStream& stream) {
   ReadBlock(stream, maxRot);
   ReadValue(stream, coefA);
   ReadValue(stream, coefB);
-  if (stream.version >= kVersionLongArc) {
+  if (stream.version >= zoversion::kLimitLongArc) {
     ReadValue(stream, longArc);
   } else {
     longArc = 0;

@@ -275,8 +275,8 @@ ZoStreamError ZoProtoNode::ReadFromStream(ZoStream& stream) {
   // Children are bare bodies inside this one: count the level.
   ZoStreamNesting level(stream);
   if (!level.Entered()) return stream.Status();
-  if (stream.version < kVersionCurrentLayout) return ReadOlder(stream);
-  return ReadCurrent(stream);
+  if (stream.version >= zoversion::kCurrentLayout) return ReadCurrent(stream);
+  return ReadOlder(stream);
 }
 
 ZoStreamError ZoProtoNode::ReadCurrent(ZoStream& stream) {
@@ -293,7 +293,8 @@ ZoStreamError ZoProtoNode::ReadCurrent(ZoStream& stream) {
     if (model == nullptr) return OutOfMemory(stream);
     if ((stream >> *model).Status() != ZoStreamOk) return stream.Status();
     SetColModel(model.release());
-    if (stream.version < kVersionStoredTree && colModel->GetTriangleSet() != nullptr) BuildTree();
+    bool treeComplete = stream.version >= zoversion::kOrientedBox;
+    if (!treeComplete && colModel->GetTriangleSet() != nullptr) BuildTree();
   } else if (modelFormat == SetOnly || modelFormat == SetRebuildTree) {
     std::unique_ptr<ZoTriangleSet> set(new (std::nothrow) ZoTriangleSet);
     if (set == nullptr) return OutOfMemory(stream);
@@ -322,7 +323,7 @@ ZoStreamError ZoProtoNode::ReadCurrent(ZoStream& stream) {
 
   // 12, 13. UV flag and stiffness.
   if (ReadValue(stream, uvNormalized) != ZoStreamOk) return stream.Status();
-  if (stream.version >= kVersionStiffness) {
+  if (stream.version >= zoversion::kNodeStiffness) {
     if (ReadValue(stream, stiffness) != ZoStreamOk) return stream.Status();
   } else {
     stiffness = 1.0f;
@@ -451,7 +452,7 @@ ZoStreamError ZoProtoNode::WriteToStream(ZoStream& stream) const {
   WriteStyleRecord(stream);
 
   WriteValue(stream, uvNormalized);
-  if (stream.version >= kVersionStiffness) WriteValue(stream, stiffness);
+  if (stream.version >= zoversion::kNodeStiffness) WriteValue(stream, stiffness);
 
   int32_t children = 0;
   for (ZoTreeNode* c = firstChild(); c != nullptr; c = c->nextSibling())

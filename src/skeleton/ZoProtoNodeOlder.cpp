@@ -40,10 +40,6 @@ struct OlderTriangle {
 
 static_assert(sizeof(OlderVertex) == 32 && sizeof(OlderTriangle) == 8, "older geometry records are read raw");
 
-ZoStreamError Fail(ZoStream& stream, ZoStreamError error) {
-  stream.SetStatus(error);
-  return error;
-}
 
 // Reads and drops `count` bytes.
 ZoStreamError Skip(ZoStream& stream, uint32_t count) {
@@ -106,21 +102,21 @@ ZoTriangleSet* ReadOlderGeometryRecord(ZoStream& stream) {
     return nullptr;
 
   // 4. A trailer of 24 bytes from version 43.
-  if (stream.version >= kVersionGeometryTrailer && Skip(stream, 24) != ZoStreamOk) return nullptr;
+  if (stream.version >= zoversion::kGeometryTrailer && Skip(stream, 24) != ZoStreamOk) return nullptr;
 
   // Every index must lie in what it indexes; triangles need three vertices.
   if (numTriangles > 0 && numVertices < 3) {
-    Fail(stream, ZoStreamFormatError);
+    stream.Fail(ZoStreamFormatError, "%d triangles on %d vertices", numTriangles, numVertices);
     return nullptr;
   }
   for (OlderTriangle const& t : triangles) {
     for (int16_t corner : t.corner)
       if (corner < 0 || corner >= numVertices) {
-        Fail(stream, ZoStreamFormatError);
+        stream.Fail(ZoStreamFormatError, "corner index %d outside the %d vertices", corner, numVertices);
         return nullptr;
       }
     if (t.material < 0 || t.material >= set->GetNumMaterials()) {
-      Fail(stream, ZoStreamFormatError);
+      stream.Fail(ZoStreamFormatError, "material index %d outside the %d materials", t.material, set->GetNumMaterials());
       return nullptr;
     }
   }
@@ -186,24 +182,25 @@ ZoStreamError ZoProtoNode::ReadOlder(ZoStream& stream) {
 
   // 2, 3. Model format and geometry.
   if (ReadValue(stream, modelFormat) != ZoStreamOk) return stream.Status();
-  if (version < kVersionFormatOne && modelFormat == SetOnly) modelFormat = SetRebuildTree;
+  bool formatOneMeansOne = version >= zoversion::kNodeFormatOne;
+  if (!formatOneMeansOne && modelFormat == SetOnly) modelFormat = SetRebuildTree;
   if (ReadOlderGeometry(stream) != ZoStreamOk) return stream.Status();
 
   // 4. Joint limit.
   if (ReadJointLimit(stream) != ZoStreamOk) return stream.Status();
 
   // 5. Collision spheres: 16-byte records up to version 25.
-  uint32_t recordSize = version >= kVersionLongSphere ? 20 : 16;
+  uint32_t recordSize = version >= zoversion::kLongSphereRecords ? 20 : 16;
   if (ReadSpheres(stream, recordSize) != ZoStreamOk) return stream.Status();
 
   // 6. Properties.
-  if (version >= kVersionProperties && (stream >> properties).Status() != ZoStreamOk) return stream.Status();
+  if (version >= zoversion::kNodeProperties && (stream >> properties).Status() != ZoStreamOk) return stream.Status();
 
   // 7. Style and its record.
   if (ReadOlderStyleRecord(stream) != ZoStreamOk) return stream.Status();
 
   // 8. One word, ignored.
-  if (version >= kVersionIgnoredWord) {
+  if (version >= zoversion::kNodeIgnoredWord) {
     int32_t ignored = 0;
     if (ReadValue(stream, ignored) != ZoStreamOk) return stream.Status();
   }
@@ -212,7 +209,7 @@ ZoStreamError ZoProtoNode::ReadOlder(ZoStream& stream) {
   if (ReadChildren(stream, kMinOlderBody) != ZoStreamOk) return stream.Status();
 
   // 10. The UV flag; 0 flips the first texture pair of every vertex.
-  if (version >= kVersionUVFlag) {
+  if (version >= zoversion::kNodeUVFlag) {
     if (ReadValue(stream, uvNormalized) != ZoStreamOk) return stream.Status();
     ZoTriangleSet* set = TriangleSet();
     if (uvNormalized == 0 && set != nullptr && set->GetNumTexturesPerVertex() >= 1 && set->GetNumVertices() >= 1) {
@@ -255,24 +252,25 @@ ZoStreamError ZoProtoNode::ReadOlderStyleRecord(ZoStream& stream) {
       ZoProtoGeomInfo& g = *geomInfo;
       g.width = 0.0f;
       g.height = 0.0f;
-      if (version >= kVersionSquare) {
+      if (version >= zoversion::kNodeSquare) {
         if (ReadValue(stream, g.squareKind) != ZoStreamOk) return stream.Status();
         if (g.material.ReadOlderRecord(stream) != ZoStreamOk) return stream.Status();
         ReadValue(stream, g.width);
         ReadValue(stream, g.height);
       }
-      if (version >= kVersionGeomInt0) ReadValue(stream, g.geomInt0);
-      if (version >= kVersionGeomInts) {
+      if (version >= zoversion::kNodeGeomInt0) ReadValue(stream, g.geomInt0);
+      if (version >= zoversion::kNodeGeomInts) {
         ReadValue(stream, g.geomInt1);
         ReadValue(stream, g.geomInt2);
         ReadValue(stream, g.geomInt3);
       }
       break;
     }
-    case Handle:
+    case Handle: {
       if (handleInfo == nullptr) return OutOfMemory(stream);
       if (ReadBlock(stream, *handleInfo) != ZoStreamOk) return stream.Status();
-      if (version < kVersionHandleKinds) {
+      bool kindsInOrder = version >= zoversion::kHandleKindOrder;
+      if (!kindsInOrder) {
         if (handleInfo->handleKind == 1) {
           handleInfo->handleKind = 2;
         } else if (handleInfo->handleKind == 2) {
@@ -280,11 +278,12 @@ ZoStreamError ZoProtoNode::ReadOlderStyleRecord(ZoStream& stream) {
         }
       }
       break;
+    }
     case Floor:
       if (floorInfo == nullptr) return OutOfMemory(stream);
-      if (version >= kVersionFloorRecord) {
+      if (version >= zoversion::kFloorRecord) {
         ReadBlock(stream, *floorInfo);
-      } else if (version >= kVersionFloorWord) {
+      } else if (version >= zoversion::kFloorWord) {
         ReadValue(stream, floorInfo->floorWord0);
       }
       break;

@@ -2,6 +2,8 @@
 
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "serialization/ZoStreamIo.h"
+
 #include <new>
 #include <utility>
 
@@ -79,8 +81,7 @@ ZoStreamError ZoArrayValue::ReadFromStream(ZoStream& stream) {
   int32_t count = 0;
   if (!stream.ReadLoopCount(count, kMinFramedItem, sizeof(ZoTypedValue*))) return stream.Status();
   if (SetNumItems(count) == 0) {
-    stream.SetStatus(ZoStreamFormatError);
-    return stream.Status();
+    return zostreamio::OutOfMemory(stream, ZoStreamFormatError);
   }
   for (int32_t i = 0; i < numItems; ++i) {
     ZoTypedValue* item = stream.ReadObjectAs<ZoTypedValue>(nullptr);

@@ -4,13 +4,12 @@
 
 #include <cstring>
 #include <new>
+#include "serialization/ZoFormatVersions.h"
 
 namespace {
 
-// Older camera records: from 48 on an int32 and three floats, at 47 sixteen
-// bytes without use, before that eight.
-constexpr int32_t kVersionCameraFields = 48;
-constexpr int32_t kVersionSixteenBytes = 47;
+// Older camera records: from kCameraFields on an int32 and three floats, at
+// kCameraSixteenBytes sixteen bytes without use, before that eight.
 
 }  // namespace
 
@@ -51,9 +50,9 @@ ZoTypedValue* ZoCamera::Copy() const {
 
 ZoStreamError ZoCamera::ReadOlderRecord(ZoStream& stream) {
   unsigned char record[16];
-  uint32_t size = stream.version >= kVersionSixteenBytes ? 16 : 8;
+  uint32_t size = stream.version >= zoversion::kCameraSixteenBytes ? 16 : 8;
   if (stream.ReadBytes(size, record) != ZoStreamOk) return stream.Status();
-  if (stream.version >= kVersionCameraFields) {
+  if (stream.version >= zoversion::kCameraFields) {
     int32_t oldKind = 0;
     std::memcpy(&oldKind, record, 4);
     kind = oldKind == 0 ? 1 : 0;

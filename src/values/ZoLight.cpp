@@ -5,15 +5,14 @@
 #include <cstring>
 #include <initializer_list>
 #include <new>
+#include "serialization/ZoFormatVersions.h"
 
 char const* const ZoLight::LIGHT_MAP = "LightMap";
 
 namespace {
 
-// Older light records by version: from 46 on with a 76-character name, 44
-// and 45 with a 64-character name, before that without a name.
-constexpr int32_t kVersionLongName = 46;
-constexpr int32_t kVersionShortName = 44;
+// Older light records: a 76-character name from kLightLongName, a
+// 64-character name from kLightShortName, before that none.
 
 constexpr uint32_t kLongRecord = 120;
 constexpr uint32_t kShortRecord = 108;
@@ -96,8 +95,8 @@ ZoTypedValue* ZoLight::Copy() const {
 
 ZoStreamError ZoLight::ReadOlderRecord(ZoStream& stream) {
   unsigned char record[kLongRecord];
-  uint32_t size = stream.version >= kVersionLongName    ? kLongRecord
-                  : stream.version >= kVersionShortName ? kShortRecord
+  uint32_t size = stream.version >= zoversion::kLightLongName    ? kLongRecord
+                  : stream.version >= zoversion::kLightShortName ? kShortRecord
                                                         : kOldestRecord;
   if (stream.ReadBytes(size, record) != ZoStreamOk) return stream.Status();
 

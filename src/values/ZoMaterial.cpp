@@ -2,6 +2,7 @@
 
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "serialization/ZoFormatVersions.h"
 #include "serialization/ZoStreamIo.h"
 
 #include <initializer_list>
@@ -12,13 +13,6 @@ char const* const ZoMaterial::NO_MASK = "NoMask";
 char const* const ZoMaterial::OPACITY_MASK = "OpacityMask";
 
 namespace {
-
-// The first version of the current material body.
-constexpr int32_t kVersionCurrentBody = 100;
-// The older record carries a trailing int32 from this version on...
-constexpr int32_t kVersionOldExtraInt = 20;
-// ...and a trailing string above this one.
-constexpr int32_t kVersionOldTrailingString = 9;
 
 // Old flag bits.
 constexpr int32_t kOldFlagOpaque = 1;
@@ -88,7 +82,8 @@ void ZoMaterial::SetOpacityMask(ZoString const& name) {
 }
 
 ZoStreamError ZoMaterial::ReadFromStream(ZoStream& stream) {
-  if (stream.version < kVersionCurrentBody) return ReadOlderRecord(stream);
+  bool current = stream.version >= zoversion::kCurrentLayout;
+  if (!current) return ReadOlderRecord(stream);
 
   if ((stream >> flags).Status() != ZoStreamOk) return stream.Status();
   for (ZoColor* color : {&color1, &color2, &color3, &color4})
@@ -97,8 +92,8 @@ ZoStreamError ZoMaterial::ReadFromStream(ZoStream& stream) {
   int32_t count = 0;
   if ((stream >> count).Status() != ZoStreamOk) return stream.Status();
   if (count < 0 || count > MAX_TEXTURES) {
-    stream.SetStatus(ZoStreamFormatError);
-    return stream.Status();
+    return stream.FailAt(stream.Position() - 4, ZoStreamFormatError, "texture count %d is outside 0 to %d", count,
+                         MAX_TEXTURES);
   }
   numTextures = count;
   for (int32_t i = 0; i < numTextures; ++i) {
@@ -156,14 +151,14 @@ ZoStreamError ZoMaterial::ReadOlderRecord(ZoStream& stream) {
   if ((stream >> oldFlags).Status() != ZoStreamOk) return stream.Status();
   flags = (!textured || (oldFlags & kOldFlagOpaque) != 0) ? 4 : 0;
   if ((oldFlags & kOldFlagTwoSided) != 0) flags |= FLAG_TWO_SIDED;
-  if (stream.version >= kVersionOldExtraInt) {
+  if (stream.version >= zoversion::kMaterialExtraInt) {
     int32_t extra = 0;
     if ((stream >> extra).Status() != ZoStreamOk) return stream.Status();
   }
 
   // 11. Bit 2 in every case; 12. a string dropped above version 9.
   flags |= 2;
-  if (stream.version > kVersionOldTrailingString) {
+  if (stream.version >= zoversion::kMaterialTrailingString) {
     ZoString trailing;
     stream >> trailing;
   }

@@ -1,5 +1,7 @@
 #include <zoactor/values/ZoOpaqueValue.h>
 
+#include "serialization/ZoStreamIo.h"
+
 #include <cstring>
 #include <new>
 
@@ -34,14 +36,13 @@ ZoStreamError ZoOpaqueValue::ReadFromStream(ZoStream& stream) {
   sourceType = stream.currentType;
   int32_t declared = stream.currentSize;
   if (declared <= 0) {
-    if (declared < 0) stream.SetStatus(ZoStreamFormatError);
+    if (declared < 0) stream.Fail(ZoStreamFormatError, "declared body size %d is negative", declared);
     return stream.Status();
   }
   if (!stream.CheckCount(declared, 1)) return stream.Status();
   std::unique_ptr<char[]> bytes(new (std::nothrow) char[static_cast<size_t>(declared)]);
   if (bytes == nullptr) {
-    stream.SetStatus(ZoStreamFormatError);
-    return stream.Status();
+    return zostreamio::OutOfMemory(stream, ZoStreamFormatError);
   }
   if (stream.ReadBytes(static_cast<uint32_t>(declared), bytes.get()) != ZoStreamOk) return stream.Status();
   data = std::move(bytes);

@@ -5,14 +5,12 @@
 #include <zoactor/values/ZoListValue.h>
 #include <zoactor/values/ZoOpaqueValue.h>
 
+#include "serialization/ZoStreamIo.h"
+
 #include <new>
+#include "serialization/ZoFormatVersions.h"
 
 namespace {
-
-// The first version whose properties carry framed values with unknown ones
-// kept, and the first whose properties carry framed values at all.
-constexpr int32_t kVersionOpaqueValues = 100;
-constexpr int32_t kVersionFramedValues = 42;
 
 // Value kinds of the oldest property layout.
 enum OldKind : int32_t {
@@ -57,7 +55,7 @@ ZoTypedValue* ReadOldValue(ZoStream& stream, int32_t kind) {
       ZoTypedValue* value = NewOldKindValue(kind);
       if (value == nullptr) {
         // The body cannot be read without its object; stop rather than misread.
-        stream.SetStatus(ZoStreamFormatError);
+        zostreamio::OutOfMemory(stream, ZoStreamFormatError);
         return nullptr;
       }
       stream >> *value;
@@ -134,13 +132,14 @@ int ZoProperty::operator==(ZoProperty const& other) const {
 ZoStreamError ZoProperty::ReadFromStream(ZoStream& stream) {
   SetValue(nullptr);
   int32_t kind = 0;
-  bool oldest = stream.version < kVersionFramedValues;
-  if (oldest && (stream >> kind).Status() != ZoStreamOk) return stream.Status();
+  bool framed = stream.version >= zoversion::kFramedPropertyValues;
+  if (!framed && (stream >> kind).Status() != ZoStreamOk) return stream.Status();
   if ((stream >> name).Status() != ZoStreamOk) return stream.Status();
 
-  if (stream.version >= kVersionOpaqueValues)
+  // Values of unknown sized classes are kept as opaque values in the current layout.
+  if (stream.version >= zoversion::kCurrentLayout)
     value = stream.ReadObjectAs<ZoTypedValue>(&ZoOpaqueValue::Create);
-  else if (!oldest)
+  else if (framed)
     value = stream.ReadObjectAs<ZoTypedValue>(nullptr);
   else
     value = ReadOldValue(stream, kind);

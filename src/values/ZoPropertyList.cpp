@@ -3,6 +3,8 @@
 #include <zoactor/serialization/ZoStream.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "serialization/ZoStreamIo.h"
+
 #include <new>
 
 namespace {
@@ -139,7 +141,7 @@ ZoStreamError ZoPropertyList::ReadFromStream(ZoStream& stream) {
   for (int32_t i = 0; i < propertyCount; ++i) {
     auto* property = new (std::nothrow) ZoProperty;
     if (property == nullptr) {
-      stream.SetStatus(ZoStreamFormatError);
+      zostreamio::OutOfMemory(stream, ZoStreamFormatError);
       break;
     }
     stream >> *property;

@@ -3,6 +3,8 @@
 #include <zoactor/serialization/ZoStream.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "serialization/ZoStreamIo.h"
+
 #include <algorithm>
 #include <memory>
 #include <new>
@@ -148,16 +150,13 @@ ZoStreamError ZoPropertyTable::ReadFromStream(ZoStream& stream) {
   std::unique_ptr<ZoProperty*[]> read;
   if (propertyCount > 0) {
     read.reset(new (std::nothrow) ZoProperty*[static_cast<size_t>(propertyCount)]);
-    if (read == nullptr) {
-      stream.SetStatus(ZoStreamFormatError);
-      return stream.Status();
-    }
+    if (read == nullptr) return zostreamio::OutOfMemory(stream, ZoStreamFormatError);
   }
   int32_t kept = 0;
   for (int32_t i = 0; i < propertyCount; ++i) {
     auto* property = new (std::nothrow) ZoProperty;
     if (property == nullptr) {
-      stream.SetStatus(ZoStreamFormatError);
+      zostreamio::OutOfMemory(stream, ZoStreamFormatError);
       break;
     }
     stream >> *property;

@@ -21,6 +21,10 @@
 //   truncate, rewrite the header or close); 5 the next object's type is not
 //   the type of the object being read.
 //
+// Why an operation failed: besides the last error, the container keeps its
+// first failure since it was opened (or ResetFailure): the position in the
+// container where it happened and a reason text. Keeping it allocates nothing.
+//
 // Files are read through a 2048-byte buffer and written straight through; a
 // written file gets its header twice, provisionally at Open and finally at
 // Close (so a type or version set after opening reaches the file). The
@@ -82,6 +86,13 @@ class ZOACTOR_API ZoFile {
   ZoString const& Filename() const { return fileName; }
   ZoFileType GetObjectType() const { return objectType; }
   int GetLastError() const { return lastError; }
+  // The first failure since the container was opened: true while one is kept.
+  bool HasFailure() const { return failureReason[0] != '\0'; }
+  // Its position in the container, or -1 when unknown.
+  int64_t FailureOffset() const { return failureOffset; }
+  // Its reason, or the empty string.
+  char const* FailureReason() const { return failureReason; }
+  void ResetFailure();
   bool IsOpen() const { return isOpen != 0; }
   bool IsInMemory() const { return inMemory != 0; }
   int GetMode() const { return mode; }
@@ -150,11 +161,16 @@ class ZOACTOR_API ZoFile {
   int64_t SetFilePointer(int64_t offset, int origin);
   // Stores `code` as the last error; returns 1 when it is 0.
   int SetError(int code);
+  // Stores a failing `code` and keeps it as the first failure with the reason
+  // formatted from `format` when none is kept yet; returns 0.
+  int Fail(int code, char const* format, ...) __attribute__((format(printf, 3, 4)));
 
   ZoFileHandle handle;
   int isOpen;
   int inMemory;
   int lastError;
+  int64_t failureOffset;
+  char failureReason[96];
   int mode;
   ZoFileType type;
   uint16_t formatVersion;

@@ -66,6 +66,8 @@ class ZOACTOR_API ZoFileStream : public ZoStream {
   // For a read stream: the bytes between the logical position and the end of
   // a regular file; -1 otherwise.
   int64_t BytesLeft() final;
+  // The logical position: what was read or written through the stream.
+  int64_t Position() final;
 
   ZoFileHandle GetHandle() const { return handle; }
   ZoFileMode GetMode() const { return mode; }

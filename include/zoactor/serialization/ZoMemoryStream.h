@@ -45,6 +45,7 @@ class ZOACTOR_API ZoMemoryStream : public ZoStream {
   ZoStreamError Seek(int32_t offset) final;
   // capacity − position.
   int64_t BytesLeft() final;
+  int64_t Position() final;
 
   uint32_t GetCapacity() const { return capacity; }
   uint32_t GetPosition() const { return static_cast<uint32_t>(cursor - buffer); }

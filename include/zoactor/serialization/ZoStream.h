@@ -16,6 +16,13 @@
 // Reading untrusted data: counts are checked with CheckCount before anything
 // is allocated from them, nested framed objects are bounded by
 // ZoReadLimits::MaxDepth(), and strings are bounded at 512 characters.
+//
+// Why a read failed: beside the status, which a later good read may clear,
+// the stream keeps its first failure until ResetFailure(): the byte offset
+// where it happened and a reason text ("count 2147483647 exceeds the 812
+// bytes left"). Recording it allocates nothing; the text lives in the stream.
+// An unsized frame of an unknown class is recorded too, although the status
+// stays ZoStreamOk: its body stays unread and explains what goes wrong next.
 #ifndef ZOACTOR_SERIALIZATION_ZOSTREAM_H
 #define ZOACTOR_SERIALIZATION_ZOSTREAM_H
 
@@ -24,6 +31,7 @@
 #include <zoactor/serialization/ZoStreamError.h>
 #include <zoactor/serialization/ZoStreamObject.h>
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -40,6 +48,10 @@ constexpr int32_t kZoCurrentVersion = 106;
 // The longest string a stream reads back (longer ones are written but fail
 // to read with ZoStreamFormatError).
 constexpr int32_t kZoMaxStreamString = 512;
+
+// The room a stream keeps for the reason of its first failure, terminator
+// included.
+constexpr int32_t kZoMaxFailureReason = 96;
 
 class ZOACTOR_API ZoStream {
  public:
@@ -75,9 +87,33 @@ class ZOACTOR_API ZoStream {
   // --- Status -----------------------------------------------------------------
 
   ZoStreamError Status() const { return status; }
-  // Stores a status (callers use it to clear or force an error; the library
-  // itself never does).
-  void SetStatus(ZoStreamError newStatus) { status = newStatus; }
+  // Stores a status (callers use it to clear or force an error). Forcing an
+  // error records it as a failure without a reason of its own.
+  void SetStatus(ZoStreamError newStatus);
+
+  // --- Why a read failed --------------------------------------------------------
+
+  // Sets the status to `error` and, when no failure is kept yet, keeps this
+  // one: the current position and the reason formatted from `format` (printf
+  // rules, cut at kZoMaxFailureReason − 1 characters). Returns `error`.
+  ZoStreamError Fail(ZoStreamError error, char const* format, ...) __attribute__((format(printf, 3, 4)));
+  // The same with an explicit byte offset (-1 when unknown).
+  ZoStreamError FailAt(int64_t offset, ZoStreamError error, char const* format, ...)
+      __attribute__((format(printf, 4, 5)));
+  // True while a failure is kept.
+  bool HasFailure() const { return failureReason[0] != '\0'; }
+  // The kept failure's byte offset from the start of the stream (-1 when the
+  // stream cannot tell, or no failure is kept).
+  int64_t FailureOffset() const { return failureOffset; }
+  // The kept failure's reason, or the empty string.
+  char const* FailureReason() const { return failureReason; }
+  // The kept failure's status (ZoStreamOk for a recorded unknown frame).
+  ZoStreamError FailureStatus() const { return failureStatus; }
+  // Forgets the kept failure (the status is left as it is).
+  void ResetFailure();
+  // The byte offset of the position from the start of the data, or -1 when
+  // the stream cannot tell. Used when a failure is recorded.
+  virtual int64_t Position();
   // Takes ownership of `newCallBack` (null allowed), destroying the one held
   // so far. Only file streams raise notifications through it.
   void SetCallBack(ZoCallBack* newCallBack);
@@ -207,6 +243,13 @@ class ZOACTOR_API ZoStream {
  private:
   friend class ZoStreamNesting;
 
+  // Keeps "unknown type code" as the failure while the status stays as it is.
+  void NoteUnknownFrame(int32_t type);
+  // The position `back` bytes ago, or -1 when the stream cannot tell.
+  int64_t PositionBack(int32_t back);
+  void KeepFailure(int64_t offset, ZoStreamError error, char const* format, va_list arguments);
+  bool CheckCountAt(int64_t count, uint32_t encodedSize, uint32_t memorySize, int32_t back);
+
   ZoStream& Put(void const* value, uint32_t count) {
     if (status == ZoStreamOk && writeLimit - cursor >= static_cast<ptrdiff_t>(count)) {
       std::memcpy(cursor, value, count);
@@ -231,6 +274,9 @@ class ZOACTOR_API ZoStream {
   }
 
   int32_t depth;
+  int64_t failureOffset;
+  ZoStreamError failureStatus;
+  char failureReason[kZoMaxFailureReason];
 };
 
 // Counts one level of nesting for a reader that recurses into bare bodies
@@ -257,8 +303,9 @@ T* ZoStream::ReadObjectAs(ZoStreamObject* (*fallback)()) {
   if (object == nullptr) return nullptr;
   T* typed = dynamic_cast<T*>(object);
   if (typed == nullptr) {
+    int32_t found = object->StreamType();
     delete object;
-    status = ZoStreamFormatError;
+    Fail(ZoStreamFormatError, "an object of type code 0x%08X where another class belongs", static_cast<uint32_t>(found));
   }
   return typed;
 }
