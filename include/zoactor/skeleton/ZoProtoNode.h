@@ -59,6 +59,9 @@
 //   outside 1 to 3.
 // - Reading a style record starts from a fresh default record of the style
 //   read, also when the node already had that style.
+// - A node whose record DeleteInfo removed keeps its style: it writes the
+//   default record of that style, so that its body stays readable, and
+//   CreateColModel builds no marker for it.
 // - Counts: a negative sphere or child count reads as 0; counts larger
 //   than the stream can hold fail before anything is allocated. Children
 //   nest at most ZoReadLimits::MaxDepth() levels (ZoStreamFormatError past
@@ -99,8 +102,8 @@
 #include <zoactor/values/ZoPropertyTable.h>
 
 #include <cstdint>
-#include <memory>
 #include <type_traits>
+#include <variant>
 
 class ZoAi;
 class ZoColModel;
@@ -153,6 +156,12 @@ struct ZOACTOR_API ZoColSphere {
   float radius = 0.0f;
   uint32_t word4 = 0;
 };
+
+// The style record of a node: one alternative per style, in style order, so
+// that the alternative's index is the style for styles 1 to 6; a style
+// without a record holds std::monostate.
+using ZoProtoStyleRecord = std::variant<std::monostate, ZoProtoGeomInfo, ZoProtoHandleInfo, ZoProtoFloorInfo, ZoCamera,
+                                        ZoLight, ZoProtoSplineInfo>;
 
 static_assert(sizeof(ZoProtoHandleInfo) == 16 && sizeof(ZoProtoFloorInfo) == 8 && sizeof(ZoColSphere) == 20,
               "handle, floor and sphere records stream as their raw bytes");
@@ -233,12 +242,12 @@ class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
   // (none outside 1 to 6).
   void SetStyle(int32_t newStyle);
   // The record of the node's style, or null when the style differs.
-  ZoProtoGeomInfo* GeomInfo() const { return style == Geometry ? geomInfo.get() : nullptr; }
-  ZoProtoHandleInfo* HandleInfo() const { return style == Handle ? handleInfo.get() : nullptr; }
-  ZoProtoFloorInfo* FloorInfo() const { return style == Floor ? floorInfo.get() : nullptr; }
-  ZoCamera* CameraInfo() const { return style == Camera ? cameraInfo.get() : nullptr; }
-  ZoLight* LightInfo() const { return style == Light ? lightInfo.get() : nullptr; }
-  ZoProtoSplineInfo* SplineInfo() const { return style == SplineStyle ? splineInfo.get() : nullptr; }
+  ZoProtoGeomInfo* GeomInfo() const;
+  ZoProtoHandleInfo* HandleInfo() const;
+  ZoProtoFloorInfo* FloorInfo() const;
+  ZoCamera* CameraInfo() const;
+  ZoLight* LightInfo() const;
+  ZoProtoSplineInfo* SplineInfo() const;
 
   // --- Collision ---------------------------------------------------------------
 
@@ -299,19 +308,16 @@ class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
   void DeleteInfo();
 
  private:
-  void CreateInfo();
   void CopyContentFrom(ZoProtoNode const& other);
   ZoStreamError ReadCurrent(ZoStream& stream);
+  ZoStreamError ReadCurrentGeometry(ZoStream& stream);
   ZoStreamError ReadOlder(ZoStream& stream);
+  ZoStreamError ReadOlderGeometry(ZoStream& stream);
   ZoStreamError ReadJointLimit(ZoStream& stream);
   ZoStreamError ReadSpheres(ZoStream& stream, uint32_t recordSize);
   // Reads a style code and replaces the style record with a fresh one of it.
   ZoStreamError ReadStyleCode(ZoStream& stream);
-  ZoStreamError ReadStyleRecord(ZoStream& stream);
-  ZoStreamError ReadOlderGeometry(ZoStream& stream);
-  ZoStreamError ReadOlderStyleRecord(ZoStream& stream);
   ZoStreamError ReadChildren(ZoStream& stream, uint32_t minimumBody);
-  ZoStreamError WriteStyleRecord(ZoStream& stream) const;
   // The model format the body carries (see the file comment).
   int32_t WrittenModelFormat() const;
   ZoTriangleSet* TriangleSet() const;
@@ -328,12 +334,9 @@ class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
   int32_t style;
   int32_t modelFormat;
   int32_t uvNormalized;
-  std::unique_ptr<ZoProtoGeomInfo> geomInfo;
-  std::unique_ptr<ZoProtoHandleInfo> handleInfo;
-  std::unique_ptr<ZoProtoFloorInfo> floorInfo;
-  std::unique_ptr<ZoCamera> cameraInfo;
-  std::unique_ptr<ZoLight> lightInfo;
-  std::unique_ptr<ZoProtoSplineInfo> splineInfo;
+  // Mutable because the record accessors hand it out for editing also from a
+  // const node, as they always have.
+  mutable ZoProtoStyleRecord styleRecord;
   float stiffness;
   ZoAi* userData;
 };
