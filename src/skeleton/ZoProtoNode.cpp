@@ -92,27 +92,24 @@ ZoStreamError WriteRecord(ZoStream& stream, ZoProtoStyleRecord const& record) {
 
 // --- Collision-sphere list -----------------------------------------------------
 
-ZoColSphereList::ZoColSphereList(ZoColSphereList const& other) : ZoDblList() { *this = other; }
+ZoColSphereList::ZoColSphereList(ZoColSphereList const& other) { *this = other; }
 
 ZoColSphereList& ZoColSphereList::operator=(ZoColSphereList const& other) {
   if (this == &other) return *this;
-  Clear();
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = other.GetFirst(cursor); item != nullptr; item = other.GetNext(cursor))
-    if (!AppendCopy(*static_cast<ZoColSphere const*>(item))) break;
+  try {
+    spheres = other.spheres;
+  } catch (std::bad_alloc const&) {
+    spheres.clear();
+  }
   return *this;
 }
 
-ZoColSphereList::~ZoColSphereList() { ZoColSphereList::Clear(); }
-
-void ZoColSphereList::Clear() {
-  while (!IsEmpty()) delete static_cast<ZoColSphere*>(DeleteFirst());
-}
-
 bool ZoColSphereList::AppendCopy(ZoColSphere const& sphere) {
-  std::unique_ptr<ZoColSphere> copy(new (std::nothrow) ZoColSphere(sphere));
-  if (copy == nullptr || Append(copy.get()) == nullptr) return false;
-  copy.release();
+  try {
+    spheres.push_back(sphere);
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
   return true;
 }
 
@@ -461,10 +458,9 @@ ZoStreamError ZoProtoNode::WriteToStream(ZoStream& stream) const {
   WriteValue(stream, int32_t{jointLimit != nullptr ? 1 : 0});
   if (jointLimit != nullptr && stream.Status() == ZoStreamOk) stream.WriteObject(jointLimit);
 
-  WriteValue(stream, int32_t{colSpheres.GetCount()});
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = colSpheres.GetFirst(cursor); item != nullptr; item = colSpheres.GetNext(cursor))
-    WriteBlock(stream, *static_cast<ZoColSphere const*>(item));
+  // The records are 20 bytes each with no padding: one block.
+  WriteValue(stream, colSpheres.GetCount());
+  WriteBlock(stream, colSpheres.begin(), int64_t{colSpheres.GetCount()} * int64_t{sizeof(ZoColSphere)});
 
   if (stream.Status() == ZoStreamOk) stream << properties;
 

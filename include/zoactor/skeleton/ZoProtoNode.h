@@ -89,7 +89,6 @@
 #include <zoactor/skeleton/ZoJLimit.h>
 #include <zoactor/skeleton/ZoTreeNode.h>
 #include <zoactor/animation/ZoSpline.h>
-#include <zoactor/foundation/ZoDblList.h>
 #include <zoactor/foundation/ZoString.h>
 #include <zoactor/foundation/ZoTransform3.h>
 #include <zoactor/foundation/ZoVector3.h>
@@ -104,6 +103,7 @@
 #include <cstdint>
 #include <type_traits>
 #include <variant>
+#include <vector>
 
 class ZoAi;
 class ZoColModel;
@@ -170,21 +170,32 @@ static_assert(std::is_trivially_copyable<ZoProtoHandleInfo>::value &&
                   std::is_trivially_copyable<ZoColSphere>::value,
               "handle, floor and sphere records stream as their raw bytes");
 
-// The collision-sphere list: items are ZoColSphere records owned by the
-// list, freed by Clear() and by the destructor. Add records with AppendCopy,
-// or hand over records made with new through Append; the base class's Copy
-// operations share items and must not be used on it.
-class ZOACTOR_API ZoColSphereList : public ZoDblList {
+// The collision-sphere list: the node's records by value, in order.
+class ZOACTOR_API ZoColSphereList {
  public:
   ZoColSphereList() = default;
-  // Copies of the other list's records.
+  // Copies of the other list's records; when no memory can be had the list
+  // ends up empty.
   ZoColSphereList(ZoColSphereList const& other);
   ZoColSphereList& operator=(ZoColSphereList const& other);
-  ~ZoColSphereList() override;
-  // Frees every record and empties the list.
-  void Clear() override;
+
   // Appends a copy of `sphere`; false when no memory could be had.
   bool AppendCopy(ZoColSphere const& sphere);
+  // Empties the list.
+  void Clear() { spheres.clear(); }
+  int32_t GetCount() const { return static_cast<int32_t>(spheres.size()); }
+  bool IsEmpty() const { return spheres.empty(); }
+  // Record i, for 0 ≤ i < GetCount() (not checked).
+  ZoColSphere& operator[](int32_t i) { return spheres[static_cast<size_t>(i)]; }
+  ZoColSphere const& operator[](int32_t i) const { return spheres[static_cast<size_t>(i)]; }
+  // The records in order, contiguous.
+  ZoColSphere* begin() { return spheres.data(); }
+  ZoColSphere* end() { return spheres.data() + spheres.size(); }
+  ZoColSphere const* begin() const { return spheres.data(); }
+  ZoColSphere const* end() const { return spheres.data() + spheres.size(); }
+
+ private:
+  std::vector<ZoColSphere> spheres;
 };
 
 class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
