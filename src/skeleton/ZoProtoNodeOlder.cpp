@@ -161,22 +161,18 @@ ZoTriangleSet* ReadOlderGeometryRecord(ZoStream& stream) {
   // A trailer of 24 bytes from version 43.
   if (stream.version >= zoversion::kGeometryTrailer && Skip(stream, 24) != ZoStreamOk) return nullptr;
 
-  // Every index must lie in what it indexes; triangles need three vertices.
+  // Corners must lie in the vertices (the normals are averaged over them);
+  // triangles need three vertices. Material indices are kept as read.
   if (numTriangles > 0 && numVertices < 3) {
     stream.Fail(ZoStreamFormatError, "%d triangles on %d vertices", numTriangles, numVertices);
     return nullptr;
   }
-  for (OlderTriangle const& t : triangles) {
+  for (OlderTriangle const& t : triangles)
     for (int16_t corner : t.corner)
       if (corner < 0 || corner >= numVertices) {
         stream.Fail(ZoStreamFormatError, "corner index %d outside the %d vertices", corner, numVertices);
         return nullptr;
       }
-    if (t.material < 0 || t.material >= set->GetNumMaterials()) {
-      stream.Fail(ZoStreamFormatError, "material index %d outside the %d materials", t.material, set->GetNumMaterials());
-      return nullptr;
-    }
-  }
 
   // The set: normals, one texture pair per vertex, material indices.
   int const flags = ZoTriSetNormals | ZoTriSetTextures | ZoTriSetMaterialIndices;

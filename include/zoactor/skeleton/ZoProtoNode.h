@@ -68,8 +68,10 @@
 //   it). A joint limit frame of another class fails with
 //   ZoStreamFormatError.
 // - Older geometry records fail with ZoStreamFormatError when a corner
-//   index lies outside the vertices, a material index outside the
-//   materials, or triangles come with fewer than 3 vertices.
+//   index lies outside the vertices or triangles come with fewer than 3
+//   vertices. Their material indices are kept as read, as a triangle set
+//   keeps them: the older record needs no check of its own, since its reader
+//   looks no material up, and whatever later uses an index checks its range.
 // - The node stops at the first field that fails and returns that status;
 //   what was read so far stays in the node, but a collision model, triangle
 //   set, joint limit or child that failed to read is destroyed rather than
