@@ -26,7 +26,7 @@
 // one block); the material indices (int16 each, one block) when flagged; one
 // ZoMaterial body per material.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - Flags and arrays agree at all times: an array announced by a flag exists
 //   with the length the flag promises, and no array exists without its flag.
 //   Flag bits other than the four below are dropped by Create.

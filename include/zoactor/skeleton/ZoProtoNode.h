@@ -44,7 +44,7 @@
 // 45 (a flag of 0 flips every first texture pair's v to 1 − v). Stiffness is
 // not stored and reads as 1.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - Sphere trees are built by the collision model as it builds them, which
 //   reorders the set's triangles; a node with model format 3 rebuilds its
 //   tree when read, so it may write its triangles in another order than it
