@@ -71,14 +71,6 @@ bool LayoutCounts(int32_t type, int32_t flags, int64_t& nt, int64_t& nv, int64_t
   return nt <= kMax && nv <= kMax && perVertex <= kMax && nv * perVertex <= kMax;
 }
 
-// The merged index of a triangle whose set has `count` materials, placed
-// `shift` materials into the merged ones. An index outside its set's
-// materials becomes -1, so that it cannot name a material of the other set.
-// The merged count fits 16 bits (Merge checks it), so the sum does too.
-int16_t MergedIndex(int16_t index, int64_t count, int64_t shift) {
-  return index >= 0 && index < count ? static_cast<int16_t>(index + shift) : int16_t{-1};
-}
-
 bool CornersInRange(ZoTriangle const* triangles, int32_t numTriangles, int32_t numVertices) {
   for (int32_t i = 0; i < numTriangles; ++i)
     for (int c = 0; c < 3; ++c) {
@@ -517,13 +509,13 @@ bool ZoTriangleSet::Merge(ZoTriangleSet const& other, ZoTransform3 const& transf
     newTriangles[oldTriangles + i].Set(t.corner[0] + shift, t.corner[1] + shift, t.corner[2] + shift);
   }
   if (withIndices && newIndices != nullptr) {
-    for (int64_t i = 0; i < oldTriangles; ++i) newIndices[i] = MergedIndex(materialIndices[i], oldMaterials, 0);
+    for (int64_t i = 0; i < oldTriangles; ++i) newIndices[i] = materialIndices[i];
     bool otherIndices = (other.flags & ZoTriSetMaterialIndices) != 0;
     // Without indices the other set's triangles take its first material.
     int16_t fallback = static_cast<int16_t>(other.numMaterials > 0 ? oldMaterials : 0);
     for (int32_t i = 0; i < other.numTriangles; ++i)
       newIndices[oldTriangles + i] =
-          otherIndices ? MergedIndex(other.materialIndices[i], other.numMaterials, oldMaterials) : fallback;
+          otherIndices ? static_cast<int16_t>(other.materialIndices[i] + oldMaterials) : fallback;
   }
 
   delete[] vertices;

@@ -353,10 +353,12 @@ TEST(ZoTriangleSetMerge, FillsArraysTheOtherSetLacks) {
   ExpectSameSet(a, back);
 }
 
-TEST(ZoTriangleSetMerge, IndicesOutsideTheirMaterialsBecomeMinusOne) {
-  // This set has indices but no materials; the other's first triangle names
-  // its only material, the second one past it, the third a negative index.
+TEST(ZoTriangleSetMerge, AppendedIndicesShiftByTheOldMaterialCountWhateverTheyName) {
+  // This set has two materials and an index past them; the other's indices
+  // name its only material, one past it, and a negative index.
   auto a = OneTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, ZoTriSetMaterialIndices);
+  a->SetNumMaterials(2);
+  a->MaterialIndex(0) = 5;
   ZoTriangleSet b;
   Build(b, ZoTriSetMaterialIndices, 3, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 1, 2}, {0, 1, 2}});
   b.SetNumMaterials(1);
@@ -364,11 +366,11 @@ TEST(ZoTriangleSetMerge, IndicesOutsideTheirMaterialsBecomeMinusOne) {
   b.MaterialIndex(1) = 1;
   b.MaterialIndex(2) = -2;
   ASSERT_TRUE(a->Merge(b, ZoTransform3()));
-  ASSERT_EQ(a->GetNumMaterials(), 1);
-  EXPECT_EQ(a->MaterialIndex(0), -1);  // would otherwise name the other set's material
-  EXPECT_EQ(a->MaterialIndex(1), 0);
-  EXPECT_EQ(a->MaterialIndex(2), -1);
-  EXPECT_EQ(a->MaterialIndex(3), -1);
+  ASSERT_EQ(a->GetNumMaterials(), 3);
+  EXPECT_EQ(a->MaterialIndex(0), 5);  // this set's own indices are kept
+  EXPECT_EQ(a->MaterialIndex(1), 2);
+  EXPECT_EQ(a->MaterialIndex(2), 3);
+  EXPECT_EQ(a->MaterialIndex(3), 0);
 }
 
 TEST(ZoTriangleSetStream, BodyByteForByte) {

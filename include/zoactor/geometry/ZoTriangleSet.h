@@ -70,9 +70,10 @@
 //   written. Nothing that only moves indices (the clean-up steps, the
 //   sphere-tree build) looks at them; what uses one checks its range where
 //   it uses it: the cull step of the queries counts an index outside the
-//   materials as a two-sided material, and Merge turns an index outside its
-//   set's materials into -1, so that it cannot come to name a material of
-//   the other set. Beyond that material look-up the queries guard nothing.
+//   materials as a two-sided material. Merge shifts every appended index by
+//   this set's old material count, whatever it is (so an appended -2 may come
+//   to name one of this set's materials), and keeps this set's own indices.
+//   Beyond that material look-up the queries guard nothing.
 #ifndef ZOACTOR_GEOMETRY_ZOTRIANGLESET_H
 #define ZOACTOR_GEOMETRY_ZOTRIANGLESET_H
 
