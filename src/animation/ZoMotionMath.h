@@ -29,9 +29,8 @@
 
 #include <cmath>
 
-#if defined(__SSE__)
-#include <xmmintrin.h>
-#endif
+#include "foundation/ZoLanes.h"
+
 
 #if defined(__GNUC__)
 #define ZO_MOTION_INLINE inline __attribute__((always_inline))
@@ -41,14 +40,7 @@
 
 namespace zo_motion {
 
-// The square root of a value known not to be negative (no errno path).
-ZO_MOTION_INLINE float SqrtNonNegative(float v) {
-#if defined(__SSE__)
-  return _mm_cvtss_f32(_mm_sqrt_ss(_mm_set_ss(v)));
-#else
-  return std::sqrt(v);
-#endif
-}
+using zolanes::SqrtNonNegative;
 
 // acos(c) for c in [0, 1].
 ZO_MOTION_INLINE float AcosUnit(float c) {
