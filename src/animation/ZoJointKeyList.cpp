@@ -65,7 +65,7 @@ int ZoJointKeyList::SampleAtTime(uint32_t time, ZoJointKeyframe& out, int holdAf
     if (&out == a || &out == b) {
       out.Interpolate(a, b, t);  // sampling into one of the list's own keys
     } else {
-      zo_motion::InterpolateKeys(out, *a, b, t);
+      zo_motion::InterpolateKeys(out, *a, b, t, &static_cast<ZoListNode*>(at)->memo);
     }
   } else {
     out.Interpolate(a, nullptr, 0.0f);

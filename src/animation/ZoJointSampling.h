@@ -12,6 +12,9 @@
 #include <zoactor/animation/ZoJointKeyframe.h>
 
 #include "animation/ZoMotionMath.h"
+#include "animation/ZoSegmentMemo.h"
+
+#include <cstring>
 
 namespace zo_motion {
 
@@ -28,12 +31,34 @@ ZO_MOTION_INLINE float Eased(ZoJointKeyframe const& a, ZoJointKeyframe const& b,
   return 3.0f * a.easeOut * r * r * t + 3.0f * b.easeIn * r * t * t + t * t * t;
 }
 
+// The arcs of a linear segment's pairs: the remembered ones while the
+// rotations keep the bits they were computed from, else computed and
+// remembered.
+ZO_MOTION_INLINE Arc Remember(ZoSegmentMemo& memo, Lanes const ends[4], Quats const& from, Quats const& to) {
+  using zolanes::Load;
+  using zolanes::SameBits;
+  if (memo.valid && zolanes::All(SameBits(ends[0], Load(memo.ends)) & SameBits(ends[1], Load(memo.ends + 4)) &
+                                 SameBits(ends[2], Load(memo.ends + 8)) & SameBits(ends[3], Load(memo.ends + 12)))) {
+    Mask near;
+    std::memcpy(&near, memo.near, sizeof near);
+    return {Load(memo.sign), Load(memo.angle), Load(memo.inverseSine), near};
+  }
+  Arc const arc = ArcOf(from, to);
+  for (int i = 0; i < 4; ++i) zolanes::Store(memo.ends + 4 * i, ends[i]);
+  zolanes::Store(memo.sign, arc.sign);
+  zolanes::Store(memo.angle, arc.angle);
+  zolanes::Store(memo.inverseSine, arc.inverseSine);
+  std::memcpy(memo.near, &arc.near, sizeof memo.near);
+  memo.valid = true;
+  return arc;
+}
+
 // Both transforms of the segment at s in [0, 1]: the local one linear and
 // spherical; the actor one so too between two linear keys, otherwise the
 // cubic Bézier through a's out control and b's in control (translation by
 // the Bézier polynomial, rotation by de Casteljau's construction of slerps).
 ZO_MOTION_INLINE void BlendTransforms(ZoJointKeyframe& out, ZoJointKeyframe const& a, ZoJointKeyframe const& b,
-                                      float s) {
+                                      float s, ZoSegmentMemo* memo) {
   Lanes const u = Splat(s);
   ZoTransform3 const& aLocal = a.localTransform;
   ZoTransform3 const& bLocal = b.localTransform;
@@ -41,9 +66,11 @@ ZO_MOTION_INLINE void BlendTransforms(ZoJointKeyframe& out, ZoJointKeyframe cons
   ZoTransform3 const& bActor = b.actorTransform;
   StoreVector(out.localTransform.translation, Lerp(TranslationOf(aLocal), TranslationOf(bLocal), u));
   if (a.blendMode == ZoJointKeyframe::Linear && b.blendMode == ZoJointKeyframe::Linear) {
-    // Lanes: local, actor (repeated in lanes 2 and 3).
-    Quats const turned = Slerp(Gather(aLocal.rotation, aActor.rotation, aLocal.rotation, aActor.rotation),
-                               Gather(bLocal.rotation, bActor.rotation, bLocal.rotation, bActor.rotation), u);
+    // Lanes: local, actor.
+    Lanes const ends[4] = {Components(aLocal.rotation), Components(aActor.rotation), Components(bLocal.rotation),
+                           Components(bActor.rotation)};
+    Quats const from = GatherTwo(ends[0], ends[1]), to = GatherTwo(ends[2], ends[3]);
+    Quats const turned = SlerpTwo(from, to, memo != nullptr ? Remember(*memo, ends, from, to) : ArcOf(from, to), u);
     StoreVector(out.actorTransform.translation, Lerp(TranslationOf(aActor), TranslationOf(bActor), u));
     out.localTransform.rotation = LaneOf<0>(turned);
     out.actorTransform.rotation = LaneOf<1>(turned);
@@ -54,8 +81,8 @@ ZO_MOTION_INLINE void BlendTransforms(ZoJointKeyframe& out, ZoJointKeyframe cons
   // Lanes of the first level: a→aOut, aOut→bIn, bIn→b, and the local pair.
   Quats const first = Slerp(Gather(aActor.rotation, aOut, bIn, aLocal.rotation),
                             Gather(aOut, bIn, bActor.rotation, bLocal.rotation), u);
-  Quats const second = Slerp(Shuffle<0, 1, 0, 1>(first), Shuffle<1, 2, 1, 2>(first), u);
-  Quats const third = Slerp(Shuffle<0, 0, 0, 0>(second), Shuffle<1, 1, 1, 1>(second), u);
+  Quats const second = SlerpTwo(Shuffle<0, 1, 0, 1>(first), Shuffle<1, 2, 1, 2>(first), u);
+  Quats const third = SlerpTwo(Shuffle<0, 0, 0, 0>(second), Shuffle<1, 1, 1, 1>(second), u);
   float const v = 1.0f - s;
   float const wa = v * v * v;
   float const wb = 3.0f * v * v * s;
@@ -72,7 +99,7 @@ ZO_MOTION_INLINE void BlendTransforms(ZoJointKeyframe& out, ZoJointKeyframe cons
 // The results are written straight into `out`, which therefore must be
 // neither a nor b (the callers copy the keys first when it is).
 ZO_MOTION_INLINE void InterpolateKeys(ZoJointKeyframe& out, ZoJointKeyframe const& a, ZoJointKeyframe const* b,
-                                      float t) {
+                                      float t, ZoSegmentMemo* memo = nullptr) {
   out.marker = a.marker;
   if (b == nullptr || a.blendMode == ZoJointKeyframe::Step) {
     out.flags = a.flags;
@@ -84,7 +111,7 @@ ZO_MOTION_INLINE void InterpolateKeys(ZoJointKeyframe& out, ZoJointKeyframe cons
   float const s = Eased(a, *b, t);
   out.flags = a.flags & b->flags;
   if (InUnitInterval(Splat(s))) {
-    BlendTransforms(out, a, *b, s);
+    BlendTransforms(out, a, *b, s, memo);
     Lanes const point = Lerp(zolanes::Load3(&a.point.x), zolanes::Load3(&b->point.x), Splat(s));
     StoreVector(out.point, point);
     return;

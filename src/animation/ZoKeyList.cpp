@@ -3,6 +3,7 @@
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "animation/ZoSegmentMemo.h"
 #include "serialization/ZoStreamIo.h"
 
 #include <algorithm>
@@ -86,7 +87,7 @@ ZoKeyListNode* ZoKeyList::InsertFrom(ZoKeyframe* kf, ZoKeyListNode* from) {
     }
   }
 
-  auto* node = new (std::nothrow) ZoKeyListNode;
+  ZoKeyListNode* node = new (std::nothrow) ZoListNode;
   if (node == nullptr) {
     delete kf;
     return nullptr;
@@ -143,7 +144,7 @@ ZoKeyframe* ZoKeyList::Remove(ZoKeyListNode* node) {
   }
   --count;
   ZoKeyframe* kf = node->keyframe;
-  delete node;
+  delete static_cast<ZoListNode*>(node);
   return kf;
 }
 
@@ -152,7 +153,7 @@ void ZoKeyList::DeleteKeyframes() {
   while (node != nullptr) {
     ZoKeyListNode* next = node->next;
     delete node->keyframe;
-    delete node;
+    delete static_cast<ZoListNode*>(node);
     node = next;
   }
   head = tail = cursor = nullptr;

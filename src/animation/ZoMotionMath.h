@@ -115,26 +115,66 @@ ZO_MOTION_INLINE Quats Normalized(Quats const& q) {
           Select(usable, q.y * inverse, Splat(0.0f)), Select(usable, q.z * inverse, Splat(0.0f))};
 }
 
-// In each lane, the spherical interpolation from a (u = 0) to b (u = 1)
-// along the shorter arc; u in [0, 1].
-ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Lanes u) {
+// What the weights of a slerp need from its two rotations alone: the
+// cosine of the arc made non-negative (the shorter arc), the sign that b
+// takes for it, which lanes are near enough to blend linearly, and for the
+// others the angle θ and 1/sin θ.
+struct Arc {
+  Lanes sign, angle, inverseSine;
+  Mask near;
+};
+
+ZO_MOTION_INLINE Arc ArcOf(Quats const& a, Quats const& b) {
   Lanes cosine = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
   Mask const opposite = cosine < 0.0f;
   cosine = Select(opposite, -cosine, cosine);
-  Lanes const sign = Select(opposite, Splat(-1.0f), Splat(1.0f));
-  Mask const near = cosine > 0.9995f;
   // Far apart: cosine in [0, 0.9995] (or NaN), θ in [0.0316, π/2],
   // sin θ >= 0.0316. Lanes that are near compute garbage here and take
   // the linear weights instead.
-  Lanes const inverseSine = 1.0f / zolanes::Sqrt((1.0f - cosine) * (1.0f + cosine));
-  Lanes const angle = AcosUnit(cosine);
-  Lanes const wa = Select(near, 1.0f - u, SinQuarter((1.0f - u) * angle) * inverseSine);
-  Lanes const wb = Select(near, u * sign, SinQuarter(u * angle) * (inverseSine * sign));
+  return {Select(opposite, Splat(-1.0f), Splat(1.0f)), AcosUnit(cosine),
+          1.0f / zolanes::Sqrt((1.0f - cosine) * (1.0f + cosine)), cosine > 0.9995f};
+}
+
+// a·wa + b·wb in each lane, normalised in the near lanes.
+ZO_MOTION_INLINE Quats Combine(Quats const& a, Quats const& b, Lanes wa, Lanes wb, Mask near) {
   Quats const blend{a.w * wa + b.w * wb, a.x * wa + b.x * wb, a.y * wa + b.y * wb, a.z * wa + b.z * wb};
   if (!zolanes::Any(near)) return blend;
   Quats const unit = Normalized(blend);
   return {Select(near, unit.w, blend.w), Select(near, unit.x, blend.x), Select(near, unit.y, blend.y),
           Select(near, unit.z, blend.z)};
+}
+
+// In each lane, the spherical interpolation from a (u = 0) to b (u = 1)
+// along the shorter arc; u in [0, 1].
+ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Lanes u) {
+  Arc const arc = ArcOf(a, b);
+  Lanes const wa = Select(arc.near, 1.0f - u, SinQuarter((1.0f - u) * arc.angle) * arc.inverseSine);
+  Lanes const wb = Select(arc.near, u * arc.sign, SinQuarter(u * arc.angle) * (arc.inverseSine * arc.sign));
+  return Combine(a, b, wa, wb, arc.near);
+}
+
+// Slerp of the pairs in lanes 0 and 1 only (lanes 2 and 3 come back
+// undefined) along their arcs: the four sines of the two pairs share one
+// polynomial.
+ZO_MOTION_INLINE Quats SlerpTwo(Quats const& a, Quats const& b, Arc const& arc, Lanes u) {
+  Lanes const sines = SinQuarter(zolanes::Shuffle2<0, 1, 4, 5>((1.0f - u) * arc.angle, u * arc.angle));
+  Lanes const wa = Select(arc.near, 1.0f - u, sines * arc.inverseSine);
+  Lanes const wb =
+      Select(arc.near, u * arc.sign, zolanes::Shuffle<2, 3, 2, 3>(sines) * (arc.inverseSine * arc.sign));
+  return Combine(a, b, wa, wb, arc.near);
+}
+
+ZO_MOTION_INLINE Quats SlerpTwo(Quats const& a, Quats const& b, Lanes u) { return SlerpTwo(a, b, ArcOf(a, b), u); }
+
+// A rotation's four components in lanes 0-3.
+ZO_MOTION_INLINE Lanes Components(ZoRotation3 const& r) { return zolanes::Load(&r.w); }
+
+// The rotations whose components are a and b in lanes 0 and 1, repeated in
+// lanes 2 and 3.
+ZO_MOTION_INLINE Quats GatherTwo(Lanes a, Lanes b) {
+  Lanes const low = zolanes::Shuffle2<0, 4, 1, 5>(a, b), high = zolanes::Shuffle2<2, 6, 3, 7>(a, b);
+  return {zolanes::Shuffle<0, 1, 0, 1>(low), zolanes::Shuffle<2, 3, 2, 3>(low), zolanes::Shuffle<0, 1, 0, 1>(high),
+          zolanes::Shuffle<2, 3, 2, 3>(high)};
 }
 
 // a + (b − a)·u lane by lane: the linear blend of points.

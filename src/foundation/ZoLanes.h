@@ -254,6 +254,17 @@ ZO_LANES_INLINE int Bits(Mask m) {
 #endif
 }
 
+// The lanes where a and b hold the same bits (so NaN equals itself and
+// 0 differs from −0, unlike ==).
+ZO_LANES_INLINE Mask SameBits(Lanes a, Lanes b) {
+#if defined(ZOACTOR_LANES_SCALAR)
+  Mask const x = AsMask(a), y = AsMask(b);
+  return Mask{x[0] == y[0] ? -1 : 0, x[1] == y[1] ? -1 : 0, x[2] == y[2] ? -1 : 0, x[3] == y[3] ? -1 : 0};
+#else
+  return AsMask(a) == AsMask(b);
+#endif
+}
+
 ZO_LANES_INLINE bool Any(Mask m) { return Bits(m) != 0; }
 ZO_LANES_INLINE bool All(Mask m) { return Bits(m) == 15; }
 
