@@ -572,11 +572,16 @@ bool ZoTriangleSet::CheckIntersection(int triangle, ZoTransform3 const& placemen
                                       int otherTriangle, ZoTransform3 const& otherPlacement) const {
   ZoTriangle const& t1 = triangles[triangle];
   ZoTriangle const& t2 = other->triangles[otherTriangle];
-  ZoVector3 first[3] = {placement * vertices[t1.corner[0]], placement * vertices[t1.corner[1]],
-                        placement * vertices[t1.corner[2]]};
-  ZoVector3 second[3] = {otherPlacement * other->vertices[t2.corner[0]],
-                         otherPlacement * other->vertices[t2.corner[1]],
-                         otherPlacement * other->vertices[t2.corner[2]]};
+  // Identity placements (triangles already in one frame) skip the corner
+  // transforms, as FindDistance does.
+  bool identity1 = IsIdentity(placement), identity2 = IsIdentity(otherPlacement);
+  ZoVector3 first[3], second[3];
+  for (int c = 0; c < 3; ++c) {
+    ZoVector3 const& p = vertices[t1.corner[c]];
+    ZoVector3 const& q = other->vertices[t2.corner[c]];
+    first[c] = identity1 ? p : placement * p;
+    second[c] = identity2 ? q : otherPlacement * q;
+  }
   return TrianglesTouch(first, second);
 }
 
