@@ -1,6 +1,29 @@
 // The per-triangle queries of a triangle set: ray, sphere, triangle against
 // triangle and triangle distance. Each works on one triangle with its
-// corners in registers; nothing allocates.
+// corners in registers; nothing allocates. The lane work (the distance
+// stages, the edge axes of the overlap test) goes through the lanes header,
+// whose lanes compute exactly what the scalar expressions compute.
+//
+// Edge cases:
+//   - A ray within 1e-6 of parallel to the plane (|n·d| < 1e-6 for the
+//     unnormalised normal n) misses and leaves t alone; so does a crossing
+//     not below the incoming t. Any other crossing is stored in t before
+//     the remaining checks, so a miss behind the origin or outside the
+//     triangle still reports the plane parameter (the sphere test uses it).
+//   - A ray through an edge or a corner hits: α, β ≥ 0 and α + β ≤ 1 count
+//     as inside.
+//   - Triangles that touch (a shared corner, a shared edge, a corner on a
+//     face) intersect: separation along an axis is strict, and a zero axis
+//     (parallel edges) never separates.
+//   - Identity placements (bit for bit; −0 counts as not the identity) skip
+//     the corner transforms; other placements carry all three corners.
+//   - The sphere test takes the first edge (PQ, PR, QR) whose distance to
+//     the foot is within the cut circle, not the nearest one.
+//   - Distance: within a stage the earliest candidate wins a tie; a foot at
+//     an edge's end point equals a corner pair already tried and never
+//     replaces it; parallel edge pairs (k² − 1 = 0) yield nothing; the
+//     search stops after the stage that brings the squared distance below
+//     1e-4.
 #include <zoactor/geometry/ZoTriangleSet.h>
 
 #include "foundation/ZoLanes.h"
