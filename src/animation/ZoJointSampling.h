@@ -31,25 +31,28 @@ ZO_MOTION_INLINE float Eased(ZoJointKeyframe const& a, ZoJointKeyframe const& b,
   return 3.0f * a.easeOut * r * r * t + 3.0f * b.easeIn * r * t * t + t * t * t;
 }
 
-// The arcs of a linear segment's pairs: the remembered ones while the
-// rotations keep the bits they were computed from, else computed and
-// remembered.
-ZO_MOTION_INLINE Arc Remember(ZoSegmentMemo& memo, Lanes const ends[4], Quats const& from, Quats const& to) {
+// The arcs of a segment's first pairs: the remembered ones while the memo
+// describes a segment of this kind and its `count` rotations keep the bits
+// they had, else computed and remembered.
+ZO_MOTION_INLINE Arc Remember(ZoSegmentMemo& memo, int32_t kind, Lanes const* ends, int count, Quats const& from,
+                              Quats const& to) {
   using zolanes::Load;
-  using zolanes::SameBits;
-  if (memo.valid && zolanes::All(SameBits(ends[0], Load(memo.ends)) & SameBits(ends[1], Load(memo.ends + 4)) &
-                                 SameBits(ends[2], Load(memo.ends + 8)) & SameBits(ends[3], Load(memo.ends + 12)))) {
-    Mask near;
-    std::memcpy(&near, memo.near, sizeof near);
-    return {Load(memo.sign), Load(memo.angle), Load(memo.inverseSine), near};
+  if (memo.kind == kind) {
+    Mask same = zolanes::SameBits(ends[0], Load(memo.ends));
+    for (int i = 1; i < count; ++i) same = same & zolanes::SameBits(ends[i], Load(memo.ends + 4 * i));
+    if (zolanes::All(same)) {
+      Mask near;
+      std::memcpy(&near, memo.near, sizeof near);
+      return {Load(memo.sign), Load(memo.angle), Load(memo.inverseSine), near};
+    }
   }
   Arc const arc = ArcOf(from, to);
-  for (int i = 0; i < 4; ++i) zolanes::Store(memo.ends + 4 * i, ends[i]);
+  for (int i = 0; i < count; ++i) zolanes::Store(memo.ends + 4 * i, ends[i]);
   zolanes::Store(memo.sign, arc.sign);
   zolanes::Store(memo.angle, arc.angle);
   zolanes::Store(memo.inverseSine, arc.inverseSine);
   std::memcpy(memo.near, &arc.near, sizeof memo.near);
-  memo.valid = true;
+  memo.kind = kind;
   return arc;
 }
 
@@ -70,17 +73,21 @@ ZO_MOTION_INLINE void BlendTransforms(ZoJointKeyframe& out, ZoJointKeyframe cons
     Lanes const ends[4] = {Components(aLocal.rotation), Components(aActor.rotation), Components(bLocal.rotation),
                            Components(bActor.rotation)};
     Quats const from = GatherTwo(ends[0], ends[1]), to = GatherTwo(ends[2], ends[3]);
-    Quats const turned = SlerpTwo(from, to, memo != nullptr ? Remember(*memo, ends, from, to) : ArcOf(from, to), u);
+    Arc const arc = memo != nullptr ? Remember(*memo, ZoSegmentMemo::Linear, ends, 4, from, to) : ArcOf(from, to);
+    Quats const turned = SlerpTwo(from, to, arc, u);
     StoreVector(out.actorTransform.translation, Lerp(TranslationOf(aActor), TranslationOf(bActor), u));
     out.localTransform.rotation = LaneOf<0>(turned);
     out.actorTransform.rotation = LaneOf<1>(turned);
     return;
   }
-  ZoRotation3 const& aOut = a.actorOut.rotation;
-  ZoRotation3 const& bIn = b.actorIn.rotation;
   // Lanes of the first level: a→aOut, aOut→bIn, bIn→b, and the local pair.
-  Quats const first = Slerp(Gather(aActor.rotation, aOut, bIn, aLocal.rotation),
-                            Gather(aOut, bIn, bActor.rotation, bLocal.rotation), u);
+  Lanes const ends[6] = {Components(aActor.rotation),   Components(a.actorOut.rotation),
+                         Components(b.actorIn.rotation), Components(bActor.rotation),
+                         Components(aLocal.rotation),    Components(bLocal.rotation)};
+  Quats const from = Gather(ends[0], ends[1], ends[2], ends[4]);
+  Quats const to = Gather(ends[1], ends[2], ends[3], ends[5]);
+  Arc const arc = memo != nullptr ? Remember(*memo, ZoSegmentMemo::Cubic, ends, 6, from, to) : ArcOf(from, to);
+  Quats const first = Slerp(from, to, arc, u);
   Quats const second = SlerpTwo(Shuffle<0, 1, 0, 1>(first), Shuffle<1, 2, 1, 2>(first), u);
   Quats const third = SlerpTwo(Shuffle<0, 0, 0, 0>(second), Shuffle<1, 1, 1, 1>(second), u);
   float const v = 1.0f - s;

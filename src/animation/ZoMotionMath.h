@@ -59,10 +59,9 @@ struct Quats {
   Lanes w, x, y, z;
 };
 
-// r0 to r3 in lanes 0 to 3.
-ZO_MOTION_INLINE Quats Gather(ZoRotation3 const& r0, ZoRotation3 const& r1, ZoRotation3 const& r2,
-                              ZoRotation3 const& r3) {
-  Quats q{zolanes::Load(&r0.w), zolanes::Load(&r1.w), zolanes::Load(&r2.w), zolanes::Load(&r3.w)};
+// The rotations whose components are r0 to r3, in lanes 0 to 3.
+ZO_MOTION_INLINE Quats Gather(Lanes r0, Lanes r1, Lanes r2, Lanes r3) {
+  Quats q{r0, r1, r2, r3};
   zolanes::Transpose(q.w, q.x, q.y, q.z);
   return q;
 }
@@ -145,13 +144,14 @@ ZO_MOTION_INLINE Quats Combine(Quats const& a, Quats const& b, Lanes wa, Lanes w
 }
 
 // In each lane, the spherical interpolation from a (u = 0) to b (u = 1)
-// along the shorter arc; u in [0, 1].
-ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Lanes u) {
-  Arc const arc = ArcOf(a, b);
+// along the shorter arc (`arc`, theirs); u in [0, 1].
+ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Arc const& arc, Lanes u) {
   Lanes const wa = Select(arc.near, 1.0f - u, SinQuarter((1.0f - u) * arc.angle) * arc.inverseSine);
   Lanes const wb = Select(arc.near, u * arc.sign, SinQuarter(u * arc.angle) * (arc.inverseSine * arc.sign));
   return Combine(a, b, wa, wb, arc.near);
 }
+
+ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Lanes u) { return Slerp(a, b, ArcOf(a, b), u); }
 
 // Slerp of the pairs in lanes 0 and 1 only (lanes 2 and 3 come back
 // undefined) along their arcs: the four sines of the two pairs share one

@@ -23,18 +23,22 @@
 
 #include <cstdint>
 
-// The arcs of a linear segment's two rotation pairs (local, actor) in lanes
-// 0 and 1, and the rotations they were computed from.
+// The arcs of a segment's first rotation pairs, in the lanes the sampler
+// blends them in, and the rotations they were computed from: for a linear
+// segment the pairs (local, actor) in lanes 0 and 1 from four rotations, for
+// a cubic one the first level of de Casteljau's construction and the local
+// pair in lanes 0 to 3 from six.
 struct ZoSegmentMemo {
-  // a's local and actor rotations, then b's, as 16 floats.
-  float ends[16];
-  // sign, angle and 1/sin θ of the two pairs, and their near masks.
+  enum Kind : int32_t { None = 0, Linear = 1, Cubic = 2 };
+  // The rotations, four floats each, in the order the sampler lists them.
+  float ends[24];
+  // sign, angle and 1/sin θ of the pairs, and their near masks.
   float sign[4];
   float angle[4];
   float inverseSine[4];
   int32_t near[4];
-  // Whether the fields above hold an arc.
-  bool valid = false;
+  // Which segment the fields above describe; None until the first sample.
+  int32_t kind = None;
 };
 
 // Every node a key list allocates is one of these.
