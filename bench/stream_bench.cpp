@@ -2,7 +2,9 @@
 // bulk blocks, of 4-byte primitives, and of a mix, through ZoMemoryStream
 // (beside memcpy of the same bytes) and through a buffered ZoFileStream
 // (beside read() and write() in 2048-byte chunks, the stream's own transfer
-// size). Every benchmark reports bytes per second.
+// size). The memory stream's primitives run beside a pointer-bump reader and
+// writer with a bounds check per value, the least a checked stream of
+// primitives can do. Every benchmark reports bytes per second.
 #include <zoactor/serialization/ZoFileStream.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 
@@ -67,6 +69,92 @@ constexpr size_t kMixBlock = 4096;
 constexpr size_t kMixStep = 4 + 4 + 2 + 1 + 8 + 4 * 10 + 1 + kMixBlock;
 
 // --- Memory -----------------------------------------------------------------
+
+// The pointer-bump peer: a cursor into a fixed buffer, a bounds check per
+// value, and a sticky failure flag, little-endian as the streams are.
+class BumpWriter {
+ public:
+  BumpWriter(char* buffer, size_t size) : at_(buffer), end_(buffer + size) {}
+  template <class T>
+  BumpWriter& operator<<(T value) {
+    if (static_cast<size_t>(end_ - at_) < sizeof value) {
+      failed_ = true;
+      return *this;
+    }
+    std::memcpy(at_, &value, sizeof value);
+    at_ += sizeof value;
+    return *this;
+  }
+  void WriteBytes(size_t size, void const* bytes) {
+    if (static_cast<size_t>(end_ - at_) < size) {
+      failed_ = true;
+      return;
+    }
+    std::memcpy(at_, bytes, size);
+    at_ += size;
+  }
+  bool Failed() const { return failed_; }
+
+ private:
+  char* at_;
+  char* end_;
+  bool failed_ = false;
+};
+
+class BumpReader {
+ public:
+  BumpReader(char const* buffer, size_t size) : at_(buffer), end_(buffer + size) {}
+  template <class T>
+  BumpReader& operator>>(T& value) {
+    if (static_cast<size_t>(end_ - at_) < sizeof value) {
+      failed_ = true;
+      return *this;
+    }
+    std::memcpy(&value, at_, sizeof value);
+    at_ += sizeof value;
+    return *this;
+  }
+  void ReadBytes(size_t size, void* bytes) {
+    if (static_cast<size_t>(end_ - at_) < size) {
+      failed_ = true;
+      return;
+    }
+    std::memcpy(bytes, at_, size);
+    at_ += size;
+  }
+  bool Failed() const { return failed_; }
+
+ private:
+  char const* at_;
+  char const* end_;
+  bool failed_ = false;
+};
+
+void BM_Bump_WriteInt32(benchmark::State& state) {
+  auto const* in = reinterpret_cast<int32_t const*>(Source().data());
+  for (auto _ : state) {
+    BumpWriter writer(Destination().data(), kTotal);
+    for (size_t i = 0; i < kTotal / 4; ++i) {
+      writer << in[i];
+      benchmark::ClobberMemory();
+    }
+    if (writer.Failed()) state.SkipWithError("write failed");
+  }
+  Finish(state);
+}
+
+void BM_Bump_ReadInt32(benchmark::State& state) {
+  auto* out = reinterpret_cast<int32_t*>(Destination().data());
+  for (auto _ : state) {
+    BumpReader reader(Source().data(), kTotal);
+    for (size_t i = 0; i < kTotal / 4; ++i) {
+      reader >> out[i];
+      benchmark::ClobberMemory();
+    }
+    if (reader.Failed()) state.SkipWithError("read failed");
+  }
+  Finish(state);
+}
 
 void BM_Memcpy_Bulk(benchmark::State& state) {
   char const* in = Source().data();
@@ -140,9 +228,13 @@ void BM_MemoryStream_ReadInt32(benchmark::State& state) {
   Finish(state);
 }
 
+bool Failed(ZoStream const& stream) { return stream.Status() != ZoStreamOk; }
+bool Failed(BumpReader const& reader) { return reader.Failed(); }
+
 // Writes the mixed workload into a growable stream, as a writer of actor
 // files does.
-void WriteMix(ZoStream& stream, char const* block) {
+template <class Writer>
+void WriteMix(Writer& stream, char const* block) {
   size_t written = 0;
   int32_t i = 0;
   while (written + kMixStep <= kTotal) {
@@ -155,7 +247,8 @@ void WriteMix(ZoStream& stream, char const* block) {
   }
 }
 
-void ReadMix(ZoStream& stream, char* block, benchmark::State& state) {
+template <class Reader>
+void ReadMix(Reader& stream, char* block, benchmark::State& state) {
   size_t read = 0;
   int32_t i = 0;
   float f = 0;
@@ -171,7 +264,7 @@ void ReadMix(ZoStream& stream, char* block, benchmark::State& state) {
     read += kMixStep;
   }
   benchmark::DoNotOptimize(static_cast<double>(i + f + s + c + b) + d);
-  if (stream.Status() != ZoStreamOk) state.SkipWithError("read failed");
+  if (Failed(stream)) state.SkipWithError("read failed");
 }
 
 void BM_MemoryStream_WriteMixedGrowable(benchmark::State& state) {
@@ -191,6 +284,17 @@ void BM_MemoryStream_ReadMixed(benchmark::State& state) {
   for (auto _ : state) {
     ZoMemoryStream stream(Destination().data(), static_cast<int32_t>(kTotal));
     ReadMix(stream, block.data(), state);
+  }
+  Finish(state);
+}
+
+void BM_Bump_ReadMixed(benchmark::State& state) {
+  BumpWriter writer(Destination().data(), kTotal);
+  WriteMix(writer, Source().data());
+  std::vector<char> block(kMixBlock);
+  for (auto _ : state) {
+    BumpReader reader(Destination().data(), kTotal);
+    ReadMix(reader, block.data(), state);
   }
   Finish(state);
 }
@@ -299,9 +403,12 @@ BENCHMARK(BM_Memcpy_Bulk)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemoryStream_WriteBulk)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemoryStream_ReadBulk)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Memcpy_4Bytes)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Bump_WriteInt32)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemoryStream_WriteInt32)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Bump_ReadInt32)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemoryStream_ReadInt32)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemoryStream_WriteMixedGrowable)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Bump_ReadMixed)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MemoryStream_ReadMixed)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PlainRead_2048)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_FileStream_ReadBulk)->Unit(benchmark::kMillisecond);

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the test suite. The optional argument names the preset:
-# default (optimised, assertions on) or asan (AddressSanitizer + UBSan).
+# default (optimised, assertions on), asan (AddressSanitizer + UBSan) or
+# scalar (the SIMD code on its scalar path).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 preset="${1:-default}"

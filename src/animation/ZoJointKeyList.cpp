@@ -38,17 +38,18 @@ ZoKeyListNode* ZoJointKeyList::Insert(ZoJointKeyframe* kf, int computeBlends) {
 
 int ZoJointKeyList::SampleAtTime(uint32_t time, ZoJointKeyframe& out, int holdAfterEnd) {
   ZoKeyListNode* const first = head;
-  if (first == nullptr || time < first->keyframe->time()) return 0;
-  if (holdAfterEnd == 0 && time > tail->keyframe->time()) return 0;
+  if (first == nullptr || time < first->time) return 0;
+  if (holdAfterEnd == 0 && time > tail->time) return 0;
 
   // The last key at or before `time`, found from the cursor. When the
   // cursor lies beyond `time` the walk goes back along the prev links
   // rather than restarting at the head: it ends on the same node, and
-  // playing backwards stays as cheap as playing forwards.
+  // playing backwards stays as cheap as playing forwards. The walk reads
+  // the times the nodes keep, one node per key.
   ZoKeyListNode* at = cursor != nullptr ? cursor : first;
-  while (at->keyframe->time() > time) at = at->prev;  // stops at the head at the latest
+  while (at->time > time) at = at->prev;  // stops at the head at the latest
   ZoKeyListNode* next = at->next;
-  while (next != nullptr && next->keyframe->time() <= time) {
+  while (next != nullptr && next->time <= time) {
     at = next;
     next = at->next;
   }
@@ -56,15 +57,15 @@ int ZoJointKeyList::SampleAtTime(uint32_t time, ZoJointKeyframe& out, int holdAf
 
   ZoJointKeyframe const* a = at->joint;
   if (a == nullptr) return 0;
-  uint32_t const aTime = a->time();
+  uint32_t const aTime = at->time;
   if (next != nullptr && time != aTime) {
     ZoJointKeyframe const* b = next->joint;
     if (b == nullptr) return 0;
-    float const t = static_cast<float>(time - aTime) / static_cast<float>(static_cast<int32_t>(b->time() - aTime));
+    float const t = static_cast<float>(time - aTime) / static_cast<float>(static_cast<int32_t>(next->time - aTime));
     if (&out == a || &out == b) {
       out.Interpolate(a, b, t);  // sampling into one of the list's own keys
     } else {
-      zo_motion::InterpolateKeys(out, *a, b, t);
+      zo_motion::InterpolateKeys(out, *a, b, t, &static_cast<ZoListNode*>(at)->memo);
     }
   } else {
     out.Interpolate(a, nullptr, 0.0f);

@@ -3,6 +3,7 @@
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "animation/ZoSegmentMemo.h"
 #include "serialization/ZoStreamIo.h"
 
 #include <algorithm>
@@ -11,9 +12,11 @@
 
 namespace {
 
-// Stores `kf` in `node`, keeping the node's typed view of it.
+// Stores `kf` in `node`, keeping the node's copy of its time and its typed
+// view of it.
 void Hold(ZoKeyListNode* node, ZoKeyframe* kf) {
   node->keyframe = kf;
+  node->time = kf->time();
   node->joint = dynamic_cast<ZoJointKeyframe*>(kf);
 }
 
@@ -63,19 +66,19 @@ ZoKeyListNode* ZoKeyList::InsertFrom(ZoKeyframe* kf, ZoKeyListNode* from) {
   uint32_t t = kf->time();
 
   ZoKeyListNode* at = nullptr;  // the last node whose time is at most t
-  if (head != nullptr && t >= head->keyframe->time()) {
+  if (head != nullptr && t >= head->time) {
     // The walk from the head ends on the same node when it starts at any
     // node not later than t: the caller's hint, or the tail, which makes
     // appending in time order (as every stored list is) constant time.
-    if (from != nullptr && from->keyframe->time() <= t) {
+    if (from != nullptr && from->time <= t) {
       at = from;
-    } else if (tail->keyframe->time() <= t) {
+    } else if (tail->time <= t) {
       at = tail;
     } else {
       at = head;
     }
-    while (at->next != nullptr && t >= at->next->keyframe->time()) at = at->next;
-    if (at->keyframe->time() == t) {
+    while (at->next != nullptr && t >= at->next->time) at = at->next;
+    if (at->time == t) {
       if (at->keyframe != kf) {
         delete at->keyframe;
         Hold(at, kf);
@@ -84,7 +87,7 @@ ZoKeyListNode* ZoKeyList::InsertFrom(ZoKeyframe* kf, ZoKeyListNode* from) {
     }
   }
 
-  auto* node = new (std::nothrow) ZoKeyListNode;
+  ZoKeyListNode* node = new (std::nothrow) ZoListNode;
   if (node == nullptr) {
     delete kf;
     return nullptr;
@@ -141,7 +144,7 @@ ZoKeyframe* ZoKeyList::Remove(ZoKeyListNode* node) {
   }
   --count;
   ZoKeyframe* kf = node->keyframe;
-  delete node;
+  delete static_cast<ZoListNode*>(node);
   return kf;
 }
 
@@ -150,7 +153,7 @@ void ZoKeyList::DeleteKeyframes() {
   while (node != nullptr) {
     ZoKeyListNode* next = node->next;
     delete node->keyframe;
-    delete node;
+    delete static_cast<ZoListNode*>(node);
     node = next;
   }
   head = tail = cursor = nullptr;
@@ -198,58 +201,58 @@ ZoKeyframe* ZoKeyList::PeekPrev(ZoKeyListNode* p) const {
   return p->prev != nullptr ? KeyOf(p->prev->prev) : nullptr;
 }
 
-uint32_t ZoKeyList::FirstTime() const { return head != nullptr ? head->keyframe->time() : kEmptyFirstTime; }
+uint32_t ZoKeyList::FirstTime() const { return head != nullptr ? head->time : kEmptyFirstTime; }
 
-uint32_t ZoKeyList::LastTime() const { return tail != nullptr ? tail->keyframe->time() : 0u; }
+uint32_t ZoKeyList::LastTime() const { return tail != nullptr ? tail->time : 0u; }
 
 // --- Lookups ---------------------------------------------------------------------
 
 ZoKeyframe* ZoKeyList::KeyframeAtTime(uint32_t t) {
   if (cursor == nullptr) cursor = head;
   if (cursor == nullptr) return nullptr;
-  if (t < cursor->keyframe->time()) cursor = head;
-  while (cursor != nullptr && cursor->keyframe->time() < t) cursor = cursor->next;
-  return cursor != nullptr && cursor->keyframe->time() == t ? cursor->keyframe : nullptr;
+  if (t < cursor->time) cursor = head;
+  while (cursor != nullptr && cursor->time < t) cursor = cursor->next;
+  return cursor != nullptr && cursor->time == t ? cursor->keyframe : nullptr;
 }
 
 ZoKeyframe* ZoKeyList::LastKeyframeUntil(uint32_t t) {
   if (cursor == nullptr) cursor = head;
   if (cursor == nullptr) return nullptr;
-  if (t < cursor->keyframe->time()) {
+  if (t < cursor->time) {
     cursor = head;
-    if (t < head->keyframe->time()) return nullptr;
+    if (t < head->time) return nullptr;
   }
-  while (cursor->next != nullptr && cursor->next->keyframe->time() <= t) cursor = cursor->next;
+  while (cursor->next != nullptr && cursor->next->time <= t) cursor = cursor->next;
   return cursor->keyframe;
 }
 
 ZoKeyframe* ZoKeyList::FirstKeyframeAfter(uint32_t t) {
   for (ZoKeyListNode* node = head; node != nullptr; node = node->next)
-    if (node->keyframe->time() >= t) return node->keyframe;
+    if (node->time >= t) return node->keyframe;
   return nullptr;
 }
 
 ZoKeyframe* ZoKeyList::LastKeyframeBetween(uint32_t t1, uint32_t t2) {
   ZoKeyframe* found = nullptr;
   if (t1 < t2) {
-    for (ZoKeyListNode* node = head; node != nullptr && node->keyframe->time() <= t2; node = node->next)
-      if (node->keyframe->time() >= t1) found = node->keyframe;
+    for (ZoKeyListNode* node = head; node != nullptr && node->time <= t2; node = node->next)
+      if (node->time >= t1) found = node->keyframe;
     return found;
   }
   // The interval wraps: t1 to the end, then the start to t2.
-  for (ZoKeyListNode* node = head; node != nullptr && node->keyframe->time() <= t2; node = node->next)
+  for (ZoKeyListNode* node = head; node != nullptr && node->time <= t2; node = node->next)
     found = node->keyframe;
   if (found != nullptr) return found;
-  return tail != nullptr && tail->keyframe->time() >= t1 ? tail->keyframe : nullptr;
+  return tail != nullptr && tail->time >= t1 ? tail->keyframe : nullptr;
 }
 
 bool ZoKeyList::KeyframesBetween(uint32_t t1, uint32_t t2, ZoDblList& out) {
   if (t1 < t2) {
-    for (ZoKeyListNode* node = head; node != nullptr && node->keyframe->time() <= t2; node = node->next)
-      if (node->keyframe->time() >= t1) out.Add(node->keyframe);
+    for (ZoKeyListNode* node = head; node != nullptr && node->time <= t2; node = node->next)
+      if (node->time >= t1) out.Add(node->keyframe);
   } else {
-    for (ZoKeyListNode* node = tail; node != nullptr && node->keyframe->time() >= t2; node = node->prev)
-      if (node->keyframe->time() <= t1) out.Add(node->keyframe);
+    for (ZoKeyListNode* node = tail; node != nullptr && node->time >= t2; node = node->prev)
+      if (node->time <= t1) out.Add(node->keyframe);
   }
   return out.GetCount() > 0;
 }

@@ -1,5 +1,5 @@
 // Inline kernels of the sampling path: spherical interpolation of rotations
-// without calls into the maths library, and the transform blends built on it.
+// four at a time, in lanes, without calls into the maths library.
 //
 // The arc is evaluated as ZoRotation3::interpolate evaluates it (shorter
 // arc, weights sin((1−u)θ)/sin θ and sin(uθ)/sin θ, a normalised linear blend
@@ -14,8 +14,20 @@
 // Polynomials are evaluated in Estrin's form (a tree of products instead of
 // Horner's chain): sampling is bound by the latency of one long dependency
 // chain per rotation, not by the number of operations. The weights agree with
-// the library's to within about 3e-7. Parameters outside [0, 1]
-// (extrapolation) take ZoRotation3::interpolate itself.
+// the library's to within about 3e-7.
+//
+// Each lane computes exactly what the one-rotation expression computes, so
+// a rotation gives the same bits whichever lane it is in and whatever the
+// other lanes hold; both paths of the lanes header give the same bits too.
+// A sample uses the lanes for the rotations it blends side by side: a linear
+// segment its two rotations, a cubic one the three first blends of de
+// Casteljau's construction and the local rotation, then two, then one.
+//
+// Edge cases:
+//   - Slerp takes u in [0, 1] only (InUnitInterval); callers send other
+//     parameters, NaN included, to ZoRotation3::interpolate.
+//   - A near-parallel pair whose blend has length 0 or NaN gives the
+//     identity, as ZoRotation3::normalize does.
 //
 // Everything here is forced inline: the results then stay in registers
 // instead of travelling through stack temporaries, whose partial stores and
@@ -27,11 +39,7 @@
 #include <zoactor/foundation/ZoTransform3.h>
 #include <zoactor/foundation/ZoVector3.h>
 
-#include <cmath>
-
-#if defined(__SSE__)
-#include <xmmintrin.h>
-#endif
+#include "foundation/ZoLanes.h"
 
 #if defined(__GNUC__)
 #define ZO_MOTION_INLINE inline __attribute__((always_inline))
@@ -41,89 +49,142 @@
 
 namespace zo_motion {
 
-// The square root of a value known not to be negative (no errno path).
-ZO_MOTION_INLINE float SqrtNonNegative(float v) {
-#if defined(__SSE__)
-  return _mm_cvtss_f32(_mm_sqrt_ss(_mm_set_ss(v)));
-#else
-  return std::sqrt(v);
-#endif
+using zolanes::Lanes;
+using zolanes::Mask;
+using zolanes::Select;
+using zolanes::Splat;
+
+// Four rotations, one per lane, by component.
+struct Quats {
+  Lanes w, x, y, z;
+};
+
+// The rotations whose components are r0 to r3, in lanes 0 to 3.
+ZO_MOTION_INLINE Quats Gather(Lanes r0, Lanes r1, Lanes r2, Lanes r3) {
+  Quats q{r0, r1, r2, r3};
+  zolanes::Transpose(q.w, q.x, q.y, q.z);
+  return q;
 }
 
+// The rotation in lane L.
+template <int L>
+ZO_MOTION_INLINE ZoRotation3 LaneOf(Quats const& q) {
+  return ZoRotation3(q.w[L], q.x[L], q.y[L], q.z[L]);
+}
+
+// Lanes A, B, C, D of every component.
+template <int A, int B, int C, int D>
+ZO_MOTION_INLINE Quats Shuffle(Quats const& q) {
+  return {zolanes::Shuffle<A, B, C, D>(q.w), zolanes::Shuffle<A, B, C, D>(q.x), zolanes::Shuffle<A, B, C, D>(q.y),
+          zolanes::Shuffle<A, B, C, D>(q.z)};
+}
+
+// True when every lane of u lies in [0, 1] (false for NaN).
+ZO_MOTION_INLINE bool InUnitInterval(Lanes u) { return zolanes::All((u >= 0.0f) & (u <= 1.0f)); }
+
 // acos(c) for c in [0, 1].
-ZO_MOTION_INLINE float AcosUnit(float c) {
-  float const c2 = c * c;
-  float const c4 = c2 * c2;
-  float const p01 = 1.5707963050f - 0.2145988016f * c;
-  float const p23 = 0.0889789874f - 0.0501743046f * c;
-  float const p45 = 0.0308918810f - 0.0170881256f * c;
-  float const p67 = 0.0066700901f - 0.0012624911f * c;
-  float const p = (p01 + p23 * c2) + (p45 + p67 * c2) * c4;
-  return SqrtNonNegative(1.0f - c) * p;
+ZO_MOTION_INLINE Lanes AcosUnit(Lanes c) {
+  Lanes const c2 = c * c;
+  Lanes const c4 = c2 * c2;
+  Lanes const p01 = 1.5707963050f - 0.2145988016f * c;
+  Lanes const p23 = 0.0889789874f - 0.0501743046f * c;
+  Lanes const p45 = 0.0308918810f - 0.0170881256f * c;
+  Lanes const p67 = 0.0066700901f - 0.0012624911f * c;
+  Lanes const p = (p01 + p23 * c2) + (p45 + p67 * c2) * c4;
+  return zolanes::Sqrt(1.0f - c) * p;
 }
 
 // sin(x) for x in [0, π/2].
-ZO_MOTION_INLINE float SinQuarter(float x) {
-  float const x2 = x * x;
-  float const x4 = x2 * x2;
-  float const x8 = x4 * x4;
-  float const q = (-1.6666666667e-1f + 8.3333333333e-3f * x2) + (-1.9841269841e-4f + 2.7557319224e-6f * x2) * x4 +
+ZO_MOTION_INLINE Lanes SinQuarter(Lanes x) {
+  Lanes const x2 = x * x;
+  Lanes const x4 = x2 * x2;
+  Lanes const x8 = x4 * x4;
+  Lanes const q = (-1.6666666667e-1f + 8.3333333333e-3f * x2) + (-1.9841269841e-4f + 2.7557319224e-6f * x2) * x4 +
                   -2.5052108385e-8f * x8;
   return x + x * x2 * q;
 }
 
-// out = the spherical interpolation from a (u = 0) to b (u = 1) along the
-// shorter arc. `out` may be a or b: it is written after they are read.
-ZO_MOTION_INLINE void Slerp(ZoRotation3 const& a, ZoRotation3 const& b, float u, ZoRotation3& out) {
-  if (!(u >= 0.0f && u <= 1.0f)) {
-    out.interpolate(a, b, u, 0);
-    return;
-  }
-  float cosine = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
-  float sign = 1.0f;
-  if (cosine < 0.0f) {
-    cosine = -cosine;
-    sign = -1.0f;
-  }
-  float wa, wb;
-  if (cosine > 0.9995f) {
-    wa = 1.0f - u;
-    wb = u * sign;
-    ZoRotation3 blend(a.w * wa + b.w * wb, a.x * wa + b.x * wb, a.y * wa + b.y * wb, a.z * wa + b.z * wb);
-    blend.normalize();
-    out = blend;
-    return;
-  }
-  // cosine in [0, 0.9995] (or NaN): θ in [0.0316, π/2], sin θ >= 0.0316.
-  float const inverseSine = 1.0f / SqrtNonNegative((1.0f - cosine) * (1.0f + cosine));
-  float const angle = AcosUnit(cosine);
-  wa = SinQuarter((1.0f - u) * angle) * inverseSine;
-  wb = SinQuarter(u * angle) * (inverseSine * sign);
-  out = ZoRotation3(a.w * wa + b.w * wb, a.x * wa + b.x * wb, a.y * wa + b.y * wb, a.z * wa + b.z * wb);
+// q scaled to unit length in each lane, as ZoRotation3::normalize does it
+// (a length of 0 or NaN gives the identity).
+ZO_MOTION_INLINE Quats Normalized(Quats const& q) {
+  Lanes const length = zolanes::Sqrt(q.w * q.w + q.x * q.x + q.y * q.y + q.z * q.z);
+  Lanes const inverse = 1.0f / length;
+  Mask const usable = length > 0.0f;
+  return {Select(usable, q.w * inverse, Splat(1.0f)), Select(usable, q.x * inverse, Splat(0.0f)),
+          Select(usable, q.y * inverse, Splat(0.0f)), Select(usable, q.z * inverse, Splat(0.0f))};
 }
 
-// The two-transform blend: translation linear, rotation spherical.
-ZO_MOTION_INLINE void Blend(ZoTransform3 const& a, ZoTransform3 const& b, float u, ZoTransform3& out) {
-  ZoVector3 const t = a.translation + (b.translation - a.translation) * u;
-  Slerp(a.rotation, b.rotation, u, out.rotation);
-  out.translation = t;
+// What the weights of a slerp need from its two rotations alone: the
+// cosine of the arc made non-negative (the shorter arc), the sign that b
+// takes for it, which lanes are near enough to blend linearly, and for the
+// others the angle θ and 1/sin θ.
+struct Arc {
+  Lanes sign, angle, inverseSine;
+  Mask near;
+};
+
+ZO_MOTION_INLINE Arc ArcOf(Quats const& a, Quats const& b) {
+  Lanes cosine = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
+  Mask const opposite = cosine < 0.0f;
+  cosine = Select(opposite, -cosine, cosine);
+  // Far apart: cosine in [0, 0.9995] (or NaN), θ in [0.0316, π/2],
+  // sin θ >= 0.0316. Lanes that are near compute garbage here and take
+  // the linear weights instead.
+  return {Select(opposite, Splat(-1.0f), Splat(1.0f)), AcosUnit(cosine),
+          1.0f / zolanes::Sqrt((1.0f - cosine) * (1.0f + cosine)), cosine > 0.9995f};
 }
 
-// The cubic Bézier of transforms from a to d with inner controls b and c:
-// translation by the Bézier polynomial, rotation by de Casteljau of slerps.
-ZO_MOTION_INLINE void Bezier(ZoTransform3 const& a, ZoTransform3 const& b, ZoTransform3 const& c,
-                             ZoTransform3 const& d, float u, ZoTransform3& out) {
-  ZoVector3 t;
-  t.interpolate(a.translation, b.translation, c.translation, d.translation, u);
-  ZoRotation3 ab, bc, cd, abc, bcd;
-  Slerp(a.rotation, b.rotation, u, ab);
-  Slerp(b.rotation, c.rotation, u, bc);
-  Slerp(c.rotation, d.rotation, u, cd);
-  Slerp(ab, bc, u, abc);
-  Slerp(bc, cd, u, bcd);
-  Slerp(abc, bcd, u, out.rotation);
-  out.translation = t;
+// a·wa + b·wb in each lane, normalised in the near lanes.
+ZO_MOTION_INLINE Quats Combine(Quats const& a, Quats const& b, Lanes wa, Lanes wb, Mask near) {
+  Quats const blend{a.w * wa + b.w * wb, a.x * wa + b.x * wb, a.y * wa + b.y * wb, a.z * wa + b.z * wb};
+  if (!zolanes::Any(near)) return blend;
+  Quats const unit = Normalized(blend);
+  return {Select(near, unit.w, blend.w), Select(near, unit.x, blend.x), Select(near, unit.y, blend.y),
+          Select(near, unit.z, blend.z)};
 }
+
+// In each lane, the spherical interpolation from a (u = 0) to b (u = 1)
+// along the shorter arc (`arc`, theirs); u in [0, 1].
+ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Arc const& arc, Lanes u) {
+  Lanes const wa = Select(arc.near, 1.0f - u, SinQuarter((1.0f - u) * arc.angle) * arc.inverseSine);
+  Lanes const wb = Select(arc.near, u * arc.sign, SinQuarter(u * arc.angle) * (arc.inverseSine * arc.sign));
+  return Combine(a, b, wa, wb, arc.near);
+}
+
+ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Lanes u) { return Slerp(a, b, ArcOf(a, b), u); }
+
+// Slerp of the pairs in lanes 0 and 1 only (lanes 2 and 3 come back
+// undefined) along their arcs: the four sines of the two pairs share one
+// polynomial.
+ZO_MOTION_INLINE Quats SlerpTwo(Quats const& a, Quats const& b, Arc const& arc, Lanes u) {
+  Lanes const sines = SinQuarter(zolanes::Shuffle2<0, 1, 4, 5>((1.0f - u) * arc.angle, u * arc.angle));
+  Lanes const wa = Select(arc.near, 1.0f - u, sines * arc.inverseSine);
+  Lanes const wb =
+      Select(arc.near, u * arc.sign, zolanes::Shuffle<2, 3, 2, 3>(sines) * (arc.inverseSine * arc.sign));
+  return Combine(a, b, wa, wb, arc.near);
+}
+
+ZO_MOTION_INLINE Quats SlerpTwo(Quats const& a, Quats const& b, Lanes u) { return SlerpTwo(a, b, ArcOf(a, b), u); }
+
+// A rotation's four components in lanes 0-3.
+ZO_MOTION_INLINE Lanes Components(ZoRotation3 const& r) { return zolanes::Load(&r.w); }
+
+// The rotations whose components are a and b in lanes 0 and 1, repeated in
+// lanes 2 and 3.
+ZO_MOTION_INLINE Quats GatherTwo(Lanes a, Lanes b) {
+  Lanes const low = zolanes::Shuffle2<0, 4, 1, 5>(a, b), high = zolanes::Shuffle2<2, 6, 3, 7>(a, b);
+  return {zolanes::Shuffle<0, 1, 0, 1>(low), zolanes::Shuffle<2, 3, 2, 3>(low), zolanes::Shuffle<0, 1, 0, 1>(high),
+          zolanes::Shuffle<2, 3, 2, 3>(high)};
+}
+
+// a + (b − a)·u lane by lane: the linear blend of points.
+ZO_MOTION_INLINE Lanes Lerp(Lanes a, Lanes b, Lanes u) { return a + (b - a) * u; }
+
+// A translation in lanes 0-2 (lane 3 holds whatever follows it in the
+// transform and is never used).
+ZO_MOTION_INLINE Lanes TranslationOf(ZoTransform3 const& t) { return zolanes::Load(&t.translation.x); }
+
+ZO_MOTION_INLINE void StoreVector(ZoVector3& v, Lanes lanes) { zolanes::Store3(&v.x, lanes); }
 
 }  // namespace zo_motion
 

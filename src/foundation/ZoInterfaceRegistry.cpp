@@ -47,8 +47,11 @@ ZoAiHookManager::~ZoAiHookManager() = default;
 char const* const ZoAiHookManager::INTERFACE_NAME = "ZoAiHookManager";
 
 int32_t ZoAiHookManager::Offer(int32_t code, void* record) {
+  // The name is made once: offers come once or twice per sphere-tree build
+  // and file open, and need not allocate.
+  static ZoString const name(INTERFACE_NAME);
   ZoAi* found = nullptr;
-  if (ZoInterfaceRegistry::GetInterface(INTERFACE_NAME, &found) == 0) return 0;
+  if (ZoInterfaceRegistry::GetInterface(name, &found) == 0) return 0;
   auto* manager = dynamic_cast<ZoAiHookManager*>(found);
   return manager != nullptr ? manager->HandleRequest(code, record) : 0;
 }

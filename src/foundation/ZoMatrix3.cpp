@@ -2,7 +2,6 @@
 
 #include <zoactor/foundation/ZoXformMatrix3.h>
 
-#include <algorithm>
 #include <cmath>
 
 void ZoMatrix3::principalAxis(ZoXformMatrix3& axes) const {
@@ -46,8 +45,22 @@ void ZoMatrix3::principalAxis(ZoXformMatrix3& axes, ZoVector3& eigenvalues) cons
       }
     }
   }
+  // Descending eigenvalues, equal ones in their first order. This is the
+  // insertion sort that std::stable_sort runs on three elements, step for
+  // step (so even NaN eigenvalues land where they did), without the buffer
+  // it asks the heap for first.
+  auto before = [&a](int i, int j) { return a[i][i] > a[j][j]; };
   int order[3] = {0, 1, 2};
-  std::stable_sort(order, order + 3, [&a](int i, int j) { return a[i][i] > a[j][j]; });
+  for (int i = 1; i < 3; ++i) {
+    int value = order[i];
+    int j = i;
+    if (before(value, order[0])) {
+      for (; j > 0; --j) order[j] = order[j - 1];
+    } else {
+      for (; before(value, order[j - 1]); --j) order[j] = order[j - 1];
+    }
+    order[j] = value;
+  }
   axes = ZoXformMatrix3();
   for (int column = 0; column < 3; ++column) {
     int from = order[column];

@@ -1,17 +1,38 @@
 // The per-triangle queries of a triangle set: ray, sphere, triangle against
 // triangle and triangle distance. Each works on one triangle with its
-// corners in registers; nothing allocates.
+// corners in registers; nothing allocates. The lane work (the distance
+// stages, the edge axes of the overlap test) goes through the lanes header,
+// whose lanes compute exactly what the scalar expressions compute.
+//
+// Edge cases:
+//   - A ray within 1e-6 of parallel to the plane (|n·d| < 1e-6 for the
+//     unnormalised normal n) misses and leaves t alone; so does a crossing
+//     not below the incoming t. Any other crossing is stored in t before
+//     the remaining checks, so a miss behind the origin or outside the
+//     triangle still reports the plane parameter (the sphere test uses it).
+//   - A ray through an edge or a corner hits: α, β ≥ 0 and α + β ≤ 1 count
+//     as inside.
+//   - Triangles that touch (a shared corner, a shared edge, a corner on a
+//     face) intersect: separation along an axis is strict, and a zero axis
+//     (parallel edges) never separates.
+//   - Identity placements (bit for bit; −0 counts as not the identity) skip
+//     the corner transforms; other placements carry all three corners.
+//   - The sphere test takes the first edge (PQ, PR, QR) whose distance to
+//     the foot is within the cut circle, not the nearest one.
+//   - Distance: within a stage the earliest candidate wins a tie; a foot at
+//     an edge's end point equals a corner pair already tried and never
+//     replaces it; parallel edge pairs (k² − 1 = 0) yield nothing; the
+//     search stops after the stage that brings the squared distance below
+//     1e-4.
 #include <zoactor/geometry/ZoTriangleSet.h>
 
+#include "foundation/ZoLanes.h"
 #include "geometry/ZoGeometryCommon.h"
 
 #include <cmath>
 #include <cstring>
 #include <initializer_list>
 
-#if defined(__SSE__)
-#include <xmmintrin.h>
-#endif
 
 using zogeometry::Absolute;
 using zogeometry::IsIdentity;
@@ -64,58 +85,21 @@ inline bool OneSided(int16_t const* indices, ZoMaterial const* materials, int32_
   return material >= 0 && material < numMaterials && (materials[material].flags & ZoMaterial::FLAG_TWO_SIDED) == 0;
 }
 
-// Four float lanes (GCC and Clang vector extensions). Each lane computes
-// exactly what the scalar expression computes (no reassociation, no fused
-// operations), so the lanes give the scalar results, four at a time.
-using Lanes = float __attribute__((vector_size(16)));
-using Mask = int32_t __attribute__((vector_size(16)));
-
-inline Lanes Select(Mask mask, Lanes yes, Lanes no) {
-  return reinterpret_cast<Lanes>((mask & reinterpret_cast<Mask>(yes)) | (~mask & reinterpret_cast<Mask>(no)));
-}
-
-inline Lanes Splat(float v) { return Lanes{v, v, v, v}; }
-
-// Lanes A, B, C, D of v, in that order.
-template <int A, int B, int C, int D>
-inline Lanes Shuffle(Lanes v) {
-#if defined(__clang__)
-  return __builtin_shufflevector(v, v, A, B, C, D);
-#else
-  return __builtin_shuffle(v, Mask{A, B, C, D});
-#endif
-}
-
-// Lane L in all four lanes.
-template <int L>
-inline Lanes SplatLane(Lanes v) {
-  return Shuffle<L, L, L, L>(v);
-}
+using zolanes::Bits;
+using zolanes::Lanes;
+using zolanes::Mask;
+using zolanes::Min;
+using zolanes::Select;
+using zolanes::Shuffle;
+using zolanes::Splat;
+using zolanes::SplatLane;
 
 // Lanes 1, 2, 0 in lanes 0-2: with a triangle's corners in lanes 0-2,
 // the end of each edge where its start was.
 inline Lanes Rotated(Lanes v) { return Shuffle<1, 2, 0, 3>(v); }
 
-// a where a < b, else b (a NaN in a gives b): MINPS.
-inline Lanes Min(Lanes a, Lanes b) {
-#if defined(__SSE__)
-  return reinterpret_cast<Lanes>(_mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
-#else
-  return Select(a < b, a, b);
-#endif
-}
-
-// The sign bits of the four lanes, lane 0 in bit 0.
-inline int Bits(Mask m) {
-#if defined(__SSE__)
-  return _mm_movemask_ps(reinterpret_cast<__m128>(m));
-#else
-  return (m[0] < 0 ? 1 : 0) | (m[1] < 0 ? 2 : 0) | (m[2] < 0 ? 4 : 0) | (m[3] < 0 ? 8 : 0);
-#endif
-}
-
 // v with NaN in the lanes where `ignore` is set.
-inline Lanes Ignoring(Lanes v, Mask ignore) { return reinterpret_cast<Lanes>(reinterpret_cast<Mask>(v) | ignore); }
+inline Lanes Ignoring(Lanes v, Mask ignore) { return zolanes::AsLanes(zolanes::AsMask(v) | ignore); }
 
 // Three coordinates of four points.
 struct Points {
@@ -148,20 +132,12 @@ inline Points Cross(Points const& a, Points const& b) {
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-inline Lanes SquareRoot(Lanes v) {
-#if defined(__SSE__)
-  return reinterpret_cast<Lanes>(_mm_sqrt_ps(reinterpret_cast<__m128>(v)));
-#else
-  return Lanes{std::sqrt(v[0]), std::sqrt(v[1]), std::sqrt(v[2]), std::sqrt(v[3])};
-#endif
-}
-
 // Unit vectors as ZoVector3::unit makes them (a zero vector stays zero),
 // with their squared lengths.
 // (A zero length divides by 1, which leaves the vector as it is.)
 inline Points Unit(Points const& d, Lanes& lengthSquared) {
   lengthSquared = Dot(d, d);
-  Lanes length = SquareRoot(lengthSquared);
+  Lanes length = zolanes::Sqrt(lengthSquared);
   Lanes divisor = Select(length > 0.0f, length, Splat(1.0f));
   return {d.x / divisor, d.y / divisor, d.z / divisor};
 }
@@ -619,11 +595,16 @@ bool ZoTriangleSet::CheckIntersection(int triangle, ZoTransform3 const& placemen
                                       int otherTriangle, ZoTransform3 const& otherPlacement) const {
   ZoTriangle const& t1 = triangles[triangle];
   ZoTriangle const& t2 = other->triangles[otherTriangle];
-  ZoVector3 first[3] = {placement * vertices[t1.corner[0]], placement * vertices[t1.corner[1]],
-                        placement * vertices[t1.corner[2]]};
-  ZoVector3 second[3] = {otherPlacement * other->vertices[t2.corner[0]],
-                         otherPlacement * other->vertices[t2.corner[1]],
-                         otherPlacement * other->vertices[t2.corner[2]]};
+  // Identity placements (triangles already in one frame) skip the corner
+  // transforms, as FindDistance does.
+  bool identity1 = IsIdentity(placement), identity2 = IsIdentity(otherPlacement);
+  ZoVector3 first[3], second[3];
+  for (int c = 0; c < 3; ++c) {
+    ZoVector3 const& p = vertices[t1.corner[c]];
+    ZoVector3 const& q = other->vertices[t2.corner[c]];
+    first[c] = identity1 ? p : placement * p;
+    second[c] = identity2 ? q : otherPlacement * q;
+  }
   return TrianglesTouch(first, second);
 }
 

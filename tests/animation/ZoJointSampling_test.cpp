@@ -16,6 +16,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -288,4 +290,59 @@ TEST(ZoJointSamplingOracle, InterpolateAgreesWithTheTransformSlerpAtEveryAngle) 
     worst = std::max(worst, RotationDistance(out.actorTransform.rotation, ToEigen(expected.rotation)));
   }
   EXPECT_LT(worst, 1e-6);
+}
+
+// The sampler remembers per segment what depends only on the two keys; a
+// sample must still be, bit for bit, what interpolating its two keys gives,
+// however the keys were edited in place between samples. Each edit is one
+// named case; a stale memory shows as a changed bit.
+TEST(ZoJointSamplingMemory, SamplesEqualInterpolateOfTheirKeysAfterInPlaceEdits) {
+  Random rng(505);
+  ZoJointKeyList list;
+  std::vector<ZoJointKeyframe*> keys;
+  ZoRotation3 turn = rng.Turn(3.0f);
+  for (uint32_t k = 0; k < 6; ++k) {
+    auto* kf = new ZoJointKeyframe;
+    kf->setTime(k * 100);
+    // Key 1 to 2 nearly parallel (the normalised linear blend), key 3 the
+    // same rotation with the other sign (the shorter arc flips b).
+    turn = (k == 2 ? rng.Turn(0.01f) : rng.Turn(1.0f)) * turn;
+    kf->actorTransform = ZoTransform3(rng.Vector(1.0f), k == 3 ? turn * -1.0f : turn);
+    kf->localTransform = ZoTransform3(rng.Vector(1.0f), rng.Turn(3.0f));
+    kf->point = rng.Vector(1.0f);
+    list.Insert(kf, 1);
+    keys.push_back(kf);
+  }
+  auto sameBits = [](ZoJointKeyframe const& x, ZoJointKeyframe const& y) {
+    return std::memcmp(&x.localTransform, &y.localTransform, sizeof(ZoTransform3)) == 0 &&
+           std::memcmp(&x.actorTransform, &y.actorTransform, sizeof(ZoTransform3)) == 0 &&
+           std::memcmp(&x.point, &y.point, sizeof(ZoVector3)) == 0 && x.flags == y.flags;
+  };
+  auto checkAll = [&](char const* edit) {
+    for (uint32_t time = 0; time < 500; time += 7) {
+      ZoJointKeyframe sampled, direct;
+      ASSERT_EQ(list.SampleAtTime(time, sampled, 0), 1) << edit;
+      ZoJointKeyframe const* a = keys[time / 100];
+      float t = static_cast<float>(time % 100) / 100.0f;
+      direct.Interpolate(a, time % 100 != 0 ? keys[time / 100 + 1] : nullptr, t);
+      EXPECT_TRUE(sameBits(sampled, direct)) << edit << " at " << time;
+    }
+  };
+  struct Edit {
+    char const* name;
+    std::function<void()> apply;
+  };
+  Edit const edits[] = {
+      {"none (everything remembered)", [] {}},
+      {"a rotation written", [&] { keys[1]->actorTransform.rotation = rng.Turn(3.0f); }},
+      {"a local rotation negated", [&] { keys[2]->localTransform.rotation = keys[2]->localTransform.rotation * -1.0f; }},
+      {"keys transformed", [&] { keys[3]->Transform(ZoTransform3(rng.Vector(1.0f), rng.Turn(2.0f))); }},
+      {"a key made smooth", [&] { keys[2]->ComputeBlends(keys[1], keys[3], ZoJointKeyframe::Smooth); }},
+      {"back to linear", [&] { keys[2]->ComputeBlends(keys[1], keys[3], ZoJointKeyframe::Linear); }},
+  };
+  for (Edit const& edit : edits) {
+    edit.apply();
+    checkAll(edit.name);
+    checkAll(edit.name);  // the second pass runs on what the first remembered
+  }
 }

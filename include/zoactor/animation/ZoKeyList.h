@@ -19,6 +19,13 @@
 //   so each carries its own type code and may be of any keyframe class.
 // Reading merges into the keys already held (Insert re-sorts, and a key of
 // an equal time replaces the held one).
+//
+// Edge cases:
+//   - Each node keeps a copy of its key's time, taken when the key is
+//     stored; every lookup, FirstTime and LastTime use that copy. A key
+//     whose time is changed while it sits in the list is therefore still
+//     found (and sampled) at its old time until it is removed and inserted
+//     again, which is what changing the time of a listed key requires.
 #ifndef ZOACTOR_ANIMATION_ZOKEYLIST_H
 #define ZOACTOR_ANIMATION_ZOKEYLIST_H
 
@@ -42,6 +49,10 @@ struct ZOACTOR_API ZoKeyListNode {
   ZoKeyListNode* prev = nullptr;
   // The node of the next later key; null at the tail.
   ZoKeyListNode* next = nullptr;
+  // The key's time as it was when the list stored the key. Every lookup of
+  // the list walks these, so a walk reads one node per key instead of the
+  // node and then its key.
+  uint32_t time = 0;
   // The same key seen as a joint keyframe, or null when it is of another
   // class. The list keeps it whenever it stores a key, so that sampling
   // needs neither a virtual call nor a cast to know what it holds.
