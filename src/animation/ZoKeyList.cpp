@@ -12,14 +12,6 @@
 
 namespace {
 
-// Stores `kf` in `node`, keeping the node's copy of its time and its typed
-// view of it.
-void Hold(ZoKeyListNode* node, ZoKeyframe* kf) {
-  node->keyframe = kf;
-  node->time = kf->time();
-  node->joint = dynamic_cast<ZoJointKeyframe*>(kf);
-}
-
 ZoKeyframe* KeyOf(ZoKeyListNode const* node) { return node != nullptr ? node->keyframe : nullptr; }
 
 // Appends `kf` to `keys`; when the vector cannot grow, destroys `kf` and
@@ -35,6 +27,15 @@ bool Keep(std::vector<ZoKeyframe*>& keys, ZoKeyframe* kf) {
 }
 
 }  // namespace
+
+// Stores `kf` in `node`, keeping the node's copy of its time and its typed
+// view of it; the key points back at the node so that setTime reaches it.
+void ZoKeyList::Hold(ZoKeyListNode* node, ZoKeyframe* kf) {
+  node->keyframe = kf;
+  node->time = kf->time();
+  node->joint = dynamic_cast<ZoJointKeyframe*>(kf);
+  kf->listNode = node;
+}
 
 ZoKeyList::ZoKeyList() : head(nullptr), tail(nullptr), cursor(nullptr), count(0) {}
 
@@ -144,6 +145,7 @@ ZoKeyframe* ZoKeyList::Remove(ZoKeyListNode* node) {
   }
   --count;
   ZoKeyframe* kf = node->keyframe;
+  if (kf != nullptr) kf->listNode = nullptr;
   delete static_cast<ZoListNode*>(node);
   return kf;
 }

@@ -1,15 +1,30 @@
 #include <zoactor/animation/ZoKeyframe.h>
 
+#include <zoactor/animation/ZoKeyList.h>
+
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
 #include <new>
 
 ZoKeyframe::~ZoKeyframe() = default;
 
+ZoKeyframe& ZoKeyframe::operator=(ZoKeyframe const& other) {
+  tag = other.tag;
+  setTime(other.keyTime);
+  return *this;
+}
+
+void ZoKeyframe::setTime(uint32_t t) {
+  keyTime = t;
+  if (listNode != nullptr) listNode->time = t;
+}
+
 ZoKeyframe* ZoKeyframe::CreateCopy() const { return new (std::nothrow) ZoKeyframe(*this); }
 
 ZoStreamError ZoKeyframe::ReadFromStream(ZoStream& stream) {
-  stream >> keyTime >> tag;
+  uint32_t t = keyTime;
+  stream >> t >> tag;
+  setTime(t);
   return stream.Status();
 }
 

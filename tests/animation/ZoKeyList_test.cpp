@@ -251,6 +251,32 @@ TEST(ZoKeyListCursor, ResumesRestartsAndFollowsRemoval) {
   EXPECT_EQ(list.LastTime(), 5u);
 }
 
+TEST(ZoKeyListCursor, LookupsSeeATimeChangedInPlace) {
+  // Retiming a listed key within its neighbours, directly or by assignment
+  // or by reading a body into it, is what every lookup sees at once; a key
+  // taken out of the list no longer reaches it.
+  ZoKeyList list;
+  ZoKeyframe* middle = Key(10);
+  for (ZoKeyframe* kf : {Key(0), middle, Key(20)}) list.Insert(kf);
+  ZoKeyframe* last = list.KeyframeAtTime(20);
+  middle->setTime(12);
+  EXPECT_EQ(list.KeyframeAtTime(10), nullptr);
+  EXPECT_EQ(list.KeyframeAtTime(12), middle);
+  EXPECT_EQ(list.LastKeyframeUntil(11), list.KeyframeAtTime(0));
+  ZoKeyframe later;
+  later.setTime(30);
+  *last = later;
+  EXPECT_EQ(list.LastTime(), 30u);
+  zotest::Reader in(ByteBuilder().u32(40).i32(0));
+  ASSERT_EQ((*in >> *last).Status(), ZoStreamOk);
+  EXPECT_EQ(list.LastTime(), 40u);
+  ASSERT_NE(list.KeyframeAtTime(0), nullptr);
+  std::unique_ptr<ZoKeyframe> taken(list.Remove(list.Cursor()));
+  taken->setTime(50);
+  EXPECT_EQ(list.FirstTime(), 12u);
+  EXPECT_EQ(TimesOf(list), (Times{12, 40}));
+}
+
 TEST(ZoKeyListCursor, IterationAndPeeking) {
   ZoKeyList list, one;
   for (uint32_t t : {0u, 10u, 20u}) list.Insert(Key(t));

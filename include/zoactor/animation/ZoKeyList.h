@@ -21,11 +21,11 @@
 // an equal time replaces the held one).
 //
 // Edge cases:
-//   - Each node keeps a copy of its key's time, taken when the key is
-//     stored; every lookup, FirstTime and LastTime use that copy. A key
-//     whose time is changed while it sits in the list is therefore still
-//     found (and sampled) at its old time until it is removed and inserted
-//     again, which is what changing the time of a listed key requires.
+//   - Each node keeps a copy of its key's time, which every lookup,
+//     FirstTime and LastTime read; the key's setTime updates that copy, so
+//     lookups always see the key's own time. Changing the time does not
+//     move the key: a time that passes a neighbour's breaks the order the
+//     lookups rely on (take the key out with Remove and insert it again).
 #ifndef ZOACTOR_ANIMATION_ZOKEYLIST_H
 #define ZOACTOR_ANIMATION_ZOKEYLIST_H
 
@@ -171,6 +171,9 @@ class ZOACTOR_API ZoKeyList : public ZoStreamObject {
   static ZoStreamObject* Create();
 
  protected:
+  // Stores `kf` in `node` with its time and typed view, and links the key
+  // back to the node.
+  static void Hold(ZoKeyListNode* node, ZoKeyframe* kf);
   // Copies every key of `other` in, as the copy constructor does.
   void CopyKeysFrom(ZoKeyList const& other);
   // Insert, with the walk for the key's place starting at `from` when that

@@ -18,6 +18,8 @@
 
 #include <cstdint>
 
+struct ZoKeyListNode;
+
 class ZOACTOR_API ZoKeyframe : public ZoStreamObject {
  public:
   static constexpr int32_t STREAM_TYPE = ZoTypeCode::Keyframe;
@@ -27,15 +29,17 @@ class ZOACTOR_API ZoKeyframe : public ZoStreamObject {
 
   // Tag 0, time 0.
   ZoKeyframe() = default;
-  // Copies tag and time.
-  ZoKeyframe(ZoKeyframe const& other) = default;
-  ZoKeyframe& operator=(ZoKeyframe const& other) = default;
+  // Copies tag and time (a copy belongs to no list).
+  ZoKeyframe(ZoKeyframe const& other) : tag(other.tag), keyTime(other.keyTime) {}
+  // Copies tag and time through setTime; this key stays in its list, if any.
+  ZoKeyframe& operator=(ZoKeyframe const& other);
   ~ZoKeyframe() override;
 
   // The key's time. Changing the time of a key that sits in a list does not
   // move it: take it out with Remove, change it, and insert it again.
   uint32_t time() const { return keyTime; }
-  void setTime(uint32_t t) { keyTime = t; }
+  // Sets the time; a list that holds the key sees the new time at once.
+  void setTime(uint32_t t);
 
   // A new heap copy of the same dynamic class, owned by the caller; null
   // when it cannot be allocated.
@@ -52,7 +56,12 @@ class ZOACTOR_API ZoKeyframe : public ZoStreamObject {
   static ZoStreamObject* Create();
 
  private:
+  friend class ZoKeyList;
+
   uint32_t keyTime = 0;
+  // The node of the list that holds this key, or null: its copy of the
+  // time, which the list's walks read, follows setTime.
+  ZoKeyListNode* listNode = nullptr;
 };
 
 #endif
