@@ -79,4 +79,8 @@
 #include <zoactor/skeleton/ZoTreeNode.h>
 #include <zoactor/skeleton/ZoTreeTraversal.h>
 
+// Actor: behaviour maps and proximity.
+#include <zoactor/actor/ZoFSMSpaceToBhvr.h>
+#include <zoactor/actor/ZoProtoProxDef.h>
+
 #endif
