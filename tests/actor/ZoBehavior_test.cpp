@@ -1,21 +1,16 @@
-// Behaviour maps and proximity definitions: their edits, the maximum
-// definition, and both bodies byte for byte.
+// Behaviour maps, compiled behaviours and proximity definitions: their
+// edits on the actor, the maximum definition, and both bodies byte for byte.
 #include <zoactor/actor/ZoFSMSpaceToBhvr.h>
+#include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/actor/ZoProtoProxDef.h>
 
-#include "support/ZoTestObjects.h"
-
-#include <memory>
-#include <string>
+#include "ZoActorTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-using zotest::Body;
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::Reader;
+using namespace zoacttest;
 
 namespace {
 
@@ -54,6 +49,38 @@ TEST(ZoBehaviorMap, EditsKeepEachNameOnceAndCompareExactly) {
   ZoFSMSpaceToBhvr copy(*map);
   map->AddActiveBhvr("jump");
   EXPECT_EQ(Active(&copy), "run;");
+}
+
+TEST(ZoBehaviorMap, ActorFindsRenamesAndRemovesAcrossSpaces) {
+  ActorRef actor(new ZoProtoActor);
+  actor->AddSpaceBhvrMap(Map("WALK", {"a", "b"}));
+  actor->AddSpaceBhvrMap(Map("walk", {"a"}));
+  actor->AddSpaceBhvrMap(Map("Swim", {"b", "c"}));
+  ZoFSMSpaceToBhvr* first = actor->FindSpaceBhvrMap("walk");
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->SpaceName(), "WALK");
+  EXPECT_EQ(actor->FindSpaceBhvrMap("fly"), nullptr);
+
+  // a and b both active: only b stays; where only a was, b replaces it.
+  actor->RenameBehaviorForSpaces("a", "b");
+  EXPECT_EQ(Active(first), "b;");
+  actor->RemoveBehaviorFromAllSpaces("c");
+  EXPECT_EQ(Active(actor->FindSpaceBhvrMap("SWIM")), "b;");
+
+  actor->RemoveSpaceBhvrMap("Walk");  // the first of the two WALK maps only
+  ASSERT_EQ(actor->BehaviorMaps().GetCount(), 2);
+  EXPECT_EQ(actor->FindSpaceBhvrMap("walk")->SpaceName(), "walk");
+}
+
+TEST(ZoBehaviorMap, CompiledBehavioursAreASet) {
+  ActorRef actor(new ZoProtoActor);
+  actor->UnregCompiledBhvr("never");
+  actor->RegCompiledBhvr("x");
+  actor->RegCompiledBhvr("x");
+  EXPECT_EQ(actor->BhvrList().GetCount(), 1);
+  EXPECT_EQ(actor->IsBhvrCompiled("x"), 1);
+  actor->UnregCompiledBhvr("x");
+  EXPECT_EQ(actor->IsBhvrCompiled("x"), 0);
 }
 
 TEST(ZoBehaviorMap, BodyIsNameCountAndNames) {
@@ -95,6 +122,21 @@ TEST(ZoProximity, MaximumIsFieldWiseAndStrict) {
   max.SetToMaximum(nullptr);
   EXPECT_EQ(max.radius, 0.0f);
   EXPECT_EQ(max.range2, 0.0f);
+}
+
+TEST(ZoProximity, DefaultDefinitionComesFromTheBoundsOnce) {
+  ActorRef actor(new ZoProtoActor);
+  actor->ComputeBounds();  // no measured geometry: the default box
+  actor->ProximityDefs().Add(Def("named", 5, 5, 5));
+  ZoProtoProxDef* def = actor->GetDefaultProximityDef();
+  ASSERT_NE(def, nullptr);
+  EXPECT_NEAR(def->radius, 0.141421f, 1e-6f);
+  EXPECT_NEAR(def->radiusSquared, 0.02f, 1e-6f);
+  EXPECT_NEAR(def->range1, 0.3f, 1e-6f);
+  EXPECT_NEAR(def->range2, 0.6f, 1e-6f);
+  EXPECT_EQ(actor->GetDefaultProximityDef(), def);
+  EXPECT_EQ(actor->ProximityDefs().GetCount(), 2);
+  EXPECT_EQ(actor->MaxProximityDef().radius, 1.0f);  // not recomputed
 }
 
 TEST(ZoProximity, BodyAndTheOlderFieldsWithoutFlag) {
