@@ -1,8 +1,8 @@
 // Helpers for the actor tests: a small figure skeleton, skills for it with
 // distinct keys, and the bytes of skill and actor bodies built field by
 // field from their tables.
-#ifndef ZOACTOR_TESTS_ACTOR_ZOACTORTESTSUPPORT_H
-#define ZOACTOR_TESTS_ACTOR_ZOACTORTESTSUPPORT_H
+#ifndef ZOACTOR_TESTS_ACTORLAYER_SUPPORT_H
+#define ZOACTOR_TESTS_ACTORLAYER_SUPPORT_H
 
 #include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/actor/ZoProtoSkill.h>
