@@ -292,6 +292,12 @@ ZoStreamError ZoProtoSkill::ReadSubclassData(ZoStream& stream) {
   for (int32_t i = 0; i < count && stream.Status() == ZoStreamOk; ++i) {
     std::unique_ptr<ZoStreamObject> record(stream.ReadObject(nullptr));
     if (stream.Status() != ZoStreamOk) break;
+    // An actor body carries its version only at the top of a file; nested
+    // here it could not be read back as written.
+    if (dynamic_cast<ZoProtoActor*>(record.get()) != nullptr) {
+      static_cast<ZoProtoActor*>(record.release())->Release();
+      return stream.Fail(ZoStreamFormatError, "an actor where an annotation record belongs");
+    }
     if (record != nullptr && subclassData->Append(record.get()) != nullptr) record.release();
   }
   return stream.Status();

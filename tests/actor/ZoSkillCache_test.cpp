@@ -207,6 +207,8 @@ TEST(ZoSkillCacheSave, FailuresAreLoggedAndStillClearDirty) {
 }
 
 TEST(ZoSkillCacheSave, EveryInjectedFailureLeavesEachFileWholeAndNoTemporaryFile) {
+  Logged quiet;
+  ZoLogger::SetSink(&Logged::Sink, &quiet);
   for (ZoFault kind : {ZoFault::Write, ZoFault::Sync, ZoFault::Rename}) {
     for (int nth = 1; nth <= 3; ++nth) {
       SCOPED_TRACE(std::to_string(static_cast<int>(kind)) + " #" + std::to_string(nth));
@@ -244,6 +246,8 @@ TEST(ZoSkillCacheSave, EveryInjectedFailureLeavesEachFileWholeAndNoTemporaryFile
         EXPECT_EQ(fs::path(entry).filename().string()[0] == '.', false) << entry;
     }
   }
+  ZoLogger::SetSink(nullptr, nullptr);
+  EXPECT_EQ(quiet.lines.size(), 9u);
 }
 
 }  // namespace
