@@ -9,6 +9,7 @@
 #include "serialization/ZoFormatVersions.h"
 #include "serialization/ZoStreamIo.h"
 
+#include <atomic>
 #include <initializer_list>
 #include <new>
 
@@ -35,6 +36,16 @@ void DestroyRecords(ZoDblList& records) {
 }
 
 }  // namespace
+
+namespace {
+
+std::atomic<int32_t> gMaxJoints{ZoProtoSkill::kDefaultMaxJoints};
+
+}  // namespace
+
+int32_t ZoProtoSkill::MaxJoints() { return gMaxJoints.load(std::memory_order_relaxed); }
+
+void ZoProtoSkill::SetMaxJoints(int32_t joints) { gMaxJoints.store(joints > 0 ? joints : 0, std::memory_order_relaxed); }
 
 // --- Construction ------------------------------------------------------------------
 
@@ -269,6 +280,9 @@ ZoStreamError ZoProtoSkill::ReadJoints(ZoStream& stream) {
   bool keyframed = format == ZoSkillFormatKeyframed;
   int32_t count = 0;
   if (!stream.ReadCount(count, keyframed ? kMinKeyframedJoint : 0, sizeof(ZoSkillJoint))) return stream.Status();
+  if (count > MaxJoints())
+    return stream.FailAt(stream.Position() - 4, ZoStreamFormatError, "joint count %d passes the cap of %d", count,
+                         MaxJoints());
   if (!ResetJoints(count)) return OutOfMemory(stream);
   if (!keyframed) return stream.Status();
   for (int32_t i = 0; i < numJoints && stream.Status() == ZoStreamOk; ++i) {

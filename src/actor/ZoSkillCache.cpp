@@ -48,6 +48,13 @@ class KeyOfDatum : public ZoCallBack {
   bool found = false;
 };
 
+// `a` + `b` + `c`, the last a literal.
+ZoString Joined(ZoString const& a, ZoString const& b, char const* c) {
+  ZoString joined(a);
+  joined << b << c;
+  return joined;
+}
+
 // Orders skill files by upper-cased name, then by bytes, whatever order the
 // file system lists them in.
 bool ComesFirst(ZoString const& a, ZoString const& b) {
@@ -111,7 +118,7 @@ ZoProtoSkill* ZoProtoActor::LoadSkill(ZoString skillName, int pin) {
     lastSkillLoad.detail.Set(ZoStreamOk, -1, "no skill name");
     return nullptr;
   }
-  ZoString file = SkillPath() + skillName + ".skl";
+  ZoString file = Joined(SkillPath(), skillName, ".skl");
   lastSkillLoad.file = file;
   ZoProtoSkill* skill = ReadSkillFile(file, &lastSkillLoad.detail);
   if (skill == nullptr) {
@@ -234,13 +241,13 @@ void ZoProtoActor::RenameSkill(ZoProtoSkill* skill, ZoString const& newName) {
   if (cached) UncacheSkill(skill);
   skill->SetName(newName);
   ZoString folder = SkillPath();
-  ZoPlatform::Rename(folder + oldKey + ".skl", folder + newName + ".skl");
+  ZoPlatform::Rename(Joined(folder, oldKey, ".skl"), Joined(folder, newName, ".skl"));
   if (cached && !CacheSkill(skill, newKey)) skill->Release();
 }
 
 void ZoProtoActor::DeleteSkill(ZoProtoSkill* skill) {
   if (skill == nullptr || skills.Find(skill) == nullptr) return;
-  ZoString file = SkillPath() + skill->Name().Upper() + ".skl";
+  ZoString file = Joined(SkillPath(), skill->Name().Upper(), ".skl");
   UncacheSkill(skill);
   skill->Release();
   ZoPlatform::DeleteFile(file);
@@ -282,9 +289,9 @@ int ZoProtoActor::SaveSkills(ZoSkillFormat format) {
   for (void* item = skills.GetFirst(cursor); item != nullptr; item = skills.GetNext(cursor)) {
     auto* skill = static_cast<ZoProtoSkill*>(item);
     skill->SetFormat(format);
-    if (WriteSkillFile(folder + skill->Name() + ".skl", skill) == 0) {
+    if (WriteSkillFile(Joined(folder, skill->Name(), ".skl"), skill) == 0) {
       result = 0;
-      ZoLogger::Log(0, kLogCaption, name, ZoString("Failed to write the ") + skill->Name() + ".skl skill file.");
+      ZoLogger::Log(0, kLogCaption, name, Joined("Failed to write the ", skill->Name(), ".skl skill file."));
     }
   }
   return result;
@@ -304,7 +311,7 @@ void ZoProtoActor::CleanTriangleSets() {
 }
 
 int ZoProtoActor::Save(ZoSkillFormat format) {
-  ZoString actorFile = path + name + ".act";
+  ZoString actorFile = Joined(path, name, ".act");
   if (ZoCopyFolder::Exists(path) != 1) {
     if (ZoCopyFolder::CreateFolder(path) == 0) return 0;
     for (char const* sub : {"Textures", "Behaviors", "Sounds", "Skills"}) {
@@ -315,7 +322,7 @@ int ZoProtoActor::Save(ZoSkillFormat format) {
   }
   CleanTriangleSets();
   int ok = WriteActorFile(actorFile, this);
-  if (ok == 0) ZoLogger::Log(0, kLogCaption, name, ZoString("Failed to write the ") + name + ".act actor file.");
+  if (ok == 0) ZoLogger::Log(0, kLogCaption, name, Joined("Failed to write the ", name, ".act actor file."));
   if (format != ZoSkillFormatNone) ok = (SaveSkills(format) != 0 && ok != 0) ? 1 : 0;
   dirty = 0;
   return ok;

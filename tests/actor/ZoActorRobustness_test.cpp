@@ -48,7 +48,7 @@ SkillRef RichSkill(ZoProtoActor* actor) {
   return skill;
 }
 
-TEST(ZoActorRobustness, EveryTruncationIsRefusedWithAReason) {
+TEST(ZoActorFileRobustness, EveryTruncationIsRefusedWithAReason) {
   ActorRef actor = RichActor();
   SkillRef skill = RichSkill(actor.get());
   Bytes actorFile = ActorFile(actor.get());
@@ -81,7 +81,7 @@ Bytes Patched(Bytes bytes, size_t at, int32_t value) {
   return bytes;
 }
 
-TEST(ZoActorRobustness, CorruptionsAreRefusedWithReasonAndOffset) {
+TEST(ZoActorFileRobustness, CorruptionsAreRefusedWithReasonAndOffset) {
   ActorRef actor = RichActor();
   SkillRef skill = RichSkill(actor.get());
   Bytes skillFile = SkillFile(skill.get());
@@ -129,7 +129,7 @@ TEST(ZoActorRobustness, CorruptionsAreRefusedWithReasonAndOffset) {
   }
 }
 
-TEST(ZoActorRobustness, CapsOnAllocationAndNestingHoldAtTheirValues) {
+TEST(ZoActorFileRobustness, CapsOnAllocationAndNestingHoldAtTheirValues) {
   ActorRef actor = FigureActor("Dog");
   // A skill of the "SklN" format stores nothing per joint: only the cap
   // bounds its joint array (16 bytes a joint).
@@ -147,6 +147,15 @@ TEST(ZoActorRobustness, CapsOnAllocationAndNestingHoldAtTheirValues) {
   EXPECT_EQ(ZoProtoActor::ReadSkillFrom(*pastCap, &report), nullptr);
   EXPECT_NE(std::string(report.reason).find("allocation cap"), std::string::npos) << report.reason;
   ZoReadLimits::Reset();
+  ZoProtoSkill::SetMaxJoints(64);
+  Reader atJointCap(many, 0);
+  SkillRef sixtyFour(ZoProtoActor::ReadSkillFrom(*atJointCap, nullptr));
+  EXPECT_NE(sixtyFour.get(), nullptr);
+  Reader pastJointCap(Patched(file, 32, 65), 0);
+  EXPECT_EQ(ZoProtoActor::ReadSkillFrom(*pastJointCap, &report), nullptr);
+  EXPECT_STREQ(report.reason, "joint count 65 passes the cap of 64");
+  EXPECT_EQ(report.offset, 32);
+  ZoProtoSkill::SetMaxJoints(ZoProtoSkill::kDefaultMaxJoints);
 
   // Skills nested as annotation records: the file's frame is level 1.
   ZoRef<Nester> inner(new Nester), middle(new Nester), outer(new Nester);

@@ -36,9 +36,11 @@
 //   or SetupFromPrototype runs; SetParentIndices gives -1 to joints beyond
 //   the actor's geometry traversal (and to all of them without one).
 // - numJoints is checked before the joint array is allocated: 4 bytes per
-//   joint must be left in a keyframed body, and the array must stay within
-//   ZoReadLimits::MaxAllocation() (a "SklN" body stores nothing per joint,
-//   so only the cap bounds it). A negative count fails the read.
+//   joint must be left in a keyframed body, the array must stay within
+//   ZoReadLimits::MaxAllocation(), and the count within MaxJoints() (65536
+//   by default; a body of any other format stores nothing per joint, so
+//   without this cap a few bytes could ask for a huge array). A negative
+//   count fails the read.
 // - A key list that fails to read is destroyed, its joint left without
 //   keys, and the read stops there. Annotation records may be of any
 //   registered class; a null frame adds nothing; a negative record count
@@ -93,6 +95,13 @@ class ZOACTOR_API ZoProtoSkill : public ZoStreamObject, public ZoAiSkill {
   static constexpr int32_t fileVersion = 106;
   // The sample rate of a new skill.
   static constexpr int32_t kDefaultSampleRate = 33;
+  // The default of MaxJoints().
+  static constexpr int32_t kDefaultMaxJoints = 65536;
+
+  // The most joints a skill body may declare when read (a count at the cap
+  // is accepted, one past it refused). Process-wide; a host may change it.
+  static int32_t MaxJoints();
+  static void SetMaxJoints(int32_t joints);
 
   // Format "SklK", type 0, no name, version 1, no joints, identity
   // forward-facing transform and conversion, one reference, not pinned,
