@@ -20,19 +20,55 @@ bool FileImage::Load(ZoString const& fileName, ZoReadReport* report) {
   bool fits = size >= 0 && size <= INT32_MAX && static_cast<uint64_t>(size) <= ZoReadLimits::MaxAllocation() &&
               ZoPlatform::Position(file->GetHandle()) == 0;
   if (!fits) return true;  // parsed through the file stream
-  bytes.reset(new (std::nothrow) char[size > 0 ? static_cast<size_t>(size) : 1]);
-  if (bytes == nullptr) return true;
-  int64_t got = ZoPlatform::Read(file->GetHandle(), bytes.get(), static_cast<size_t>(size));
+  char* room = Room(static_cast<size_t>(size));
+  if (room == nullptr) return true;
+  int64_t got = ZoPlatform::Read(file->GetHandle(), room, static_cast<size_t>(size));
   if (got != size) {
     if (report != nullptr) report->Set(ZoStreamReadError, got > 0 ? got : 0, "the file could not be read");
     return false;
   }
-  memory.reset(new (std::nothrow) ZoMemoryStream(bytes.get(), static_cast<int32_t>(size)));
+  memory.reset(new (std::nothrow) ZoMemoryStream(room, static_cast<int32_t>(size)));
   if (memory == nullptr) {
     if (report != nullptr) report->Set(ZoStreamReadError, -1, "out of memory");
     return false;
   }
   return true;
+}
+
+namespace {
+
+// The buffer this thread keeps for the files it reads.
+struct KeptBuffer {
+  std::unique_ptr<char[]> data;
+  size_t capacity = 0;
+  bool inUse = false;
+};
+thread_local KeptBuffer tKept;
+
+}  // namespace
+
+FileImage::~FileImage() {
+  memory.reset();
+  if (holdsKept) tKept.inUse = false;
+}
+
+char* FileImage::Room(size_t size) {
+  if (size == 0) size = 1;
+  if (size > kKeptBuffer || tKept.inUse) {
+    bytes.reset(new (std::nothrow) char[size]);
+    return bytes.get();
+  }
+  if (tKept.capacity < size) {
+    tKept.data.reset();
+    tKept.capacity = 0;
+    size_t grown = size < 64 * 1024 ? 64 * 1024 : size;
+    tKept.data.reset(new (std::nothrow) char[grown]);
+    if (tKept.data == nullptr) return nullptr;
+    tKept.capacity = grown;
+  }
+  tKept.inUse = true;
+  holdsKept = true;
+  return tKept.data.get();
 }
 
 namespace {

@@ -25,6 +25,37 @@ ZoString FileKey(ZoString const& fileName) {
   return key;
 }
 
+// The keys of the file names looked up last, so that asking again for a
+// registered prototype by the same name allocates nothing. Used under the
+// database's lock only.
+class RecentKeys {
+ public:
+  ZoString const& KeyOf(ZoString const& fileName) {
+    for (Entry const& entry : entries)
+      if (entry.fileName.Length() == fileName.Length() && entry.fileName == fileName) return entry.key;
+    Entry& slot = entries[next];
+    next = (next + 1) % kEntries;
+    slot.fileName = fileName;
+    slot.key = FileKey(fileName);
+    return slot.key;
+  }
+
+ private:
+  static constexpr int kEntries = 8;
+  struct Entry {
+    ZoString fileName;
+    ZoString key;
+  };
+  Entry entries[kEntries];
+  int next = 0;
+};
+
+RecentKeys& Recent() {
+  // Reachable for the process's life, like the table itself.
+  static RecentKeys* recent = new RecentKeys;
+  return *recent;
+}
+
 // The prototype the engine's hook supplies for `fileName`, or null.
 ZoProtoActor* FromHook(ZoString const& fileName) {
   ZoHookLoadPrototypeRecord record{};
@@ -49,7 +80,7 @@ int ZoProtoDBCB::CallBack(void* item) {
 
 ZoProtoActor* ZoProtoDB::GetPrototype(ZoString fileName, int& status, int loadSkills) {
   ZoCriticalSectionLock hold(csectDBLock);
-  ZoString key = FileKey(fileName);
+  ZoString key = Recent().KeyOf(fileName);
   if (auto* known = static_cast<ZoProtoActor*>(protoTable.Find(key))) {
     status = 0;
     return known;
