@@ -119,18 +119,6 @@ TEST(ZoProtoActor, BoundsComeFromMeasuredNodesOnly) {
   }
 }
 
-TEST(ZoProtoActor, DefaultBoxFigures) {
-  ActorRef actor(new ZoProtoActor);
-  actor->ComputeBounds();
-  float radius = 0, height = 0, sphere = 0;
-  ZoVector3 center;
-  actor->GetBoundingCylinder(radius, height);
-  actor->GetBoundingSphere(center, sphere);
-  EXPECT_NEAR(radius, 0.141421f, 1e-6f);
-  EXPECT_NEAR(height, 0.2f, 1e-6f);
-  EXPECT_NEAR(sphere, 0.173205f, 1e-6f);
-}
-
 TEST(ZoProtoActor, SkeletonInstallsTraversalsAndBackPointers) {
   ActorRef actor = FigureActor("Dog");
   ZoProtoNode* root = actor->RootNode();
