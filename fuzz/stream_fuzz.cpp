@@ -3,6 +3,7 @@
 // writes must agree, so a reader and its writer stay each other's inverse on
 // whatever a reader accepts. The first byte chooses the stream version the
 // input is read under (older layouts below 100).
+#include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/skeleton/ZoProtoNode.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoStream.h>
@@ -48,7 +49,9 @@ bool RebuildsOnRead(ZoStreamObject const& object) {
 void CheckRoundTrip(ZoStreamObject const& object) {
   std::vector<char> first = WriteFramed(&object);
   ZoMemoryStream again(first.data(), static_cast<int32_t>(first.size()));
-  again.version = kZoCurrentVersion;
+  // An actor body starts with its version, which a reader takes only from a
+  // stream whose version is not set yet.
+  again.version = dynamic_cast<ZoProtoActor const*>(&object) != nullptr ? 0 : kZoCurrentVersion;
   std::unique_ptr<ZoStreamObject> reread(again.ReadObject(nullptr));
   if (reread == nullptr || again.Status() != ZoStreamOk) {
     std::fprintf(stderr, "an object written by the library does not read back\n");

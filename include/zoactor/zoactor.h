@@ -79,4 +79,15 @@
 #include <zoactor/skeleton/ZoTreeNode.h>
 #include <zoactor/skeleton/ZoTreeTraversal.h>
 
+// Actor: the proto actor and its file, skills and skill files, the skill
+// cache, behaviour maps and proximity, the prototype database.
+#include <zoactor/actor/ZoFSMSpaceToBhvr.h>
+#include <zoactor/actor/ZoProtoActor.h>
+#include <zoactor/actor/ZoProtoDB.h>
+#include <zoactor/actor/ZoProtoProxDef.h>
+#include <zoactor/actor/ZoProtoSkill.h>
+#include <zoactor/actor/ZoReadReport.h>
+#include <zoactor/actor/ZoRef.h>
+#include <zoactor/actor/ZoSkillAnnotations.h>
+
 #endif

@@ -43,6 +43,7 @@ int ZoInterfaceRegistry::GetInterface(ZoString const& name, ZoAi** result) {
 
 ZoAi::~ZoAi() = default;
 ZoAiHookManager::~ZoAiHookManager() = default;
+ZoAiSkill::~ZoAiSkill() = default;
 
 char const* const ZoAiHookManager::INTERFACE_NAME = "ZoAiHookManager";
 

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
 #include <fnmatch.h>
@@ -16,6 +17,18 @@
 namespace {
 
 std::atomic<ZoIoObserver> gObserver{nullptr};
+// Per fault kind: how many more calls until the injected failure (0: none).
+std::atomic<int> gFaultCountdown[3] = {{0}, {0}, {0}};
+
+// True when this call of `kind` is the one chosen to fail.
+bool FaultNow(ZoFault kind) {
+  std::atomic<int>& countdown = gFaultCountdown[static_cast<int>(kind)];
+  int left = countdown.load(std::memory_order_relaxed);
+  while (left > 0) {
+    if (countdown.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) return left == 1;
+  }
+  return false;
+}
 std::atomic<void*> gObserverContext{nullptr};
 
 void Report(ZoIoEvent::Kind kind, ZoFileHandle handle, int64_t requested, int64_t result) {
@@ -148,6 +161,10 @@ int64_t ZoPlatform::Read(ZoFileHandle handle, void* destination, size_t count) {
 }
 
 int64_t ZoPlatform::Write(ZoFileHandle handle, void const* source, size_t count) {
+  if (FaultNow(ZoFault::Write)) {
+    Report(ZoIoEvent::Write, handle, static_cast<int64_t>(count), -1);
+    return -1;
+  }
   auto const* in = static_cast<char const*>(source);
   size_t done = 0;
   int64_t result = 0;
@@ -284,7 +301,7 @@ bool ZoPlatform::DeleteFolder(ZoString const& path) {
 bool ZoPlatform::Rename(ZoString const& from, ZoString const& to) {
   std::string source = ResolveExisting(from);
   std::string target = ResolveForCreate(to);
-  if (source.empty() || target.empty()) return false;
+  if (source.empty() || target.empty() || FaultNow(ZoFault::Rename)) return false;
   return ::rename(source.c_str(), target.c_str()) == 0;
 }
 
@@ -300,6 +317,69 @@ int ZoPlatform::ListFolder(ZoString const& folder, char const* pattern, ZoString
     if (names.AppendString(ZoString(name.c_str())) != nullptr) ++appended;
   }
   return appended;
+}
+
+// --- Replacing a file atomically --------------------------------------------------
+
+namespace {
+
+// The folder part of a native path ("." for a bare name).
+std::string FolderOf(std::string const& path) {
+  size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+bool SyncFolder(std::string const& folder) {
+  int fd;
+  do fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  while (fd < 0 && errno == EINTR);
+  if (fd < 0) return false;
+  bool ok = ::fsync(fd) == 0;
+  ::close(fd);
+  return ok;
+}
+
+}  // namespace
+
+ZoFileHandle ZoPlatform::CreateTemporary(ZoString const& target, std::string& temporaryPath) {
+  temporaryPath.clear();
+  std::string resolved = ResolveForCreate(target);
+  if (resolved.empty() || resolved.back() == '/') return kZoInvalidFileHandle;
+  std::string folder = FolderOf(resolved);
+  size_t slash = resolved.rfind('/');
+  std::string base = slash == std::string::npos ? resolved : resolved.substr(slash + 1);
+  std::string pattern = (folder == "/" ? std::string("/") : folder + "/") + "." + base + ".XXXXXX";
+  std::vector<char> name(pattern.begin(), pattern.end());
+  name.push_back('\0');
+  int fd = ::mkostemp(name.data(), O_CLOEXEC);
+  if (fd < 0) return kZoInvalidFileHandle;
+  // mkostemp makes the file private; give it the mode OpenWrite gives files.
+  ::fchmod(fd, 0644);
+  temporaryPath = name.data();
+  return fd;
+}
+
+bool ZoPlatform::SyncFile(ZoFileHandle handle) {
+  if (handle < 0 || FaultNow(ZoFault::Sync)) return false;
+  int rc;
+  do rc = ::fsync(handle);
+  while (rc != 0 && errno == EINTR);
+  return rc == 0;
+}
+
+bool ZoPlatform::ReplaceFile(std::string const& temporaryPath, ZoString const& target) {
+  std::string resolved = ResolveForCreate(target);
+  if (temporaryPath.empty() || resolved.empty() || FaultNow(ZoFault::Rename)) return false;
+  if (::rename(temporaryPath.c_str(), resolved.c_str()) != 0) return false;
+  SyncFolder(FolderOf(resolved));
+  return true;
+}
+
+bool ZoPlatform::RemoveExactPath(std::string const& path) { return !path.empty() && ::unlink(path.c_str()) == 0; }
+
+void ZoPlatform::InjectFault(ZoFault kind, int nth) {
+  gFaultCountdown[static_cast<int>(kind)].store(nth > 0 ? nth : 0, std::memory_order_relaxed);
 }
 
 ZoString ZoPlatform::JoinPath(ZoString const& folder, ZoString const& name) {

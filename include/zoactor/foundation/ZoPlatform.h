@@ -47,6 +47,9 @@ using ZoIoObserver = void (*)(ZoIoEvent const& event, void* context);
 // How a file will be read, passed to the system as an advice.
 enum class ZoAccessHint { Sequential, Random };
 
+// The platform calls a test can make fail (see ZoPlatform::InjectFault).
+enum class ZoFault { Write, Sync, Rename };
+
 // What CreateFolder did.
 enum class ZoFolderResult { Created, AlreadyExists, Failed };
 
@@ -106,6 +109,34 @@ class ZOACTOR_API ZoPlatform {
   static int ListFolder(ZoString const& folder, char const* pattern, ZoStringList& names);
   // Joins a folder and a name with one separator.
   static ZoString JoinPath(ZoString const& folder, ZoString const& name);
+
+  // --- Replacing a file atomically ----------------------------------------
+  // A file is replaced by writing a temporary file beside it, syncing it,
+  // and renaming it over the target: readers see the old file or the new
+  // one, never a mixture, and a failure leaves the old file as it was.
+
+  // Creates an empty temporary file for writing in the folder of `target`
+  // (the folder resolved without regard to case; it must exist), named
+  // after the target's last part with a unique suffix. Sets `temporaryPath`
+  // to its path; returns its handle, or kZoInvalidFileHandle.
+  static ZoFileHandle CreateTemporary(ZoString const& target, std::string& temporaryPath);
+  // Makes the file's data durable (fsync); true on success.
+  static bool SyncFile(ZoFileHandle handle);
+  // Renames the file at `temporaryPath` over `target` (resolved for
+  // creation, so an existing file of another case is the one replaced) and
+  // then syncs the folder. True when the rename succeeded: once it has,
+  // the replacement is complete, and a failing folder sync (which weakens
+  // only durability after a crash) is not reported.
+  static bool ReplaceFile(std::string const& temporaryPath, ZoString const& target);
+  // Removes the file at exactly `path` (no case folding); true when removed.
+  static bool RemoveExactPath(std::string const& path);
+
+  // --- Fault injection (tests) ----------------------------------------------
+
+  // Makes the `nth` call of `kind` from now on fail once (1: the next one):
+  // Write returns -1, SyncFile and the rename of ReplaceFile (and Rename)
+  // return false. 0 disarms. Process-wide; tests that use it run alone.
+  static void InjectFault(ZoFault kind, int nth);
 
   // --- Observation ---------------------------------------------------------
 

@@ -247,7 +247,8 @@ class ZOACTOR_API ZoStream {
   void NoteUnknownFrame(int32_t type);
   // The position `back` bytes ago, or -1 when the stream cannot tell.
   int64_t PositionBack(int32_t back);
-  void KeepFailure(int64_t offset, ZoStreamError error, char const* format, va_list arguments);
+  void KeepFailure(int64_t offset, ZoStreamError error, char const* format, va_list arguments)
+      __attribute__((format(printf, 4, 0)));
   bool CheckCountAt(int64_t count, uint32_t encodedSize, uint32_t memorySize, int32_t back);
 
   ZoStream& Put(void const* value, uint32_t count) {

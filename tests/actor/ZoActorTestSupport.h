@@ -1,0 +1,123 @@
+// Helpers for the actor tests: a small figure skeleton, skills for it with
+// distinct keys, and the bytes of skill and actor bodies built field by
+// field from their tables.
+#ifndef ZOACTOR_TESTS_ACTORLAYER_SUPPORT_H
+#define ZOACTOR_TESTS_ACTORLAYER_SUPPORT_H
+
+#include <zoactor/actor/ZoProtoActor.h>
+#include <zoactor/actor/ZoProtoSkill.h>
+#include <zoactor/actor/ZoRef.h>
+#include <zoactor/animation/ZoJointKeyframe.h>
+#include <zoactor/geometry/ZoTriShapes.h>
+#include <zoactor/skeleton/ZoProtoNode.h>
+
+#include "support/ZoTestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace zoacttest {
+
+using zotest::Body;
+using zotest::ByteBuilder;
+using zotest::Bytes;
+using zotest::Framed;
+using zotest::Reader;
+using zotest::TempFolder;
+
+using ActorRef = ZoRef<ZoProtoActor>;
+using SkillRef = ZoRef<ZoProtoSkill>;
+
+inline ByteBuilder& AddTransform(ByteBuilder& b, ZoTransform3 const& t) {
+  return b.f32(t.translation.x).f32(t.translation.y).f32(t.translation.z).f32(t.rotation.w).f32(t.rotation.x)
+      .f32(t.rotation.y).f32(t.rotation.z);
+}
+
+inline ZoTransform3 Turned(float x, float angle) {
+  ZoRotation3 q;
+  q.setValue(angle, ZoVector3(0, 0, 1));
+  return ZoTransform3(ZoVector3(x, 2 * x, -x), q);
+}
+
+// A joint key whose every field differs from the others.
+inline ZoJointKeyframe* Key(uint32_t time, float seed) {
+  auto* k = new ZoJointKeyframe;
+  k->setTime(time);
+  k->tag = static_cast<int32_t>(time) + 7;
+  k->flags = 3;
+  k->localTransform = Turned(seed, 0.1f);
+  k->localIn = Turned(seed + 1, 0.2f);
+  k->localOut = Turned(seed + 2, 0.3f);
+  k->actorTransform = Turned(seed + 3, 0.4f);
+  k->actorIn = Turned(seed + 4, 0.5f);
+  k->actorOut = Turned(seed + 5, 0.6f);
+  k->point = ZoVector3(seed, -seed, 0.5f);
+  k->marker = 9;
+  k->blendMode = 1;
+  return k;
+}
+
+// A framed joint key as its code, keyframe body and 200-byte block.
+inline ByteBuilder& AddFramedKey(ByteBuilder& b, ZoJointKeyframe const& k) {
+  b.i32(0x79654B4A).u32(k.time()).i32(k.tag).i32(k.flags);
+  for (ZoTransform3 const* t : {&k.localTransform, &k.localIn, &k.localOut, &k.actorTransform, &k.actorIn, &k.actorOut})
+    AddTransform(b, *t);
+  return b.f32(k.point.x).f32(k.point.y).f32(k.point.z).i32(k.marker).f32(k.easeIn).f32(k.easeOut).i32(k.blendMode);
+}
+
+inline ZoProtoNode* Joint(char const* name, int32_t style, float x) {
+  auto* node = new ZoProtoNode;
+  node->SetName(name);
+  node->SetStyle(style);
+  node->SetHomeTransform(ZoTransform3(ZoVector3(x, 1, 0), ZoRotation3()));
+  return node;
+}
+
+// hips → spine → head → grip (a handle); hips → leg. The joints (geometry
+// traversal) are hips 0, spine 1, head 2, leg 3 with parents -1, 0, 1, 0.
+inline ZoProtoNode* Figure() {
+  ZoProtoNode* hips = Joint("Hips", ZoProtoNode::Geometry, 0);
+  ZoProtoNode* spine = Joint("Spine", ZoProtoNode::Geometry, 0.5f);
+  ZoProtoNode* head = Joint("Head", ZoProtoNode::Geometry, 0.25f);
+  ZoProtoNode* leg = Joint("Leg", ZoProtoNode::Geometry, -0.5f);
+  hips->addChild(spine);
+  spine->addChild(head);
+  head->addChild(Joint("Grip", ZoProtoNode::Handle, 0.1f));
+  hips->addChild(leg);
+  return hips;
+}
+
+inline ActorRef FigureActor(char const* name) {
+  ActorRef actor(new ZoProtoActor);
+  actor->SetName(name);
+  actor->SetSkeleton(Figure());
+  return actor;
+}
+
+// A skill sized to `actor` with two keys on joint 0 and one on joint 2.
+inline ZoProtoSkill* FigureSkill(ZoProtoActor* actor, char const* name) {
+  auto* skill = new ZoProtoSkill;
+  skill->SetName(name);
+  skill->SetupFromPrototype(actor);
+  skill->InitJoint(0)->Insert(Key(0, 1.0f));
+  skill->InitJoint(0)->Insert(Key(100, 2.0f));
+  skill->InitJoint(2)->Insert(Key(50, 3.0f));
+  return skill;
+}
+
+// The bytes of a file on disk, or empty.
+inline Bytes FileBytes(std::string const& path) {
+  Bytes bytes;
+  if (FILE* f = std::fopen(path.c_str(), "rb")) {
+    int c;
+    while ((c = std::fgetc(f)) != EOF) bytes.push_back(static_cast<uint8_t>(c));
+    std::fclose(f);
+  }
+  return bytes;
+}
+
+}  // namespace zoacttest
+
+#endif

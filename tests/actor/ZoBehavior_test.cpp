@@ -1,0 +1,162 @@
+// Behaviour maps, compiled behaviours and proximity definitions: their
+// edits on the actor, the maximum definition, and both bodies byte for byte.
+#include <zoactor/actor/ZoFSMSpaceToBhvr.h>
+#include <zoactor/actor/ZoProtoActor.h>
+#include <zoactor/actor/ZoProtoProxDef.h>
+
+#include "ZoActorTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace zoacttest;
+
+namespace {
+
+ZoFSMSpaceToBhvr* Map(char const* space, std::initializer_list<char const*> active) {
+  auto* map = new ZoFSMSpaceToBhvr;
+  map->SetSpaceName(space);
+  for (char const* name : active) map->AddActiveBhvr(name);
+  return map;
+}
+
+std::string Active(ZoFSMSpaceToBhvr const* map) {
+  std::string text;
+  ZoDblListItem* cursor = nullptr;
+  for (void* item = map->ActiveBehaviors().GetFirst(cursor); item != nullptr;
+       item = map->ActiveBehaviors().GetNext(cursor))
+    text += std::string(static_cast<ZoString*>(item)->c_str()) + ";";
+  return text;
+}
+
+ZoProtoProxDef* Def(char const* name, float radius, float range1, float range2) {
+  auto* def = new ZoProtoProxDef;
+  def->name = name;
+  def->SetRadius(radius);
+  def->range1 = range1;
+  def->range2 = range2;
+  return def;
+}
+
+TEST(ZoBehaviorMap, EditsKeepEachNameOnceAndCompareExactly) {
+  std::unique_ptr<ZoFSMSpaceToBhvr> map(Map("Walk", {"idle", "idle", "run"}));
+  EXPECT_EQ(Active(map.get()), "idle;run;");
+  EXPECT_EQ(map->IsActive("IDLE"), 0);  // behaviour names keep their case
+  map->RemoveActiveBhvr("missing");
+  map->RemoveActiveBhvr("idle");
+  EXPECT_EQ(Active(map.get()), "run;");
+  ZoFSMSpaceToBhvr copy(*map);
+  map->AddActiveBhvr("jump");
+  EXPECT_EQ(Active(&copy), "run;");
+}
+
+TEST(ZoBehaviorMap, ActorFindsRenamesAndRemovesAcrossSpaces) {
+  ActorRef actor(new ZoProtoActor);
+  actor->AddSpaceBhvrMap(Map("WALK", {"a", "b"}));
+  actor->AddSpaceBhvrMap(Map("walk", {"a"}));
+  actor->AddSpaceBhvrMap(Map("Swim", {"b", "c"}));
+  ZoFSMSpaceToBhvr* first = actor->FindSpaceBhvrMap("walk");
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->SpaceName(), "WALK");
+  EXPECT_EQ(actor->FindSpaceBhvrMap("fly"), nullptr);
+
+  // a and b both active: only b stays; where only a was, b replaces it.
+  actor->RenameBehaviorForSpaces("a", "b");
+  EXPECT_EQ(Active(first), "b;");
+  actor->RemoveBehaviorFromAllSpaces("c");
+  EXPECT_EQ(Active(actor->FindSpaceBhvrMap("SWIM")), "b;");
+
+  actor->RemoveSpaceBhvrMap("Walk");  // the first of the two WALK maps only
+  ASSERT_EQ(actor->BehaviorMaps().GetCount(), 2);
+  EXPECT_EQ(actor->FindSpaceBhvrMap("walk")->SpaceName(), "walk");
+}
+
+TEST(ZoBehaviorMap, CompiledBehavioursAreASet) {
+  ActorRef actor(new ZoProtoActor);
+  actor->UnregCompiledBhvr("never");
+  actor->RegCompiledBhvr("x");
+  actor->RegCompiledBhvr("x");
+  EXPECT_EQ(actor->BhvrList().GetCount(), 1);
+  EXPECT_EQ(actor->IsBhvrCompiled("x"), 1);
+  actor->UnregCompiledBhvr("x");
+  EXPECT_EQ(actor->IsBhvrCompiled("x"), 0);
+}
+
+TEST(ZoBehaviorMap, BodyIsNameCountAndNames) {
+  std::unique_ptr<ZoFSMSpaceToBhvr> map(Map("Walk", {"idle", "run"}));
+  Bytes expected = ByteBuilder().str("Walk").i32(2).str("idle").str("run");
+  EXPECT_EQ(Body(*map), expected);
+
+  ZoFSMSpaceToBhvr back;
+  back.AddActiveBhvr("held");
+  Reader reader(expected);
+  EXPECT_EQ(back.ReadFromStream(*reader), ZoStreamOk);
+  EXPECT_EQ(back.SpaceName(), "Walk");
+  EXPECT_EQ(Active(&back), "held;idle;run;");  // appended to what was held
+
+  ZoFSMSpaceToBhvr negative;
+  Reader none(ByteBuilder().str("S").i32(-3));
+  EXPECT_EQ(negative.ReadFromStream(*none), ZoStreamOk);
+  EXPECT_EQ(negative.ActiveBehaviors().GetCount(), 0);
+  Reader huge(ByteBuilder().str("S").i32(1000).str("x"));
+  EXPECT_NE(ZoFSMSpaceToBhvr().ReadFromStream(*huge), ZoStreamOk);
+}
+
+TEST(ZoProximity, MaximumIsFieldWiseAndStrict) {
+  ZoDblList defs;
+  std::unique_ptr<ZoProtoProxDef> a(Def("a", 1, 2, 5)), b(Def("b", 3, 1, 4)), nan(Def("n", NAN, -1, -1));
+  defs.Add(a.get());
+  defs.Add(b.get());
+  defs.Add(nan.get());
+  ZoProtoProxDef max;
+  max.name = "kept?";
+  max.proxFlag = 7;
+  max.SetToMaximum(&defs);
+  EXPECT_EQ(max.radius, 3.0f);
+  EXPECT_EQ(max.radiusSquared, 9.0f);
+  EXPECT_EQ(max.range1, 2.0f);
+  EXPECT_EQ(max.range2, 5.0f);
+  EXPECT_TRUE(max.name.IsEmpty());
+  EXPECT_EQ(max.proxFlag, 7);
+  max.SetToMaximum(nullptr);
+  EXPECT_EQ(max.radius, 0.0f);
+  EXPECT_EQ(max.range2, 0.0f);
+}
+
+TEST(ZoProximity, DefaultDefinitionComesFromTheBoundsOnce) {
+  ActorRef actor(new ZoProtoActor);
+  actor->ComputeBounds();  // no measured geometry: the default box
+  actor->ProximityDefs().Add(Def("named", 5, 5, 5));
+  ZoProtoProxDef* def = actor->GetDefaultProximityDef();
+  ASSERT_NE(def, nullptr);
+  EXPECT_NEAR(def->radius, 0.141421f, 1e-6f);
+  EXPECT_NEAR(def->radiusSquared, 0.02f, 1e-6f);
+  EXPECT_NEAR(def->range1, 0.3f, 1e-6f);
+  EXPECT_NEAR(def->range2, 0.6f, 1e-6f);
+  EXPECT_EQ(actor->GetDefaultProximityDef(), def);
+  EXPECT_EQ(actor->ProximityDefs().GetCount(), 2);
+  EXPECT_EQ(actor->MaxProximityDef().radius, 1.0f);  // not recomputed
+}
+
+TEST(ZoProximity, BodyAndTheOlderFieldsWithoutFlag) {
+  std::unique_ptr<ZoProtoProxDef> def(Def("near", 2, 3, 4));
+  def->proxFlag = -5;
+  Bytes expected = ByteBuilder().str("near").f32(2).f32(3).f32(4).i32(-5);
+  EXPECT_EQ(Body(*def), expected);
+
+  ZoProtoProxDef back;
+  Reader reader(expected);
+  EXPECT_EQ(back.ReadFromStream(*reader), ZoStreamOk);
+  EXPECT_EQ(back.radiusSquared, 4.0f);
+  EXPECT_EQ(back.proxFlag, -5);
+
+  ZoProtoProxDef older;
+  Reader olderReader(ByteBuilder().str("far").f32(6).f32(7).f32(8));
+  EXPECT_EQ(older.ReadFields(*olderReader, 0), ZoStreamOk);
+  EXPECT_EQ(older.radiusSquared, 36.0f);
+  EXPECT_EQ(older.proxFlag, 1);
+  EXPECT_EQ(olderReader.Consumed(), 19u);
+}
+
+}  // namespace

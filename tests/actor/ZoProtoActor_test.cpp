@@ -1,0 +1,304 @@
+// The proto actor: its defaults, bounds, copies and references, the
+// skeleton it installs, the current body byte for byte, and actor files
+// that start with a container header (versions below 24, 33 and 34).
+#include <zoactor/actor/ZoProtoActor.h>
+#include <zoactor/actor/ZoProtoDB.h>
+#include <zoactor/foundation/ZoAi.h>
+#include <zoactor/geometry/ZoColModel.h>
+#include <zoactor/geometry/ZoTriShapes.h>
+#include <zoactor/values/ZoProperty.h>
+#include <zoactor/values/ZoTypedValue.h>
+
+#include "ZoActorTestSupport.h"
+#include "skeleton/ZoOlderLayout.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+using namespace zoacttest;
+
+namespace {
+
+// An engine object that counts its releases.
+class CountingAi : public ZoAi {
+ public:
+  int GetInterfaceName(char*, int, int&, int&) override { return 0; }
+  int32_t AddRef() override { return 2; }
+  int32_t Release() override { return ++releases; }
+  int32_t releases = 0;
+};
+
+ZoProtoNode* CubeNode(char const* name, ZoTransform3 const& home, float edge) {
+  auto* node = new ZoProtoNode;
+  node->SetName(name);
+  node->SetHomeTransform(home);
+  node->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(edge, edge, edge)));
+  return node;
+}
+
+float BoundingRadiusProperty(ZoProtoActor& actor) {
+  return static_cast<float>(*actor.Properties().Find("ZO_bndRadius"));
+}
+
+TEST(ZoProtoActor, NewActorHasItsDefaults) {
+  ActorRef actor(new ZoProtoActor);
+  EXPECT_EQ(actor->RefCount(), 1);
+  EXPECT_EQ(actor->Version(), 1);
+  EXPECT_EQ(actor->GetSkillCacheSize(), -1);
+  EXPECT_EQ(actor->Properties().GetCount(), 11);
+  char const* strings[] = {"ZO_faceNode",   "ZO_stopSkill",      "ZO_locoSkill", "ZO_graspSkill",  "ZO_graspPoseSkill",
+                           "ZO_touchSkill", "ZO_touchPoseSkill", "ZO_sitSkill",  "ZO_putPoseSkill"};
+  for (char const* key : strings) {
+    ZoProperty* property = actor->Properties().Find(key);
+    ASSERT_NE(property, nullptr) << key;
+    EXPECT_EQ(property->Value()->StreamType(), ZoTypeCode::StringValue) << key;
+    EXPECT_TRUE(static_cast<ZoString>(*property).IsEmpty()) << key;
+  }
+  auto const* eye = dynamic_cast<ZoVector3Value const*>(actor->Properties().Find("ZO_eyeVector")->Value());
+  ASSERT_NE(eye, nullptr);
+  EXPECT_EQ(static_cast<ZoVector3 const&>(*eye), ZoVector3(1, 0, 0));
+  EXPECT_EQ(actor->Properties().Find("ZO_bndRadius")->Value()->StreamType(), ZoTypeCode::FloatValue);
+  EXPECT_EQ(BoundingRadiusProperty(*actor), 0.0f);
+}
+
+TEST(ZoProtoActor, BoundsComeFromMeasuredNodesOnly) {
+  struct Case {
+    char const* name;
+    std::function<ZoProtoNode*()> skeleton;
+    ZoVector3 min, max;
+  } const cases[] = {
+      {"handles only: the default box",
+       [] {
+         ZoProtoNode* root = Joint("root", ZoProtoNode::Handle, 0);
+         root->CreateColModel();
+         return root;
+       },
+       ZoVector3(-0.1f, -0.1f, -0.1f), ZoVector3(0.1f, 0.1f, 0.1f)},
+      {"a square never counts",
+       [] {
+         ZoProtoNode* square = CubeNode("sq", ZoTransform3(), 4);
+         if (ZoProtoGeomInfo* info = square->GeomInfo()) info->squareKind = 1;
+         return square;
+       },
+       ZoVector3(-0.1f, -0.1f, -0.1f), ZoVector3(0.1f, 0.1f, 0.1f)},
+      {"two cubes placed in the root's parent frame",
+       [] {
+         ZoProtoNode* root = CubeNode("a", ZoTransform3(ZoVector3(0, 1, 0), ZoRotation3()), 2);
+         root->addChild(CubeNode("b", ZoTransform3(ZoVector3(3, 0, 0), ZoRotation3()), 1));
+         return root;
+       },
+       ZoVector3(-1, 0, -1), ZoVector3(3.5f, 2, 1)},
+      {"only the two corners move: a quarter turn crosses them",
+       [] {
+         ZoRotation3 quarter;
+         quarter.setValue(1.5707964f, ZoVector3(0, 0, 1));
+         return CubeNode("turned", ZoTransform3(ZoVector3(), quarter), 2);
+       },
+       ZoVector3(1, -1, -1), ZoVector3(-1, 1, 1)},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    ActorRef actor(new ZoProtoActor);
+    actor->SetSkeleton(c.skeleton());
+    ZoVector3 min, max, center;
+    float radius = 0, height = 0, sphere = 0;
+    actor->GetBoundingBox(min, max);
+    zotest::ExpectNear(min, c.min);
+    zotest::ExpectNear(max, c.max);
+    actor->GetBoundingCylinder(radius, height);
+    actor->GetBoundingSphere(center, sphere);
+    ZoVector3 extent = c.max - c.min;
+    EXPECT_NEAR(radius, 0.5f * std::sqrt(extent.x * extent.x + extent.z * extent.z), 1e-5f);
+    EXPECT_NEAR(height, extent.y, 1e-5f);
+    EXPECT_NEAR(sphere, 0.5f * extent.length(), 1e-5f);
+    zotest::ExpectNear(center, (c.min + c.max) * 0.5f);
+    EXPECT_EQ(BoundingRadiusProperty(*actor), radius);
+  }
+}
+
+TEST(ZoProtoActor, SkeletonInstallsTraversalsAndBackPointers) {
+  ActorRef actor = FigureActor("Dog");
+  ZoProtoNode* root = actor->RootNode();
+  EXPECT_EQ(actor->NodeTraversal()->NumNodes(), 5);
+  EXPECT_EQ(actor->GeomTraversal()->NumNodes(), 4);
+  EXPECT_EQ(actor->NodeTraversal()->NodeWithName("grip")->GetActor(), actor.get());
+  actor->SetSkeleton(root);  // the same root: kept, traversals rebuilt
+  EXPECT_EQ(actor->RootNode(), root);
+  EXPECT_EQ(actor->GeomTraversal()->NumNodes(), 4);
+  actor->SetSkeleton(nullptr);
+  EXPECT_EQ(actor->NodeTraversal(), nullptr);
+  EXPECT_EQ(actor->GeomTraversal(), nullptr);
+  EXPECT_EQ(actor->IsDirty(), 0);
+}
+
+TEST(ZoProtoActor, CopyIsDeepAndNamedUniquely) {
+  ActorRef source = FigureActor("Dog");
+  source->Path() = "somewhere/";
+  source->Version() = 4;
+  source->AddSkill(FigureSkill(source.get(), "Walk"));
+  source->SetSkillCacheSize(3);
+  auto* map = new ZoFSMSpaceToBhvr;
+  map->SetSpaceName("Walk");
+  source->AddSpaceBhvrMap(map);
+  auto* def = new ZoProtoProxDef;
+  def->SetRadius(2);
+  source->ProximityDefs().Add(def);
+  source->RegCompiledBhvr("compiled");
+
+  ActorRef copy(new ZoProtoActor(*source));
+  EXPECT_EQ(copy->Name(), "Copy of Dog");
+  EXPECT_TRUE(copy->Path().IsEmpty());
+  EXPECT_EQ(copy->Version(), 4);
+  EXPECT_EQ(copy->RefCount(), 1);
+  EXPECT_EQ(copy->GetSkillCacheSize(), -1);
+  EXPECT_NE(copy->RootNode(), source->RootNode());
+  EXPECT_EQ(copy->GeomTraversal()->NumNodes(), 4);
+  EXPECT_EQ(copy->NodeTraversal()->Node(0)->GetActor(), copy.get());
+  ZoProtoSkill* walk = copy->GetSkill("walk", 0);  // found in the copy's dictionary, not loaded
+  ASSERT_NE(walk, nullptr);
+  EXPECT_NE(walk, source->GetSkill("WALK", 0));
+  EXPECT_EQ(copy->BehaviorMaps().GetCount(), 1);
+  EXPECT_NE(copy->FindSpaceBhvrMap("walk"), map);
+  EXPECT_EQ(copy->MaxProximityDef().radius, 2.0f);
+  EXPECT_EQ(copy->IsBhvrCompiled("compiled"), 0);
+}
+
+TEST(ZoProtoActor, LastReleaseDestroysAndReleasesTheUserData) {
+  CountingAi ai;
+  auto* actor = new ZoProtoActor;
+  actor->SetUserData(&ai);
+  EXPECT_EQ(actor->AddRef(), 2);
+  EXPECT_EQ(actor->Release(), 1);
+  EXPECT_EQ(ai.releases, 0);
+  EXPECT_EQ(actor->Release(), 0);
+  EXPECT_EQ(ai.releases, 1);
+}
+
+// The current body of `actor`, from its field table; the nested skeleton
+// and property table come from their own writers.
+Bytes CurrentBody(ZoProtoActor& actor) {
+  ByteBuilder b;
+  b.i32(106).i32(actor.Version()).str(actor.Name().c_str());
+  b.append(Body(*actor.RootNode())).append(Body(actor.Properties()));
+  b.i32(1).str("near").f32(2).f32(3).f32(4).i32(6);
+  b.i32(1).str("Swim").i32(2).str("kick").str("glide");
+  return b;
+}
+
+TEST(ZoProtoActorBody, CurrentBodyByteForByteAndBack) {
+  ActorRef actor = FigureActor("Dog");
+  actor->Version() = 3;
+  actor->Properties().SetValue("ZO_faceNode", new ZoStringValue("Head"));
+  auto* def = new ZoProtoProxDef;
+  def->name = "near";
+  def->SetRadius(2);
+  def->range1 = 3, def->range2 = 4, def->proxFlag = 6;
+  actor->ProximityDefs().Add(def);
+  auto* map = new ZoFSMSpaceToBhvr;
+  map->SetSpaceName("Swim");
+  map->AddActiveBhvr("kick");
+  map->AddActiveBhvr("glide");
+  actor->AddSpaceBhvrMap(map);
+
+  Bytes expected = CurrentBody(*actor);
+  ASSERT_EQ(Body(*actor, 0), expected);
+
+  ActorRef back(new ZoProtoActor);
+  Reader reader(expected, 0);
+  ASSERT_EQ(back->ReadFromStream(*reader), ZoStreamOk);
+  EXPECT_EQ(reader.Consumed(), expected.size());
+  EXPECT_EQ(back->Version(), 3);
+  EXPECT_EQ(static_cast<ZoString>(*back->Properties().Find("ZO_faceNode")), "Head");
+  EXPECT_EQ(back->MaxProximityDef().radius, 2.0f);
+  EXPECT_NE(back->NodeTraversal()->NodeWithName("Grip")->ColModel(), nullptr);  // its marker again
+  EXPECT_EQ(Body(*back, 0), expected);
+
+  ActorRef bare(new ZoProtoActor);
+  ZoMemoryStream out;
+  EXPECT_EQ(bare->WriteToStream(out), ZoStreamWriteError);
+  EXPECT_EQ(out.GetPosition(), 0u);
+}
+
+// An older actor file: a container header, then the framed older body.
+Bytes OlderActorFile(int32_t version) {
+  zoolderlayout::OlderNode grip;
+  grip.name = "grip";
+  grip.style = 2;
+  grip.record = [](ByteBuilder& b, int32_t) { b.i32(1).f32(0.1f).f32(0.3f).u32(0); };
+  zoolderlayout::OlderNode hips;
+  hips.name = "hips";
+  hips.children = {grip};
+
+  ByteBuilder b;
+  b.i32(ZoProtoActor::kContainerMagic).u16(2).u16(static_cast<uint16_t>(version)).chars("Actr").i32(0);
+  b.i32(ZoTypeCode::ProtoActor);
+  if (version >= 24) b.i32(8);
+  b.str("Old");
+  hips.Write(b, version);
+  b.i32(1).i32(2).str("legs").i32(4);  // a property in the oldest layout
+  b.i32(1).str("near").f32(2).f32(3).f32(4);
+  if (version >= 34) b.i32(7);
+  b.i32(1).str("Walk").i32(1).str("step");
+  return b;
+}
+
+TEST(ZoProtoActorFile, ContainerHeaderFilesReadTheOlderBody) {
+  struct Case {
+    int32_t version;
+    int32_t actorVersion, flag;
+    bool squareShape;
+  } const cases[] = {{20, 1, 1, false}, {33, 8, 1, true}, {34, 8, 7, true}};
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.version);
+    Bytes file = OlderActorFile(c.version);
+    Reader reader(file, 0);
+    ZoReadReport report;
+    ActorRef actor(ZoProtoActor::ReadActorFrom(*reader, &report));
+    ASSERT_NE(actor.get(), nullptr) << report.reason;
+    EXPECT_EQ(reader.Consumed(), file.size());
+    EXPECT_EQ(actor->Version(), c.actorVersion);
+    EXPECT_EQ(actor->Name(), "Old");
+    ASSERT_EQ(actor->NodeTraversal()->NumNodes(), 2);
+    EXPECT_NE(actor->NodeTraversal()->NodeWithName("grip")->ColModel(), nullptr);
+    EXPECT_EQ(actor->RootNode()->ColModel() != nullptr, c.squareShape);  // a square from 28 on
+    EXPECT_EQ(static_cast<int>(*actor->Properties().Find("legs")), 4);
+    EXPECT_EQ(actor->Properties().GetCount(), 12);
+    ZoDblListItem* cursor = nullptr;
+    auto* def = static_cast<ZoProtoProxDef*>(actor->ProximityDefs().GetFirst(cursor));
+    EXPECT_EQ(def->proxFlag, c.flag);
+    EXPECT_EQ(def->radiusSquared, 4.0f);
+    EXPECT_EQ(actor->MaxProximityDef().range2, 4.0f);
+    ASSERT_NE(actor->FindSpaceBhvrMap("WALK"), nullptr);
+    EXPECT_EQ(actor->FindSpaceBhvrMap("WALK")->IsActive("step"), 1);
+  }
+}
+
+TEST(ZoProtoActorFile, FilesOnDiskKeepTheirFolderAndRefuseActorsWithoutSkeleton) {
+  TempFolder folder;
+  ActorRef actor = FigureActor("Dog");
+  std::string path = folder / "Dog.act";
+  ASSERT_EQ(ZoProtoActor::WriteActorFile(path.c_str(), actor.get()), 1);
+  Bytes expected = ByteBuilder().i32(0x5A4F5041).i32(ZoTypeCode::ProtoActor).append(Body(*actor, 0));
+  EXPECT_EQ(FileBytes(path), expected);
+
+  std::string dosPath = folder.path() + "\\DOG.ACT";
+  std::replace(dosPath.begin(), dosPath.end(), '/', '\\');
+  ActorRef back(ZoProtoActor::ReadActorFile(dosPath.c_str()));
+  ASSERT_NE(back.get(), nullptr);
+  EXPECT_EQ(std::string(back->Path().c_str()), folder.path() + "/");
+  EXPECT_EQ(std::string(back->SkillPath().c_str()), folder.path() + "/Skills/");
+
+  folder.WriteFile("Old.act", OlderActorFile(33));
+  ActorRef old(ZoProtoActor::ReadActorFile((folder / "old.act").c_str()));
+  ASSERT_NE(old.get(), nullptr);
+  EXPECT_EQ(old->Version(), 8);
+
+  ActorRef bare(new ZoProtoActor);
+  EXPECT_EQ(ZoProtoActor::WriteActorFile((folder / "Bare.act").c_str(), bare.get()), 0);
+  EXPECT_TRUE(FileBytes(folder / "Bare.act").empty());
+}
+
+}  // namespace

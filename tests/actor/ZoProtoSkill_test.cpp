@@ -1,0 +1,345 @@
+// Skills: the body byte for byte at 106 with every annotation record and
+// in the "SklN" format, the older bodies and files by version, copies and
+// references, and the edits skeleton changes make (permute, transform,
+// scale).
+#include <zoactor/actor/ZoProtoActor.h>
+#include <zoactor/actor/ZoProtoSkill.h>
+#include <zoactor/skeleton/ZoPermutation.h>
+#include <zoactor/skeleton/ZoProtoTraversal.h>
+
+#include "ZoActorTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace zoacttest;
+
+namespace {
+
+constexpr int32_t kSkillCode = 0x536B6C50;
+constexpr int32_t kKeyframed = 0x4B6C6B53;
+constexpr int32_t kNone = 0x4E6C6B53;
+
+// Every annotation record, with values of its own.
+void AddEveryRecord(ZoProtoSkill& skill) {
+  auto* foot = new ZoProtoFootData;
+  foot->data0 = 1, foot->data1 = 2, foot->data2 = 3;
+  skill.AddFoot(foot);
+  auto* hand = new ZoProtoHandData;
+  hand->data0 = 4;
+  skill.AddHand(hand);
+  auto* anchor = new ZoProtoAnchorData;
+  anchor->data0 = 5;
+  skill.AddAnchor(anchor);
+  auto* manip = new ZoProtoManipData;
+  manip->point = ZoVector3(1, 2, 3);
+  manip->data0 = 6;
+  manip->transform = Turned(4, 0.5f);
+  manip->vector[0] = 7, manip->vector[1] = 8, manip->vector[2] = 0x7FC00001u;
+  skill.AddManip(manip);
+  auto* event = new ZoProtoEventKeyframe;
+  event->time = 10, event->name = "step", event->data0 = 11;
+  skill.AddEventKeyframe(event);
+  auto* sound = new ZoProtoSoundKeyframe;
+  sound->time = 12, sound->name = "thud";
+  for (uint32_t i = 0; i < 4; ++i) sound->values[i] = 13 + i;
+  skill.AddSoundKeyframe(sound);
+  auto* texture = new ZoProtoTextureKeyframe;
+  texture->time = 20, texture->data0 = 21, texture->data1 = 22;
+  texture->material.scalar = 2.5f;
+  skill.AddTextureKeyframe(texture);
+}
+
+// The records of AddEveryRecord, framed, from their field tables.
+void AddEveryRecordBytes(ByteBuilder& b) {
+  b.i32(7);
+  b.i32(0x50724644).i32(1).i32(2).i32(3);
+  b.i32(0x50724844).i32(4);
+  b.i32(0x50724144).i32(5);
+  b.i32(0x50726D64).i32(6).f32(1).f32(2).f32(3).u32(7).u32(8).u32(0x7FC00001u);
+  AddTransform(b, Turned(4, 0.5f));
+  b.i32(0x5072454B).i32(10).str("step").i32(11);
+  b.i32(0x5072534B).i32(12).str("thud").u32(13).u32(14).u32(15).u32(16);
+  ZoMaterial material;
+  material.scalar = 2.5f;
+  b.i32(0x5072544B).i32(20).i32(21).i32(22).append(Body(material));
+}
+
+ZoProtoSkill* ReadSkillBody(Bytes const& bytes, ZoStreamError& status, int32_t version = 0) {
+  Reader reader(bytes, version);
+  auto* skill = new ZoProtoSkill;
+  status = skill->ReadFromStream(*reader);
+  return skill;
+}
+
+TEST(ZoProtoSkillBody, DefaultSkillIsVersionFormatAndDefaults) {
+  SkillRef skill(new ZoProtoSkill);
+  ByteBuilder expected;
+  expected.i32(106).i32(kKeyframed).i32(1).str("").i32(0).i32(0);
+  AddTransform(expected, ZoTransform3()).i32(33).i32(0).i32(0).f32(1).f32(0).f32(0).f32(0);
+  EXPECT_EQ(Body(*skill, 0), expected.get());
+  ZoStreamError status;
+  SkillRef back(ReadSkillBody(expected, status));
+  EXPECT_EQ(status, ZoStreamOk);
+  EXPECT_EQ(back->GetSampleRate(), 33);
+  EXPECT_EQ(back->SubclassData(), nullptr);
+}
+
+TEST(ZoProtoSkillBody, Version106WithJointsAndEveryRecord) {
+  ActorRef actor = FigureActor("Dog");
+  SkillRef skill(FigureSkill(actor.get(), "Walk"));
+  skill->Type() = 5;
+  skill->SetVersion(3);
+  skill->SetSampleRate(30);
+  skill->SetInterpolate(1);
+  skill->SetForwardFacingXform(Turned(7, 1.0f));
+  skill->Conversion() = ZoRotation3(0.5f, 0.5f, 0.5f, 0.5f);
+  AddEveryRecord(*skill);
+
+  std::unique_ptr<ZoJointKeyframe> k0(Key(0, 1.0f)), k1(Key(100, 2.0f)), k2(Key(50, 3.0f));
+  ByteBuilder expected;
+  expected.i32(106).i32(kKeyframed).i32(3).str("Walk").i32(5).i32(4);
+  AddFramedKey(AddFramedKey(expected.i32(1).i32(2), *k0), *k1);
+  expected.i32(0);
+  AddFramedKey(expected.i32(1).i32(1), *k2);
+  expected.i32(0);
+  AddTransform(expected, Turned(7, 1.0f)).i32(30).i32(1).i32(1);
+  AddEveryRecordBytes(expected);
+  expected.f32(0.5f).f32(0.5f).f32(0.5f).f32(0.5f);
+  ASSERT_EQ(Body(*skill, 0), expected.get());
+
+  ZoStreamError status;
+  SkillRef back(ReadSkillBody(expected, status));
+  ASSERT_EQ(status, ZoStreamOk);
+  EXPECT_EQ(back->Name(), "Walk");
+  EXPECT_EQ(back->Type(), 5);
+  ASSERT_EQ(back->NumJoints(), 4);
+  EXPECT_EQ(back->Joint(0)->NumKeyframes(), 2);
+  EXPECT_EQ(back->Joint(1), nullptr);
+  EXPECT_EQ(back->ParentIndex(2), -1);  // not set until the skill meets its actor
+  ASSERT_NE(back->SubclassData(), nullptr);
+  EXPECT_EQ(back->SubclassData()->GetCount(), 7);
+  EXPECT_EQ(Body(*back, 0), expected.get());
+}
+
+TEST(ZoProtoSkillBody, FormatNoneStoresNothingPerJoint) {
+  ActorRef actor = FigureActor("Dog");
+  SkillRef skill(FigureSkill(actor.get(), "Pose"));
+  skill->SetFormat(ZoSkillFormatNone);
+  ByteBuilder expected;
+  expected.i32(106).i32(kNone).i32(1).str("Pose").i32(0).i32(4);
+  AddTransform(expected, ZoTransform3()).i32(33).i32(0).i32(0).f32(1).f32(0).f32(0).f32(0);
+  EXPECT_EQ(Body(*skill, 0), expected.get());
+  ZoStreamError status;
+  SkillRef back(ReadSkillBody(expected, status));
+  EXPECT_EQ(status, ZoStreamOk);
+  ASSERT_EQ(back->NumJoints(), 4);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(back->Joint(i), nullptr);
+}
+
+// An old or current skill file in memory, by the version that selects its
+// layout; `body` is everything behind the skill's type code.
+Bytes SkillFile(int32_t headerVersion, int32_t headerFormat, std::function<void(ByteBuilder&)> const& body) {
+  ByteBuilder file;
+  if (headerVersion == 0) {
+    file.i32(ZoProtoSkill::fileType);
+  } else {
+    file.i32(ZoProtoActor::kContainerMagic).u16(2).u16(static_cast<uint16_t>(headerVersion)).i32(headerFormat).i32(0);
+  }
+  file.i32(kSkillCode);
+  body(file);
+  return file;
+}
+
+TEST(ZoProtoSkillFile, OlderLayoutsByVersion) {
+  std::unique_ptr<ZoJointKeyframe> key(Key(40, 5.0f));
+  auto joints = [&](ByteBuilder& b) { AddFramedKey(b.i32(2).i32(1).i32(1), *key).i32(0); };
+  ZoTransform3 facing = Turned(2, 0.25f);
+  struct Case {
+    char const* name;
+    Bytes file;
+    int32_t format, type, sampleRate;
+    bool facing, records, conversion;
+  } const cases[] = {
+      {"30: format from the header, no facing", SkillFile(30, kKeyframed, [&](ByteBuilder& b) {
+         joints(b.i32(2).str("Old"));
+       }), kKeyframed, 0, 33, false, false, false},
+      {"30 in the SklN format", SkillFile(30, kNone, [&](ByteBuilder& b) { b.i32(2).str("Old").i32(2); }), kNone,
+       0, 33, false, false, false},
+      {"37: the facing transform", SkillFile(37, kKeyframed, [&](ByteBuilder& b) {
+         joints(b.i32(2).str("Old"));
+         AddTransform(b, facing);
+       }), kKeyframed, 0, 33, true, false, false},
+      {"38: own version and format, rate", SkillFile(38, 0, [&](ByteBuilder& b) {
+         joints(b.i32(38).i32(kKeyframed).i32(2).str("Old"));
+         AddTransform(b, facing).i32(25).i32(1);
+       }), kKeyframed, 0, 25, true, false, false},
+      {"101", SkillFile(0, 0, [&](ByteBuilder& b) {
+         joints(b.i32(101).i32(kKeyframed).i32(2).str("Old"));
+         AddTransform(b, facing).i32(25).i32(1);
+       }), kKeyframed, 0, 25, true, false, false},
+      {"102: type and records", SkillFile(0, 0, [&](ByteBuilder& b) {
+         joints(b.i32(102).i32(kKeyframed).i32(2).str("Old").i32(9));
+         AddTransform(b, facing).i32(25).i32(1).i32(1).i32(1).i32(0x50724844).i32(4);
+       }), kKeyframed, 9, 25, true, true, false},
+      {"103: the conversion", SkillFile(0, 0, [&](ByteBuilder& b) {
+         joints(b.i32(103).i32(kKeyframed).i32(2).str("Old").i32(9));
+         AddTransform(b, facing).i32(25).i32(1).i32(0).f32(0).f32(1).f32(0).f32(0);
+       }), kKeyframed, 9, 25, true, false, true},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    Reader reader(c.file, 0);
+    ZoReadReport report;
+    SkillRef skill(ZoProtoActor::ReadSkillFrom(*reader, &report));
+    ASSERT_NE(skill.get(), nullptr) << report.reason;
+    EXPECT_EQ(reader.Consumed(), c.file.size());
+    EXPECT_EQ(skill->Format(), c.format);
+    EXPECT_EQ(skill->GetVersion(), 2);
+    EXPECT_EQ(skill->Name(), "Old");
+    EXPECT_EQ(skill->Type(), c.type);
+    ASSERT_EQ(skill->NumJoints(), 2);
+    EXPECT_EQ(skill->Joint(0) != nullptr, c.format == kKeyframed);
+    EXPECT_EQ(skill->Joint(1), nullptr);
+    EXPECT_EQ(skill->GetSampleRate(), c.sampleRate);
+    EXPECT_EQ(skill->GetForwardFacingXform() == facing, c.facing);
+    EXPECT_EQ(skill->SubclassData() != nullptr, c.records);
+    EXPECT_EQ(skill->Conversion() == ZoRotation3(0, 1, 0, 0), c.conversion);
+  }
+}
+
+TEST(ZoProtoSkillFile, WrittenFileIsMagicAndFramedSkillAndReadsBack) {
+  TempFolder folder;
+  ActorRef actor = FigureActor("Dog");
+  SkillRef skill(FigureSkill(actor.get(), "Walk"));
+  std::string path = folder / "Walk.skl";
+  ASSERT_EQ(ZoProtoActor::WriteSkillFile(path.c_str(), skill.get()), 1);
+  Bytes expected = ByteBuilder().i32(0x5A4F536B).i32(kSkillCode).append(Body(*skill, 0));
+  EXPECT_EQ(FileBytes(path), expected);
+  SkillRef back(ZoProtoActor::ReadSkillFile((folder / "WALK.SKL").c_str()));
+  ASSERT_NE(back.get(), nullptr);
+  EXPECT_EQ(Body(*back, 0), Body(*skill, 0));
+  // A folder that does not exist takes no file.
+  EXPECT_EQ(ZoProtoActor::WriteSkillFile((folder / "none/Walk.skl").c_str(), skill.get()), 0);
+}
+
+// A skill that records its destruction.
+class Watched : public ZoProtoSkill {
+ public:
+  explicit Watched(bool& flag) : destroyed(flag) {}
+  ~Watched() override { destroyed = true; }
+  bool& destroyed;
+};
+
+TEST(ZoProtoSkill, ReleaseReturnsTheCountBeforeTheCall) {
+  bool destroyed = false;
+  auto* skill = new Watched(destroyed);
+  EXPECT_EQ(skill->AddRef(), 2);
+  EXPECT_EQ(skill->Release(), 2);
+  EXPECT_FALSE(destroyed);
+  EXPECT_EQ(skill->Release(), 1);
+  EXPECT_TRUE(destroyed);
+}
+
+TEST(ZoProtoSkill, CopiesDeepCopyJointsButNotRecordsOrFacing) {
+  ActorRef actor = FigureActor("Dog");
+  SkillRef source(FigureSkill(actor.get(), "Walk"));
+  source->SetSampleRate(20);
+  source->SetForwardFacingXform(Turned(1, 1));
+  source->SetFormat(ZoSkillFormatNone);
+  AddEveryRecord(*source);
+
+  SkillRef copy(source->Duplicate());
+  EXPECT_EQ(copy->RefCount(), 1);
+  EXPECT_EQ(copy->GetSampleRate(), 20);
+  EXPECT_EQ(copy->GetForwardFacingXform(), ZoTransform3());
+  EXPECT_EQ(copy->SubclassData(), nullptr);
+  EXPECT_EQ(copy->Format(), ZoSkillFormatNone);
+  EXPECT_EQ(copy->ParentIndex(3), 0);
+  ASSERT_NE(copy->Joint(0), source->Joint(0));
+  EXPECT_EQ(copy->Joint(0)->NumKeyframes(), 2);
+
+  ZoProtoSkill assigned;
+  assigned.SetSampleRate(40);
+  assigned = *source;
+  EXPECT_EQ(assigned.GetSampleRate(), 40);
+  EXPECT_EQ(assigned.Name(), "Walk");
+  EXPECT_EQ(assigned.Joint(2)->NumKeyframes(), 1);
+}
+
+TEST(ZoProtoSkill, PermuteMovesKeysWithTheirNodes) {
+  ActorRef actor = FigureActor("Dog");
+  SkillRef skill(FigureSkill(actor.get(), "Walk"));
+  ZoJointKeyList* headKeys = skill->Joint(2);
+  ZoProtoTraversal before(actor->RootNode(), ZoProtoNode::Geometry);
+  // A new joint before the head; the spine's subtree loses the leg's place.
+  ZoProtoNode* spine = actor->GeomTraversal()->Node(1);
+  spine->insertChild(Joint("Arm", ZoProtoNode::Geometry, 1), 0);
+  actor->SetSkeleton(actor->RootNode());
+  ZoPermutation permutation(&before, actor->GeomTraversal());
+  skill->PermuteJoints(actor.get(), &permutation);
+
+  ASSERT_EQ(skill->NumJoints(), 5);  // hips, spine, arm, head, leg
+  EXPECT_EQ(skill->Joint(2), nullptr);
+  EXPECT_EQ(skill->Joint(3), headKeys);
+  EXPECT_EQ(skill->Joint(0)->NumKeyframes(), 2);
+  EXPECT_EQ(skill->ParentIndex(3), 1);
+  EXPECT_EQ(skill->ParentIndex(4), 0);
+}
+
+TEST(ZoProtoSkill, ScaleWalksTheContiguousSubtree) {
+  ActorRef actor = FigureActor("Dog");
+  SkillRef skill(new ZoProtoSkill);
+  skill->SetupFromPrototype(actor.get());
+  for (int j = 0; j < 4; ++j) skill->InitJoint(j)->Insert(Key(0, 1.0f));
+  auto x = [&](int j) {
+    ZoKeyListNode* p = nullptr;
+    return skill->Joint(j)->GetFirst(p)->localTransform.translation.x;
+  };
+  skill->ScaleJoint(2, ZoVector3(2, 1, 1));  // the head is a leaf joint
+  EXPECT_EQ(x(2), 2.0f);
+  EXPECT_EQ(x(1), 1.0f);
+  skill->ScaleJoint(1, ZoVector3(3, 1, 1));  // spine and head, not the leg
+  EXPECT_EQ(x(1), 3.0f);
+  EXPECT_EQ(x(2), 6.0f);
+  EXPECT_EQ(x(3), 1.0f);
+  skill->ScaleJoint(0, ZoVector3(2, 1, 1));
+  EXPECT_EQ(x(3), 2.0f);
+  skill->ScaleJoint(9, ZoVector3(5, 5, 5));
+  skill->ScaleJoint(-1, ZoVector3(5, 5, 5));
+  EXPECT_EQ(x(0), 2.0f);
+}
+
+TEST(ZoProtoSkill, TransformJointRightMultipliesAndAdjustsChildren) {
+  ActorRef actor = FigureActor("Dog");
+  SkillRef skill(new ZoProtoSkill);
+  skill->SetupFromPrototype(actor.get());
+  for (int j = 0; j < 4; ++j) skill->InitJoint(j)->Insert(Key(0, 1.0f + static_cast<float>(j)));
+  auto first = [&](int j) {
+    ZoKeyListNode* p = nullptr;
+    return *skill->Joint(j)->GetFirst(p);
+  };
+  ZoJointKeyframe spine = first(1), head = first(2), leg = first(3);
+  ZoTransform3 x = Turned(0.5f, 0.7f);
+
+  skill->TransformJoint(1, x, 0);
+  ZoJointKeyframe moved = first(1);
+  EXPECT_EQ(moved.actorOut, spine.actorOut * x);
+  EXPECT_EQ(moved.localIn, spine.localIn * x);
+  EXPECT_EQ(moved.point, (~x) * spine.point);
+  EXPECT_EQ(first(2).localTransform, head.localTransform);
+
+  skill->TransformJoint(1, x, 1);
+  EXPECT_EQ(first(2).localTransform, (~x) * head.localTransform);
+  EXPECT_EQ(first(2).actorTransform, head.actorTransform);
+  EXPECT_EQ(first(3).localTransform, leg.localTransform);
+
+  // -1: nothing of its own; the joints without a parent joint adjust.
+  ZoJointKeyframe hips = first(0);
+  skill->TransformJoint(-1, x, 1);
+  EXPECT_EQ(first(0).localTransform, (~x) * hips.localTransform);
+  EXPECT_EQ(first(0).actorTransform, hips.actorTransform);
+}
+
+}  // namespace
