@@ -4,6 +4,8 @@
 
 #include <cinttypes>
 #include <cstdint>
+#include <cstring>
+#include <new>
 
 namespace {
 
@@ -14,7 +16,8 @@ constexpr int32_t kNoFrameYet = -1;
 
 }  // namespace
 
-ZoAnimFile::ZoAnimFile() : numFrames(0), frameSize(kNoFrameYet), headerPos(0), dataStart(0), dataEnd(0) {}
+ZoAnimFile::ZoAnimFile()
+    : numFrames(0), frameSize(kNoFrameYet), headerPos(0), dataStart(0), dataEnd(0), windowStart(0), windowLength(0) {}
 
 ZoAnimFile::~ZoAnimFile() {
   if (IsOpen()) ZoAnimFile::Close();
@@ -75,6 +78,8 @@ int ZoAnimFile::Close() {
   if (IsOpen() && GetMode() == 1 && numFrames >= 1 && FinishHeader() == 0) return 0;
   numFrames = 0;
   frameSize = 0;
+  window.reset();
+  windowLength = 0;
   return ZoFile::Close();
 }
 
@@ -125,6 +130,25 @@ int ZoAnimFile::ReadAt(uint64_t at, uint32_t bytes, void* destination) {
   return Fail(kIoFailure, "%u of %u bytes came at byte %" PRIu64, got, bytes, at);
 }
 
+bool ZoAnimFile::UseWindow() {
+  if (static_cast<uint64_t>(frameSize) * kTransformSize * 4 > kWindowSize) return false;
+  if (window == nullptr) window.reset(new (std::nothrow) char[kWindowSize]);
+  return window != nullptr;
+}
+
+int ZoAnimFile::ReadThroughWindow(uint64_t at, void* destination) {
+  if (at < windowStart || at + kTransformSize > windowStart + windowLength) {
+    uint64_t left = dataEnd - at;
+    uint32_t length = left < kWindowSize ? static_cast<uint32_t>(left) : kWindowSize;
+    windowLength = 0;
+    if (ReadAt(at, length, window.get()) == 0) return 0;
+    windowStart = at;
+    windowLength = length;
+  }
+  std::memcpy(destination, window.get() + (at - windowStart), kTransformSize);
+  return 1;
+}
+
 // --- Frames --------------------------------------------------------------------------
 
 int ZoAnimFile::WriteFrameData(ZoTransform3 const* transforms, int transformCount) {
@@ -160,13 +184,15 @@ int ZoAnimFile::ReadNodeFrames(int node, ZoTransform3* out, int frames, int& rot
   if (frames < 1) return 1;
   if (out == nullptr) return 0;
   ZoTransform3 current;
+  bool windowed = UseWindow();
+  windowLength = 0;  // the file may have changed since the last call
   int f = 0;
   for (; f < frames; ++f) {
     uint64_t at = 0;
     uint64_t index = static_cast<uint64_t>(f) * static_cast<uint64_t>(frameSize) + static_cast<uint64_t>(node);
     if (!RecordPosition(index, at) || at >= dataEnd) break;
     if (at + kTransformSize > dataEnd) return Fail(kIoFailure, "node %d of frame %d is torn", node, f);
-    if (ReadAt(at, kTransformSize, &current) == 0) return 0;
+    if ((windowed ? ReadThroughWindow(at, &current) : ReadAt(at, kTransformSize, &current)) == 0) return 0;
     out[f] = current;
     if (f == 0) continue;
     ZoTransform3 const& previous = out[f - 1];

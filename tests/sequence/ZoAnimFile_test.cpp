@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -103,6 +104,46 @@ TEST(AnimFile, BadHeadersAndDataFailWithAStatusAndAReason) {
     }
     EXPECT_NE(std::string(in.FailureReason()).find(c.reason), std::string::npos)
         << c.name << ": " << in.FailureReason();
+  }
+}
+
+}  // namespace
+
+namespace {
+
+// Node tracks read through the window (small frames, data spanning several
+// windows) and straight (frames too large for it) equal the whole frames.
+TEST(AnimFile, NodeTracksEqualTheirFramesWhateverTheFrameSize) {
+  struct Case {
+    int frameSize;
+    int frames;
+  } const cases[] = {{1, 3000}, {64, 100}, {600, 6}};
+  TempFolder temp;
+  for (Case const& c : cases) {
+    std::string path = temp / ("size" + std::to_string(c.frameSize) + ".anm");
+    std::vector<ZoTransform3> frame(static_cast<size_t>(c.frameSize));
+    {
+      ZoAnimFile out;
+      ASSERT_EQ(out.Open(path.c_str(), 1), 1);
+      for (int f = 0; f < c.frames; ++f) {
+        for (int n = 0; n < c.frameSize; ++n) frame[static_cast<size_t>(n)] = Pose(static_cast<float>(f * 7 + n));
+        ASSERT_EQ(out.WriteFrameData(frame.data(), c.frameSize), 1);
+      }
+    }
+    ZoAnimFile in;
+    ASSERT_EQ(in.Open(path.c_str(), 0), 1);
+    ASSERT_EQ(in.GetNumFrames(), c.frames);
+    std::vector<ZoTransform3> track(static_cast<size_t>(c.frames) + 1);
+    for (int node : {0, c.frameSize / 2, c.frameSize - 1}) {
+      int rotations = 0;
+      int positions = 0;
+      ASSERT_EQ(in.ReadNodeFrames(node, track.data(), c.frames + 1, rotations, positions), 1);
+      for (int f = 0; f < c.frames; f += 1 + c.frames / 50) {
+        ASSERT_EQ(in.ReadOneFrame(f, frame.data(), c.frameSize), 1);
+        EXPECT_EQ(track[static_cast<size_t>(f)], frame[static_cast<size_t>(node)]) << c.frameSize << " " << f;
+      }
+      EXPECT_EQ(track.back(), Pose(static_cast<float>((c.frames - 1) * 7 + node)));
+    }
   }
 }
 

@@ -15,7 +15,10 @@
 // from the size of the data (the stored count is replaced).
 //
 // Reads go straight to the file: ReadBytes keeps nothing buffered, so the
-// container's position is always the file's own. Failures keep their offset
+// container's position is always the file's own. ReadNodeFrames, which
+// wants one 28-byte record per frame, reads the data in windows of 64 KiB
+// (one platform read serves every record inside) when at least four frames
+// fit in a window; the window is allocated once per file, at its first use. Failures keep their offset
 // and reason in the container's first-failure record (FailureReason()).
 //
 // Edge cases:
@@ -43,6 +46,7 @@
 #include <zoactor/serialization/ZoFile.h>
 
 #include <cstdint>
+#include <memory>
 
 class ZOACTOR_API ZoAnimFile : public ZoFile {
  public:
@@ -51,6 +55,8 @@ class ZOACTOR_API ZoAnimFile : public ZoFile {
   static constexpr uint16_t fileVersion = 1;
   // The bytes of one stored transform.
   static constexpr uint32_t kTransformSize = 28;
+  // The bytes ReadNodeFrames reads at once when frames are small enough.
+  static constexpr uint32_t kWindowSize = 64 * 1024;
 
   ZoAnimFile();
   // Closes the file if open (finishing the header of a written one).
@@ -103,6 +109,11 @@ class ZOACTOR_API ZoAnimFile : public ZoFile {
   bool RecordPosition(uint64_t index, uint64_t& position) const;
   // Reads `bytes` at `position` into `destination`; 1 when all came.
   int ReadAt(uint64_t position, uint32_t bytes, void* destination);
+  // True when node tracks are read through the window (allocating it).
+  bool UseWindow();
+  // Copies the record at `position` (which lies whole inside the data) from
+  // the window, refilling it there when it does not hold the record.
+  int ReadThroughWindow(uint64_t position, void* destination);
 
   int32_t numFrames;
   ZoString name;
@@ -110,6 +121,9 @@ class ZOACTOR_API ZoAnimFile : public ZoFile {
   uint32_t headerPos;
   uint32_t dataStart;
   uint32_t dataEnd;
+  std::unique_ptr<char[]> window;
+  uint64_t windowStart;
+  uint32_t windowLength;
 };
 
 #endif
