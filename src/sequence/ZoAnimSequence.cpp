@@ -112,7 +112,8 @@ int ZoAnimSequence::_SetupSequenceFolder(ZoString& file) {
 int ZoAnimSequence::_InitWriteSequence() { return 1; }
 
 int ZoAnimSequence::PostAddActorEvent(ZoProtoActor* actor, ZoString const& name) {
-  if (!IsOpen() || GetMode() != 1 || actorRecords.Contains(name) != nullptr) return 0;
+  if (!IsOpen() || GetMode() != 1 || !zosequence::IsPlainName(name) || actorRecords.Contains(name) != nullptr)
+    return 0;
   auto* file = new (std::nothrow) ZoAnimFile;
   if (file == nullptr) return 0;
   ZoString motion = zosequence::SubFolder(path, "Motion");

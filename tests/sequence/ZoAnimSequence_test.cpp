@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -148,6 +149,7 @@ TEST_F(SequenceTest, FrameOperationsRefuseWhatTheyCannotServe) {
   ASSERT_EQ(sequence.Open(SequenceFile().c_str(), 1), 1);
   ASSERT_EQ(sequence.PostAddActorEvent(walker.get(), "Ann"), 1);
   EXPECT_EQ(sequence.PostAddActorEvent(dog.get(), "Ann"), 0);  // the name is taken
+  EXPECT_EQ(sequence.PostAddActorEvent(dog.get(), "../Rex"), 0);
   EXPECT_EQ(sequence.WriteFrameData("Nobody", poses, 4), 0);
   EXPECT_EQ(sequence.WriteFrameData("Ann", poses, 0), 0);
   EXPECT_EQ(sequence.WriteFrameData("Ann", nullptr, 4), 0);
@@ -212,6 +214,14 @@ TEST_F(SequenceTest, SequenceWithoutFramesHoldsOnlyItsHeaderAndCannotBeRead) {
   EXPECT_EQ(sequence.Open(SequenceFile().c_str(), 0), 0);
   EXPECT_EQ(sequence.GetLastError(), 4);
   EXPECT_EQ(sequence.FailureOffset(), 16);
+}
+
+TEST_F(SequenceTest, TexturesThatCannotBeCopiedLeaveThatPrototypeUnsaved) {
+  ASSERT_EQ(::symlink("nowhere", (temp / "WalkerHome/Textures/broken.tga").c_str()), 0);
+  Record();
+  EXPECT_EQ(messages.texts, std::vector<std::string>{"Couldn't create actor 'Textures' folder"});
+  EXPECT_TRUE(temp.ReadFile("Run/Actors/Walker/Walker.act").empty());
+  EXPECT_FALSE(temp.ReadFile("Run/Actors/Dog/Dog.act").empty());
 }
 
 TEST_F(SequenceTest, MissingActorFolderIsReportedAndTheOthersOpen) {

@@ -43,6 +43,7 @@
 //   Close takes a reference of its own. Prototypes given to
 //   PostAddActorEvent stay the caller's and must outlive the sequence's
 //   Close.
+// - Record names must be plain file names (see below) when they are added.
 // - A record or actor name read from a sequence file that is not a plain
 //   file name (empty, ".", "..", or holding a separator) is never used to
 //   build a path: such an actor is left out (with the "Unable to load
@@ -97,8 +98,9 @@ class ZOACTOR_API ZoAnimSequence : public ZoFile {
   int Close() override;
 
   // Adds an actor to a sequence being written and creates its motion file.
-  // 0 when the sequence is not open for writing, the name is taken, or the
-  // motion file cannot be created. `actor` is borrowed.
+  // 0 when the sequence is not open for writing, the name is taken or is
+  // not a plain file name, or the motion file cannot be created. `actor` is
+  // borrowed.
   int PostAddActorEvent(ZoProtoActor* actor, ZoString const& name);
   // Accepted and not recorded; return 1.
   int PostRemoveActorEvent(ZoString const& name);
