@@ -90,4 +90,12 @@
 #include <zoactor/actor/ZoRef.h>
 #include <zoactor/actor/ZoSkillAnnotations.h>
 
+// Sequence: recording actors' motion into a sequence folder and playing it back.
+#include <zoactor/sequence/ZoActorRecord.h>
+#include <zoactor/sequence/ZoActorRecordList.h>
+#include <zoactor/sequence/ZoAnimEvent.h>
+#include <zoactor/sequence/ZoAnimEventList.h>
+#include <zoactor/sequence/ZoAnimFile.h>
+#include <zoactor/sequence/ZoAnimSequence.h>
+
 #endif

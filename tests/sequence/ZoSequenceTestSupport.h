@@ -1,0 +1,66 @@
+// Helpers for the sequence tests: collecting the recorder's messages,
+// distinct transforms for frames, and the bytes of a container header and
+// a motion header built field by field.
+#ifndef ZOACTOR_TESTS_SEQUENCE_SUPPORT_H
+#define ZOACTOR_TESTS_SEQUENCE_SUPPORT_H
+
+#include <zoactor/foundation/ZoMessageHandler.h>
+#include <zoactor/foundation/ZoTransform3.h>
+
+#include "support/ZoTestSupport.h"
+
+#include <string>
+#include <vector>
+
+namespace zoseqtest {
+
+using zotest::ByteBuilder;
+using zotest::Bytes;
+
+// Collects every message shown while alive (nothing reaches standard error).
+class MessageCollector {
+ public:
+  MessageCollector() { ZoMessageHandler::Set(&Collect, this); }
+  ~MessageCollector() { ZoMessageHandler::Set(nullptr, nullptr); }
+  MessageCollector(MessageCollector const&) = delete;
+  MessageCollector& operator=(MessageCollector const&) = delete;
+
+  std::vector<std::string> texts;
+
+ private:
+  static int Collect(ZoString const& text, ZoString const&, int, void* context) {
+    static_cast<MessageCollector*>(context)->texts.emplace_back(text.c_str());
+    return kZoMessageOk;
+  }
+};
+
+// A transform whose seven floats all depend on `seed`.
+inline ZoTransform3 Pose(float seed) {
+  ZoRotation3 q;
+  q.w = 0.5f + seed;
+  q.x = -seed;
+  q.y = 0.25f * seed;
+  q.z = 1.0f / (seed + 3.0f);
+  return ZoTransform3(ZoVector3(seed, seed * 2.0f, -seed), q);
+}
+
+inline ByteBuilder& AddPose(ByteBuilder& b, ZoTransform3 const& t) {
+  return b.f32(t.translation.x).f32(t.translation.y).f32(t.translation.z).f32(t.rotation.w).f32(t.rotation.x)
+      .f32(t.rotation.y).f32(t.rotation.z);
+}
+
+// The 16-byte header of a chunked container file.
+inline ByteBuilder& AddContainerHeader(ByteBuilder& b, char const* type, uint16_t version) {
+  return b.u32(0x424F5A20).u16(2).u16(version).chars(type).u32(0);
+}
+
+// A motion file's container header and motion header.
+inline ByteBuilder MotionHeader(char const* name, int32_t frameSize, int32_t numFrames) {
+  ByteBuilder b;
+  AddContainerHeader(b, "Aazo", 1).str(name).i32(frameSize).i32(numFrames);
+  return b;
+}
+
+}  // namespace zoseqtest
+
+#endif
