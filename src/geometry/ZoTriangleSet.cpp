@@ -617,12 +617,10 @@ ZoStreamError ZoTriangleSet::ReadBody(ZoStream& stream) {
     if (zogeometry::ReadBlock(stream, triangles, int64_t{nt} * 12) != ZoStreamOk) return stream.Status();
     if (!CornersInRange(triangles, nt, nv)) return fail(ZoStreamFormatError, "a corner index outside the vertices");
   }
-  if ((flags & ZoTriSetMaterialIndices) != 0) {
-    if (zogeometry::ReadBlock(stream, materialIndices, int64_t{nt} * 2) != ZoStreamOk) return stream.Status();
-    for (int32_t i = 0; i < nt; ++i)
-      if (materialIndices[i] < 0 || materialIndices[i] >= nm)
-        return fail(ZoStreamFormatError, "a material index outside the materials");
-  }
+  // Material indices are kept as they are: whatever uses one checks it.
+  if ((flags & ZoTriSetMaterialIndices) != 0 &&
+      zogeometry::ReadBlock(stream, materialIndices, int64_t{nt} * 2) != ZoStreamOk)
+    return stream.Status();
   for (int32_t m = 0; m < nm; ++m)
     if ((stream >> materials[m]).Status() != ZoStreamOk) return stream.Status();
   return stream.Status();

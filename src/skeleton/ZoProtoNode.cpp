@@ -8,12 +8,12 @@
 #include "skeleton/ZoSkeletonIo.h"
 #include "skeleton/ZoProtoNodeLayout.h"
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
-#include <tuple>
-#include <vector>
+#include <type_traits>
+#include <utility>
+#include <variant>
 
 using zoactorio::NormalizeRotation;
 using zoactorio::ReadBlock;
@@ -24,31 +24,92 @@ using namespace zoprotonode;
 
 namespace {
 
+// The record of each style sits at the style's index.
+template <int32_t style, class Record>
+constexpr bool kRecordAt = std::is_same<std::variant_alternative_t<style, ZoProtoStyleRecord>, Record>::value;
+static_assert(kRecordAt<0, std::monostate> && kRecordAt<ZoProtoNode::Geometry, ZoProtoGeomInfo> &&
+                  kRecordAt<ZoProtoNode::Handle, ZoProtoHandleInfo> && kRecordAt<ZoProtoNode::Floor, ZoProtoFloorInfo> &&
+                  kRecordAt<ZoProtoNode::Camera, ZoCamera> && kRecordAt<ZoProtoNode::Light, ZoLight> &&
+                  kRecordAt<ZoProtoNode::SplineStyle, ZoProtoSplineInfo>,
+              "a style record's index is its style");
+
+template <size_t... Index>
+void ResetRecord(ZoProtoStyleRecord& record, int32_t style, std::index_sequence<Index...>) {
+  record.emplace<std::monostate>();
+  ((style == static_cast<int32_t>(Index) ? void(record.emplace<Index>()) : void()), ...);
+}
+
+// Replaces `record` with the default record of `style`: the alternative at
+// the style's index, or none outside 1 to 6.
+void ResetRecord(ZoProtoStyleRecord& record, int32_t style) {
+  ResetRecord(record, style, std::make_index_sequence<std::variant_size<ZoProtoStyleRecord>::value>());
+}
+
+// Reads the current layout of a record into `record`, a fresh record of the
+// style just read.
+ZoStreamError ReadRecord(ZoStream& stream, ZoProtoStyleRecord& record) {
+  std::visit(Overloaded{[](std::monostate) {},
+                        [&stream](ZoProtoGeomInfo& g) {
+                          ReadValue(stream, g.squareKind);
+                          if (stream.Status() == ZoStreamOk) stream >> g.material;
+                          ReadValue(stream, g.width);
+                          ReadValue(stream, g.height);
+                          ReadValue(stream, g.geomInt0);
+                          ReadValue(stream, g.geomInt1);
+                          ReadValue(stream, g.geomInt2);
+                          ReadValue(stream, g.geomInt3);
+                        },
+                        [&stream](ZoProtoHandleInfo& handle) { ReadBlock(stream, handle); },
+                        [&stream](ZoProtoFloorInfo& floor) { ReadBlock(stream, floor); },
+                        // Camera, light and spline: their own bodies.
+                        [&stream](auto& body) { stream >> body; }},
+             record);
+  return stream.Status();
+}
+
+// Writes the current layout of a record.
+ZoStreamError WriteRecord(ZoStream& stream, ZoProtoStyleRecord const& record) {
+  if (stream.Status() != ZoStreamOk) return stream.Status();
+  std::visit(Overloaded{[](std::monostate) {},
+                        [&stream](ZoProtoGeomInfo const& g) {
+                          WriteValue(stream, g.squareKind);
+                          if (stream.Status() == ZoStreamOk) stream << g.material;
+                          WriteValue(stream, g.width);
+                          WriteValue(stream, g.height);
+                          WriteValue(stream, g.geomInt0);
+                          WriteValue(stream, g.geomInt1);
+                          WriteValue(stream, g.geomInt2);
+                          WriteValue(stream, g.geomInt3);
+                        },
+                        [&stream](ZoProtoHandleInfo const& handle) { WriteBlock(stream, handle); },
+                        [&stream](ZoProtoFloorInfo const& floor) { WriteBlock(stream, floor); },
+                        [&stream](auto const& body) { stream << body; }},
+             record);
+  return stream.Status();
+}
+
 }  // namespace
 
 // --- Collision-sphere list -----------------------------------------------------
 
-ZoColSphereList::ZoColSphereList(ZoColSphereList const& other) : ZoDblList() { *this = other; }
+ZoColSphereList::ZoColSphereList(ZoColSphereList const& other) { *this = other; }
 
 ZoColSphereList& ZoColSphereList::operator=(ZoColSphereList const& other) {
   if (this == &other) return *this;
-  Clear();
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = other.GetFirst(cursor); item != nullptr; item = other.GetNext(cursor))
-    if (!AppendCopy(*static_cast<ZoColSphere const*>(item))) break;
+  try {
+    spheres = other.spheres;
+  } catch (std::bad_alloc const&) {
+    spheres.clear();
+  }
   return *this;
 }
 
-ZoColSphereList::~ZoColSphereList() { ZoColSphereList::Clear(); }
-
-void ZoColSphereList::Clear() {
-  while (!IsEmpty()) delete static_cast<ZoColSphere*>(DeleteFirst());
-}
-
 bool ZoColSphereList::AppendCopy(ZoColSphere const& sphere) {
-  std::unique_ptr<ZoColSphere> copy(new (std::nothrow) ZoColSphere(sphere));
-  if (copy == nullptr || Append(copy.get()) == nullptr) return false;
-  copy.release();
+  try {
+    spheres.push_back(sphere);
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
   return true;
 }
 
@@ -95,19 +156,7 @@ ZoProtoNode::~ZoProtoNode() {
   if (userData != nullptr) userData->Release();
   delete colModel;
   delete jointLimit;
-  DeleteInfo();
 }
-
-namespace {
-
-// A copy of another node's style record, or none when it has none (or no
-// memory could be had; the writer then writes the defaults).
-template <class T>
-void CopyRecord(std::unique_ptr<T>& mine, std::unique_ptr<T> const& theirs) {
-  if (theirs != nullptr) mine.reset(new (std::nothrow) T(*theirs));
-}
-
-}  // namespace
 
 void ZoProtoNode::CopyContentFrom(ZoProtoNode const& other) {
   name = other.name;
@@ -120,31 +169,8 @@ void ZoProtoNode::CopyContentFrom(ZoProtoNode const& other) {
   colSpheres = other.colSpheres;
   SetJointLimit(other.jointLimit != nullptr ? other.jointLimit->Duplicate() : nullptr);
   properties = other.properties;
-
-  DeleteInfo();
   style = other.style;
-  switch (style) {
-    case Geometry:
-      CopyRecord(geomInfo, other.geomInfo);
-      break;
-    case Handle:
-      CopyRecord(handleInfo, other.handleInfo);
-      break;
-    case Floor:
-      CopyRecord(floorInfo, other.floorInfo);
-      break;
-    case Camera:
-      CopyRecord(cameraInfo, other.cameraInfo);
-      break;
-    case Light:
-      CopyRecord(lightInfo, other.lightInfo);
-      break;
-    case SplineStyle:
-      CopyRecord(splineInfo, other.splineInfo);
-      break;
-    default:
-      break;
-  }
+  styleRecord = other.styleRecord;
 }
 
 ZoStreamObject* ZoProtoNode::Create() { return new (std::nothrow) ZoProtoNode; }
@@ -173,45 +199,21 @@ int ZoProtoNode::GetRelativeHomeTransform(ZoProtoNode const* node, ZoProtoNode c
   return n == ancestor ? 1 : 0;
 }
 
-void ZoProtoNode::DeleteInfo() {
-  geomInfo.reset();
-  handleInfo.reset();
-  floorInfo.reset();
-  cameraInfo.reset();
-  lightInfo.reset();
-  splineInfo.reset();
-}
+// Out of line: inlined, a null-dereference warning would flag every caller
+// that uses the record of a style it knows the node has.
+ZoProtoGeomInfo* ZoProtoNode::GeomInfo() const { return std::get_if<ZoProtoGeomInfo>(&styleRecord); }
+ZoProtoHandleInfo* ZoProtoNode::HandleInfo() const { return std::get_if<ZoProtoHandleInfo>(&styleRecord); }
+ZoProtoFloorInfo* ZoProtoNode::FloorInfo() const { return std::get_if<ZoProtoFloorInfo>(&styleRecord); }
+ZoCamera* ZoProtoNode::CameraInfo() const { return std::get_if<ZoCamera>(&styleRecord); }
+ZoLight* ZoProtoNode::LightInfo() const { return std::get_if<ZoLight>(&styleRecord); }
+ZoProtoSplineInfo* ZoProtoNode::SplineInfo() const { return std::get_if<ZoProtoSplineInfo>(&styleRecord); }
 
-void ZoProtoNode::CreateInfo() {
-  switch (style) {
-    case Geometry:
-      geomInfo.reset(new (std::nothrow) ZoProtoGeomInfo);
-      break;
-    case Handle:
-      handleInfo.reset(new (std::nothrow) ZoProtoHandleInfo);
-      break;
-    case Floor:
-      floorInfo.reset(new (std::nothrow) ZoProtoFloorInfo);
-      break;
-    case Camera:
-      cameraInfo.reset(new (std::nothrow) ZoCamera);
-      break;
-    case Light:
-      lightInfo.reset(new (std::nothrow) ZoLight);
-      break;
-    case SplineStyle:
-      splineInfo.reset(new (std::nothrow) ZoProtoSplineInfo);
-      break;
-    default:
-      break;
-  }
-}
+void ZoProtoNode::DeleteInfo() { styleRecord.emplace<std::monostate>(); }
 
 void ZoProtoNode::SetStyle(int32_t newStyle) {
   if (newStyle == style) return;
-  DeleteInfo();
   style = newStyle;
-  CreateInfo();
+  ResetRecord(styleRecord, style);
 }
 
 void ZoProtoNode::SetColModel(ZoColModel* model) {
@@ -269,7 +271,7 @@ ZoTriangleSet* ZoProtoNode::TriangleSet() const {
   return colModel != nullptr ? colModel->GetTriangleSet() : nullptr;
 }
 
-// --- Current layout ----------------------------------------------------------------
+// --- Reading ---------------------------------------------------------------------
 
 ZoStreamError ZoProtoNode::ReadFromStream(ZoStream& stream) {
   // Children are bare bodies inside this one: count the level.
@@ -280,13 +282,28 @@ ZoStreamError ZoProtoNode::ReadFromStream(ZoStream& stream) {
 }
 
 ZoStreamError ZoProtoNode::ReadCurrent(ZoStream& stream) {
-  // 1, 2. Name and home transform.
   if (ReadValue(stream, name) != ZoStreamOk) return stream.Status();
   ZoTransform3 home = homeTransform;
   if (ReadBlock(stream, home) != ZoStreamOk) return stream.Status();
   SetHomeTransform(home);
+  if (ReadCurrentGeometry(stream) != ZoStreamOk) return stream.Status();
+  if (ReadJointLimit(stream) != ZoStreamOk) return stream.Status();
+  if (ReadSpheres(stream, sizeof(ZoColSphere)) != ZoStreamOk) return stream.Status();
+  if ((stream >> properties).Status() != ZoStreamOk) return stream.Status();
+  if (ReadStyleCode(stream) != ZoStreamOk || ReadRecord(stream, styleRecord) != ZoStreamOk) return stream.Status();
 
-  // 3, 4. The geometry; a part that fails to read is not installed.
+  if (ReadValue(stream, uvNormalized) != ZoStreamOk) return stream.Status();
+  if (stream.version >= zoversion::kNodeStiffness) {
+    if (ReadValue(stream, stiffness) != ZoStreamOk) return stream.Status();
+  } else {
+    stiffness = 1.0f;
+  }
+  return ReadChildren(stream, kMinCurrentBody);
+}
+
+// The model format and the geometry it announces; a part that fails to read
+// is not installed.
+ZoStreamError ZoProtoNode::ReadCurrentGeometry(ZoStream& stream) {
   if (ReadValue(stream, modelFormat) != ZoStreamOk) return stream.Status();
   if (modelFormat == ModelWithTree) {
     std::unique_ptr<ZoColModel> model(new (std::nothrow) ZoColModel);
@@ -308,29 +325,70 @@ ZoStreamError ZoProtoNode::ReadCurrent(ZoStream& stream) {
       SetColModel(model.release());
     }
   }
+  return stream.Status();
+}
 
-  // 5, 6. The joint limit.
+ZoStreamError ZoProtoNode::ReadOlder(ZoStream& stream) {
+  int32_t const version = stream.version;
+  if (ReadValue(stream, name) != ZoStreamOk) return stream.Status();
+  ZoTransform3 home = homeTransform;
+  if (ReadBlock(stream, home) != ZoStreamOk) return stream.Status();
+  SetHomeTransform(home);
+
+  if (ReadValue(stream, modelFormat) != ZoStreamOk) return stream.Status();
+  bool formatOneMeansOne = version >= zoversion::kNodeFormatOne;
+  if (!formatOneMeansOne && modelFormat == SetOnly) modelFormat = SetRebuildTree;
+  if (ReadOlderGeometry(stream) != ZoStreamOk) return stream.Status();
   if (ReadJointLimit(stream) != ZoStreamOk) return stream.Status();
+  // Sphere records lack the fifth word up to version 25.
+  uint32_t recordSize = version >= zoversion::kLongSphereRecords ? 20 : 16;
+  if (ReadSpheres(stream, recordSize) != ZoStreamOk) return stream.Status();
+  if (version >= zoversion::kNodeProperties && (stream >> properties).Status() != ZoStreamOk) return stream.Status();
 
-  // 7, 8. Collision spheres.
-  if (ReadSpheres(stream, sizeof(ZoColSphere)) != ZoStreamOk) return stream.Status();
+  if (ReadStyleCode(stream) != ZoStreamOk || ReadOlderStyleRecord(stream, styleRecord) != ZoStreamOk)
+    return stream.Status();
+  // A light shows its marker, which then counts as the node's geometry.
+  if (LightInfo() != nullptr) CreateColModel();
 
-  // 9. Properties.
-  if ((stream >> properties).Status() != ZoStreamOk) return stream.Status();
-
-  // 10, 11. Style and its record.
-  if (ReadStyleRecord(stream) != ZoStreamOk) return stream.Status();
-
-  // 12, 13. UV flag and stiffness.
-  if (ReadValue(stream, uvNormalized) != ZoStreamOk) return stream.Status();
-  if (stream.version >= zoversion::kNodeStiffness) {
-    if (ReadValue(stream, stiffness) != ZoStreamOk) return stream.Status();
-  } else {
-    stiffness = 1.0f;
+  if (version >= zoversion::kNodeIgnoredWord) {
+    int32_t ignored = 0;
+    if (ReadValue(stream, ignored) != ZoStreamOk) return stream.Status();
   }
+  if (ReadChildren(stream, kMinOlderBody) != ZoStreamOk) return stream.Status();
 
-  // 14, 15. Children.
-  return ReadChildren(stream, kMinCurrentBody);
+  // A UV flag of 0 flips the first texture pair of every vertex.
+  if (version >= zoversion::kNodeUVFlag) {
+    if (ReadValue(stream, uvNormalized) != ZoStreamOk) return stream.Status();
+    ZoTriangleSet* set = TriangleSet();
+    if (uvNormalized == 0 && set != nullptr && set->GetNumTexturesPerVertex() >= 1 && set->GetNumVertices() >= 1) {
+      for (int32_t i = 0; i < set->GetNumVertices(); ++i) {
+        ZoTextureVertex& pair = set->TextureVertex(i, 0);
+        pair.v = 1.0f - pair.v;
+      }
+    }
+  }
+  // This layout stores no stiffness.
+  stiffness = 1.0f;
+  return stream.Status();
+}
+
+// The geometry of the older layout: a geometry record, and for format 2 a
+// stored tree that is dropped, since the tree is rebuilt from the set.
+ZoStreamError ZoProtoNode::ReadOlderGeometry(ZoStream& stream) {
+  if (modelFormat != SetOnly && modelFormat != ModelWithTree && modelFormat != SetRebuildTree) return stream.Status();
+  std::unique_ptr<ZoTriangleSet> set(ReadOlderGeometryRecord(stream));
+  if (set == nullptr) return stream.Status();
+  if (modelFormat == SetRebuildTree) {
+    SetColModel(set.release());
+    return stream.Status();
+  }
+  if (modelFormat == ModelWithTree && SkipOlderTree(stream) != ZoStreamOk) return stream.Status();
+  std::unique_ptr<ZoColModel> model(new (std::nothrow) ZoColModel);
+  if (model == nullptr) return OutOfMemory(stream);
+  model->SetTriangleSet(set.release());
+  SetColModel(model.release());
+  if (modelFormat == ModelWithTree) BuildTree();
+  return stream.Status();
 }
 
 ZoStreamError ZoProtoNode::ReadJointLimit(ZoStream& stream) {
@@ -371,53 +429,12 @@ ZoStreamError ZoProtoNode::ReadStyleCode(ZoStream& stream) {
   int32_t newStyle = 0;
   if (ReadValue(stream, newStyle) != ZoStreamOk) return stream.Status();
   // A fresh record of the style read, with its defaults.
-  DeleteInfo();
   style = newStyle;
-  CreateInfo();
+  ResetRecord(styleRecord, style);
   return stream.Status();
 }
 
-ZoStreamError ZoProtoNode::ReadStyleRecord(ZoStream& stream) {
-  if (ReadStyleCode(stream) != ZoStreamOk) return stream.Status();
-  switch (style) {
-    case Geometry: {
-      if (geomInfo == nullptr) return OutOfMemory(stream);
-      ZoProtoGeomInfo& g = *geomInfo;
-      ReadValue(stream, g.squareKind);
-      if (stream.Status() == ZoStreamOk) stream >> g.material;
-      ReadValue(stream, g.width);
-      ReadValue(stream, g.height);
-      ReadValue(stream, g.geomInt0);
-      ReadValue(stream, g.geomInt1);
-      ReadValue(stream, g.geomInt2);
-      ReadValue(stream, g.geomInt3);
-      break;
-    }
-    case Handle:
-      if (handleInfo == nullptr) return OutOfMemory(stream);
-      ReadBlock(stream, *handleInfo);
-      break;
-    case Floor:
-      if (floorInfo == nullptr) return OutOfMemory(stream);
-      ReadBlock(stream, *floorInfo);
-      break;
-    case Camera:
-      if (cameraInfo == nullptr) return OutOfMemory(stream);
-      stream >> *cameraInfo;
-      break;
-    case Light:
-      if (lightInfo == nullptr) return OutOfMemory(stream);
-      stream >> *lightInfo;
-      break;
-    case SplineStyle:
-      if (splineInfo == nullptr) return OutOfMemory(stream);
-      stream >> *splineInfo;
-      break;
-    default:
-      break;
-  }
-  return stream.Status();
-}
+// --- Writing ---------------------------------------------------------------------
 
 int32_t ZoProtoNode::WrittenModelFormat() const {
   ZoTriangleSet const* set = TriangleSet();
@@ -441,15 +458,22 @@ ZoStreamError ZoProtoNode::WriteToStream(ZoStream& stream) const {
   WriteValue(stream, int32_t{jointLimit != nullptr ? 1 : 0});
   if (jointLimit != nullptr && stream.Status() == ZoStreamOk) stream.WriteObject(jointLimit);
 
-  WriteValue(stream, int32_t{colSpheres.GetCount()});
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = colSpheres.GetFirst(cursor); item != nullptr; item = colSpheres.GetNext(cursor))
-    WriteBlock(stream, *static_cast<ZoColSphere const*>(item));
+  // The records are 20 bytes each with no padding: one block.
+  WriteValue(stream, colSpheres.GetCount());
+  WriteBlock(stream, colSpheres.begin(), int64_t{colSpheres.GetCount()} * int64_t{sizeof(ZoColSphere)});
 
   if (stream.Status() == ZoStreamOk) stream << properties;
 
   WriteValue(stream, style);
-  WriteStyleRecord(stream);
+  if (styleRecord.index() == 0) {
+    // A style whose record was deleted writes the defaults of its record,
+    // so that the body stays readable.
+    ZoProtoStyleRecord defaults;
+    ResetRecord(defaults, style);
+    WriteRecord(stream, defaults);
+  } else {
+    WriteRecord(stream, styleRecord);
+  }
 
   WriteValue(stream, uvNormalized);
   if (stream.version >= zoversion::kNodeStiffness) WriteValue(stream, stiffness);
@@ -463,57 +487,11 @@ ZoStreamError ZoProtoNode::WriteToStream(ZoStream& stream) const {
   return stream.Status();
 }
 
-namespace {
+// --- Marker shapes ---------------------------------------------------------------
 
-// Writes the body of a style record, or a default one when the record is
-// missing (no memory when it was made).
-template <class T>
-void WriteBodyOrDefault(ZoStream& stream, T const* record) {
-  if (record != nullptr) {
-    stream << *record;
-  } else {
-    stream << T();
-  }
-}
-
-}  // namespace
-
-ZoStreamError ZoProtoNode::WriteStyleRecord(ZoStream& stream) const {
-  if (stream.Status() != ZoStreamOk) return stream.Status();
-  switch (style) {
-    case Geometry: {
-      // A missing record (no memory when it was made) writes the defaults.
-      ZoProtoGeomInfo defaults;
-      ZoProtoGeomInfo const& g = geomInfo != nullptr ? *geomInfo : defaults;
-      WriteValue(stream, g.squareKind);
-      if (stream.Status() == ZoStreamOk) stream << g.material;
-      WriteValue(stream, g.width);
-      WriteValue(stream, g.height);
-      WriteValue(stream, g.geomInt0);
-      WriteValue(stream, g.geomInt1);
-      WriteValue(stream, g.geomInt2);
-      WriteValue(stream, g.geomInt3);
-      break;
-    }
-    case Handle:
-      WriteBlock(stream, handleInfo != nullptr ? *handleInfo : ZoProtoHandleInfo());
-      break;
-    case Floor:
-      WriteBlock(stream, floorInfo != nullptr ? *floorInfo : ZoProtoFloorInfo());
-      break;
-    case Camera:
-      WriteBodyOrDefault(stream, cameraInfo.get());
-      break;
-    case Light:
-      WriteBodyOrDefault(stream, lightInfo.get());
-      break;
-    case SplineStyle:
-      WriteBodyOrDefault(stream, splineInfo.get());
-      break;
-    default:
-      break;
-  }
-  return stream.Status();
+void ZoProtoNode::CreateColModel() {
+  ZoTriangleSet* marker = NewMarkerShape(styleRecord);
+  if (marker != nullptr) SetColModel(marker);
 }
 
 static ZoStreamConstructorEntry const kRegisterProtoNode(ZoTypeCode::ProtoNode, &ZoProtoNode::Create);

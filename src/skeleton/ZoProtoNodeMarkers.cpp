@@ -1,13 +1,16 @@
 // The marker shapes that show a proto node of each style in an editor.
 #include <zoactor/skeleton/ZoProtoNode.h>
 
-#include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
 
+#include "skeleton/ZoProtoNodeLayout.h"
+
 #include <memory>
 #include <new>
+#include <variant>
 
+namespace zoprotonode {
 namespace {
 
 // π/2 as the markers are turned with it.
@@ -75,47 +78,39 @@ ZoTriangleSet* CameraMarker() {
 }
 
 // A cone in the light's colour, turned to point along z.
-ZoTriangleSet* LightMarker(ZoLight const* light) {
+ZoTriangleSet* LightMarker(ZoLight const& light) {
   ZoMaterial material;
-  if (light != nullptr) {
-    material.color2.Set(light->color2.r, light->color2.g, light->color2.b, 0.6f);
-  } else {
-    material.color2.Set(1.0f, 1.0f, 1.0f, 0.6f);
-  }
+  material.color2.Set(light.color2.r, light.color2.g, light.color2.b, 0.6f);
   std::unique_ptr<ZoTriangleSet> marker(new (std::nothrow) ZoTriCone(material, 0.1f, 0.2f, kDefaultSegments));
   if (marker == nullptr) return nullptr;
   marker->ApplyTransform(Placement(ZoVector3(), kHalfPi, ZoVector3(1.0f, 0.0f, 0.0f)));
   return marker.release();
 }
 
+// A flat square in the record's own material, when the record asks for one.
+ZoTriangleSet* SquareMarker(ZoProtoGeomInfo const& geometry) {
+  if (geometry.squareKind == 0) return nullptr;
+  return new (std::nothrow) ZoTriSquare(geometry.material, geometry.width, geometry.height);
+}
+
+// A bluish sphere for kind 4, else a cylinder with a plate or a bar.
+ZoTriangleSet* HandleOrSphereMarker(ZoProtoHandleInfo const& handle) {
+  if (handle.handleKind != 4) return HandleMarker(handle);
+  ZoMaterial material;
+  material.color2.Set(0.7f, 0.7f, 0.9f, 0.6f);
+  return new (std::nothrow) ZoTriSphere(material, handle.radius, kDefaultSegments);
+}
+
 }  // namespace
 
-void ZoProtoNode::CreateColModel() {
-  ZoTriangleSet* marker = nullptr;
-  switch (style) {
-    case Geometry:
-      if (geomInfo == nullptr || geomInfo->squareKind == 0) return;
-      marker = new (std::nothrow) ZoTriSquare(geomInfo->material, geomInfo->width, geomInfo->height);
-      break;
-    case Handle: {
-      if (handleInfo == nullptr) return;
-      if (handleInfo->handleKind == 4) {
-        ZoMaterial material;
-        material.color2.Set(0.7f, 0.7f, 0.9f, 0.6f);
-        marker = new (std::nothrow) ZoTriSphere(material, handleInfo->radius, kDefaultSegments);
-      } else {
-        marker = HandleMarker(*handleInfo);
-      }
-      break;
-    }
-    case Camera:
-      marker = CameraMarker();
-      break;
-    case Light:
-      marker = LightMarker(lightInfo.get());
-      break;
-    default:
-      return;
-  }
-  if (marker != nullptr) SetColModel(marker);
+ZoTriangleSet* NewMarkerShape(ZoProtoStyleRecord const& record) {
+  return std::visit(Overloaded{[](ZoProtoGeomInfo const& geometry) { return SquareMarker(geometry); },
+                               [](ZoProtoHandleInfo const& handle) { return HandleOrSphereMarker(handle); },
+                               [](ZoCamera const&) { return CameraMarker(); },
+                               [](ZoLight const& light) { return LightMarker(light); },
+                               // Floors, splines and styles without a record show nothing.
+                               [](auto const&) -> ZoTriangleSet* { return nullptr; }},
+                    record);
 }
+
+}  // namespace zoprotonode

@@ -106,7 +106,7 @@ ZoStreamError ZoMaterial::ReadFromStream(ZoStream& stream) {
 }
 
 ZoStreamError ZoMaterial::ReadOlderRecord(ZoStream& stream) {
-  // 1. The texture: none when empty or "NoTexture".
+  // The texture: none when empty or "NoTexture".
   ZoString texture;
   if ((stream >> texture).Status() != ZoStreamOk) return stream.Status();
   bool textured = !texture.IsEmpty() && texture != NO_TEXTURE;
@@ -117,12 +117,12 @@ ZoStreamError ZoMaterial::ReadOlderRecord(ZoStream& stream) {
     textures[0].name = texture;
   }
 
-  // 2. The opacity mask: none when "NoMask" or empty.
+  // The opacity mask: none when "NoMask" or empty.
   ZoString mask;
   if ((stream >> mask).Status() != ZoStreamOk) return stream.Status();
   if (!mask.IsEmpty() && mask != NO_MASK) SetOpacityMask(mask);
 
-  // 3. The colour kept in color2, and 4. one read and dropped (color3 reset).
+  // The colour kept in color2, and one read and dropped (color3 reset).
   Rgb kept{};
   Rgb dropped{};
   if (zostreamio::ReadBlock(stream, kept) != ZoStreamOk) return stream.Status();
@@ -132,21 +132,21 @@ ZoStreamError ZoMaterial::ReadOlderRecord(ZoStream& stream) {
   if (zostreamio::ReadBlock(stream, dropped) != ZoStreamOk) return stream.Status();
   color3.Set(0.0f, 0.0f, 0.0f, 1.0f);
 
-  // 5. Three int32s dropped; 6. the scalar and the alpha.
+  // Three int32s dropped; the scalar and the alpha.
   int32_t unused[3];
   if (zostreamio::ReadBlock(stream, unused) != ZoStreamOk) return stream.Status();
   float alpha = 1.0f;
   if ((stream >> scalar).Status() != ZoStreamOk) return stream.Status();
   if ((stream >> alpha).Status() != ZoStreamOk) return stream.Status();
 
-  // 7. A textured material shows its texture unshaded; 8. the alpha goes to
-  // color2 and color3, and color1 follows color2.
+  // A textured material shows its texture unshaded; the alpha goes to color2
+  // and color3, and color1 follows color2.
   if (textured) color2.Set(1.0f, 1.0f, 1.0f, 1.0f);
   color3.a = alpha;
   color2.a = alpha;
   color1 = color2;
 
-  // 9. The flags from the old ones, 10. an int32 from version 20 on.
+  // The flags from the old ones, then an int32 from version 20 on.
   int32_t oldFlags = 0;
   if ((stream >> oldFlags).Status() != ZoStreamOk) return stream.Status();
   flags = (!textured || (oldFlags & kOldFlagOpaque) != 0) ? 4 : 0;
@@ -156,7 +156,7 @@ ZoStreamError ZoMaterial::ReadOlderRecord(ZoStream& stream) {
     if ((stream >> extra).Status() != ZoStreamOk) return stream.Status();
   }
 
-  // 11. Bit 2 in every case; 12. a string dropped above version 9.
+  // Bit 2 in every case; a string dropped above version 9.
   flags |= 2;
   if (stream.version >= zoversion::kMaterialTrailingString) {
     ZoString trailing;

@@ -353,6 +353,26 @@ TEST(ZoTriangleSetMerge, FillsArraysTheOtherSetLacks) {
   ExpectSameSet(a, back);
 }
 
+TEST(ZoTriangleSetMerge, AppendedIndicesShiftByTheOldMaterialCountWhateverTheyName) {
+  // This set has two materials and an index past them; the other's indices
+  // name its only material, one past it, and a negative index.
+  auto a = OneTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, ZoTriSetMaterialIndices);
+  a->SetNumMaterials(2);
+  a->MaterialIndex(0) = 5;
+  ZoTriangleSet b;
+  Build(b, ZoTriSetMaterialIndices, 3, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 1, 2}, {0, 1, 2}});
+  b.SetNumMaterials(1);
+  b.MaterialIndex(0) = 0;
+  b.MaterialIndex(1) = 1;
+  b.MaterialIndex(2) = -2;
+  ASSERT_TRUE(a->Merge(b, ZoTransform3()));
+  ASSERT_EQ(a->GetNumMaterials(), 3);
+  EXPECT_EQ(a->MaterialIndex(0), 5);  // this set's own indices are kept
+  EXPECT_EQ(a->MaterialIndex(1), 2);
+  EXPECT_EQ(a->MaterialIndex(2), 3);
+  EXPECT_EQ(a->MaterialIndex(3), 0);
+}
+
 TEST(ZoTriangleSetStream, BodyByteForByte) {
   ZoTriangleSet set;
   set.Create(ZoTriSetIndexed, ZoTriSetAllFlags, 1, 3, 1);
@@ -407,6 +427,63 @@ TEST(ZoTriangleSetStream, EveryLayoutAndFlagCombinationReadsBack) {
         ExpectSameSet(set, back);
       }
     }
+}
+
+// Material indices are kept as they are, whatever the materials: for every
+// flag combination, with no materials and with two, indices 0, -2 and one
+// past the last material give the hand-built body and read back equal.
+TEST(ZoTriangleSetStream, MaterialIndicesReadBackWhateverTheMaterials) {
+  struct IndexCase {
+    char const* name;
+    int16_t (*index)(int16_t materials);
+  } const indexCases[] = {
+      {"material 0", [](int16_t) -> int16_t { return 0; }},
+      {"negative", [](int16_t) -> int16_t { return -2; }},
+      {"past the last material", [](int16_t materials) { return materials; }},
+  };
+  for (IndexCase const& c : indexCases)
+    for (int16_t materials : {int16_t{0}, int16_t{2}})
+      for (int flags = 0; flags <= ZoTriSetAllFlags; ++flags) {
+        SCOPED_TRACE(testing::Message() << c.name << ", " << materials << " materials, flags " << flags);
+        int16_t const index = c.index(materials);
+        int const perVertex = (flags & ZoTriSetTextures) ? 1 : 0;
+        ZoTriangleSet set;
+        ASSERT_TRUE(set.Create(ZoTriSetIndexed, flags, 2, 4, 1));
+        ASSERT_TRUE(set.SetNumMaterials(materials));
+        ByteBuilder expected, normals, colors, textures;
+        expected.i32(0).i32(flags).i32(4).i32(2).i32(perVertex).i32(materials);
+        for (int v = 0; v < 4; ++v) {
+          float f = static_cast<float>(v);
+          set.Vertex(v) = ZoVector3(f, f + 0.5f, -f);
+          expected.f32(f).f32(f + 0.5f).f32(-f);
+          if (flags & ZoTriSetNormals) set.Normal(v) = ZoVector3(0, f, 1);
+          normals.f32(0).f32(f).f32(1);
+          if (flags & ZoTriSetColors) set.Color(v).Set(0.25f, f, 1, 0.5f);
+          colors.f32(0.25f).f32(f).f32(1).f32(0.5f);
+          if (flags & ZoTriSetTextures) set.TextureVertex(v, 0).Set(f, 1 - f);
+          textures.f32(f).f32(1 - f);
+        }
+        if (flags & ZoTriSetNormals) expected.append(normals);
+        if (flags & ZoTriSetColors) expected.append(colors);
+        if (flags & ZoTriSetTextures) expected.append(textures);
+        set.Triangle(0).Set(0, 1, 2);
+        set.Triangle(1).Set(1, 2, 3);
+        expected.i32(0).i32(1).i32(2).i32(1).i32(2).i32(3);
+        if (flags & ZoTriSetMaterialIndices) {
+          set.MaterialIndex(0) = index;
+          set.MaterialIndex(1) = index;
+          expected.i16(index).i16(index);
+        }
+        for (int m = 0; m < materials; ++m) {
+          // The default material: flags 4, four colours, scalar 10, no textures, no properties.
+          expected.i32(4).f32(0.5f).f32(0.5f).f32(0.5f).f32(1).f32(0.5f).f32(0.5f).f32(0.5f).f32(1);
+          expected.f32(0).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0).f32(1).f32(10).i32(0).i32(0);
+        }
+        EXPECT_EQ(Body(set), expected.get());
+        ZoTriangleSet back;
+        ASSERT_EQ(ReadBody(back, expected), ZoStreamOk);
+        ExpectSameSet(set, back);
+      }
 }
 
 TEST(ZoTriangleSetStream, RegisteredAndFramedUnderItsCode) {

@@ -51,11 +51,10 @@ TEST(ZoProtoNodeOlder, GeometryNodesAtEveryThreshold) {
     EXPECT_EQ(arc, version >= 27 ? 1 : 0);
 
     ASSERT_EQ(node->ColSpheres().GetCount(), 1);
-    ZoDblListItem* cursor = nullptr;
-    auto const* sphere = static_cast<ZoColSphere const*>(node->ColSpheres().GetFirst(cursor));
-    EXPECT_EQ(sphere->center, ZoVector3(1, 2, 3));
-    EXPECT_EQ(sphere->radius, 0.5f);
-    EXPECT_EQ(sphere->word4, version >= 26 ? 99u : 0u);
+    ZoColSphere const& sphere = node->ColSpheres()[0];
+    EXPECT_EQ(sphere.center, ZoVector3(1, 2, 3));
+    EXPECT_EQ(sphere.radius, 0.5f);
+    EXPECT_EQ(sphere.word4, version >= 26 ? 99u : 0u);
 
     EXPECT_EQ(node->Properties().GetCount(), version >= 31 ? 1 : 0);
 

@@ -1,7 +1,7 @@
 // Bad input for the node and limit readers: bodies cut at every length,
 // counts that claim more than the stream holds, children and older tree
 // records nested past the cap, joint limits of the wrong class, and older
-// geometry whose indices leave their arrays. Under the sanitizers these also
+// geometry whose corners leave their vertices. Under the sanitizers these also
 // show that nothing leaks or overruns.
 #include <zoactor/skeleton/ZoJLimit.h>
 #include <zoactor/skeleton/ZoProtoNode.h>
@@ -146,9 +146,6 @@ TEST(ZoActorRobustness, BadBodiesFailAndKeepNothingOfWhatFailed) {
   } const indices[] = {
       {"corner past the vertices", QuadVertices(), {{0, 1, 4, 0}}, 1},
       {"negative corner", QuadVertices(), {{0, -1, 2, 0}}, 1},
-      {"material past the materials", QuadVertices(), {{0, 1, 2, 1}}, 1},
-      {"negative material", QuadVertices(), {{0, 1, 2, -1}}, 1},
-      {"no materials at all", QuadVertices(), {{0, 1, 2, 0}}, 0},
       {"triangles on two vertices", {QuadVertices()[0], QuadVertices()[1]}, {{0, 1, 0, 0}}, 1},
   };
   for (Indices const& c : indices) {
@@ -183,6 +180,26 @@ TEST(ZoActorRobustness, BadBodiesFailAndKeepNothingOfWhatFailed) {
   ZoProtoNode none;
   EXPECT_EQ(ReadBody(none, WithLimit(Framed(nullptr))), ZoStreamOk);
   EXPECT_EQ(none.JointLimit(), nullptr);
+
+  // Older material indices outside the materials are kept, as a triangle
+  // set keeps them.
+  struct Kept {
+    char const* what;
+    int16_t material;
+    int32_t materials;
+  } const kept[] = {{"material past the materials", 1, 1}, {"negative material", -1, 1}, {"no materials at all", 0, 0}};
+  for (Kept const& c : kept) {
+    SCOPED_TRACE(c.what);
+    ZoProtoNode node;
+    ASSERT_EQ(ReadBody(node, OlderWithGeometry(3, [&](ByteBuilder& b, int32_t v) {
+                OlderGeometry(b, v, c.materials, QuadVertices(), {{0, 1, 2, c.material}});
+              }, 45), 45), ZoStreamOk);
+    ASSERT_NE(node.ColModel(), nullptr);
+    ZoTriangleSet const* set = node.ColModel()->GetTriangleSet();
+    ASSERT_NE(set, nullptr);
+    EXPECT_EQ(set->GetNumMaterials(), c.materials);
+    EXPECT_EQ(set->MaterialIndex(0), c.material);
+  }
 }
 
 TEST(ZoActorRobustness, ChildrenNestAtMostToTheCap) {

@@ -1,4 +1,5 @@
-// zoactor: inspect, validate, convert and demonstrate actor files.
+// zoactor: the library's command-line tool. It runs the built-in demonstration
+// and prints the library's version.
 #include "Demo.h"
 
 #include <zoactor/zoactor.h>

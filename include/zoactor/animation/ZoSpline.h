@@ -16,7 +16,7 @@
 //   ZoSplineControlPoint below), then length float32. alignAxis is not
 //   stored; a spline read back has alignAxis 6.
 //
-// Settled here on the safe side:
+// Edge cases:
 //   - A segment whose two points have the same time is sampled at its end
 //     (parameter 1) instead of dividing by zero.
 //   - InsertControlPoint refuses (null) a time before the first point's

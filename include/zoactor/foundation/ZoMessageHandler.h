@@ -1,6 +1,6 @@
-// ZoMessageHandler: stands in for the message boxes the original platform
-// showed. The library shows messages only where it has no other way to tell
-// its caller (the sequence recorder). By default a message is printed to
+// ZoMessageHandler: where the library's messages to a person go. The library
+// shows messages only where it has no other way to tell its caller (the
+// sequence recorder). By default a message is printed to
 // standard error and answered "OK"; a host installs its own handler to show
 // or collect them, and tests install one to check the exact text.
 #ifndef ZOACTOR_FOUNDATION_ZOMESSAGEHANDLER_H

@@ -1,6 +1,6 @@
 // ZoPlatform: the library's one door to the operating system's files and
-// folders. Everything above it speaks in these terms, so the mapping from the
-// original platform lives here only:
+// folders. Everything above it speaks in these terms, so these rules live
+// here only:
 //
 // - Files are POSIX descriptors (ZoFileHandle, invalid = -1). Reads and writes
 //   loop over short counts and EINTR, so one call here is one platform
@@ -93,7 +93,7 @@ class ZOACTOR_API ZoPlatform {
   static bool Exists(ZoString const& path);
   static bool IsFolder(ZoString const& path);
   // Creates one folder (its parent must exist). An existing folder answers
-  // AlreadyExists, as the original platform reported it.
+  // AlreadyExists, so that callers can tell it from a failure.
   static ZoFolderResult CreateFolder(ZoString const& path);
   // Creates a folder and any missing parents; true when it exists afterwards.
   static bool CreateFolders(ZoString const& path);

@@ -70,7 +70,7 @@ class ZOACTOR_API ZoString {
   static ZoStringRef zosrNullInitializer;
 
   ZoString() : ref(&zosrNullInitializer) {}
-  ZoString(char const* text);  // NOLINT: implicit by design, as for the original type
+  ZoString(char const* text);  // NOLINT: implicit by design, so that text literals pass as strings
   ZoString(char const* text, int32_t count);
   ZoString(ZoString const& other);
   ZoString(ZoString&& other) noexcept;

@@ -30,7 +30,7 @@
 // at the stream's version, so a body always reads back at the version it
 // was written under. The axis-aligned box and the user data are not stored.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - Trees are built with an explicit stack, never by recursion, whatever
 //   the depth the mesh produces; the numbering (pre-order, root 0) and the
 //   tree are those of the recursive description.

@@ -17,7 +17,7 @@
 // "2SrT") and read back as ZoTriangleSet. A shape whose arrays cannot be
 // allocated is left empty.
 //
-// Settled here: the square and cube take the texture pairs listed below;
+// Edge cases: the square and cube take the texture pairs listed below;
 // the other shapes, whose texture pairs are otherwise unassigned, get
 // u = k / s around the axis (or i / n along a polyline) and v running from
 // 1 at the bottom to 0 at the top (0 along a polyline), the same in every

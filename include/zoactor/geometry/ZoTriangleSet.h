@@ -26,7 +26,7 @@
 // one block); the material indices (int16 each, one block) when flagged; one
 // ZoMaterial body per material.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - Flags and arrays agree at all times: an array announced by a flag exists
 //   with the length the flag promises, and no array exists without its flag.
 //   Flag bits other than the four below are dropped by Create.
@@ -59,13 +59,21 @@
 //   negative counts, counts that disagree with the layout (a polyline with
 //   triangles, a sequential set whose vertex count is not numTriangles + 2,
 //   an indexed set with triangles but fewer than 3 vertices, texture pairs
-//   without the texture flag), a corner index outside the vertices or a
-//   material index outside the materials; with the stream's error when
-//   the data runs out or a count asks for more than the stream holds or
-//   ZoReadLimits allows. A set whose read fails is left empty and undefined,
-//   so that nothing can query half-read or invalid triangles.
-// - The queries guard nothing but the material look-up of the cull step: a
-//   material index outside the materials counts as a two-sided material.
+//   without the texture flag) or a corner index outside the vertices; with
+//   the stream's error when the data runs out or a count asks for more than
+//   the stream holds or ZoReadLimits allows. A set whose read fails is left
+//   empty and undefined, so that nothing can query half-read or invalid
+//   triangles.
+// - Material indices are stored as they are set or read, whatever the
+//   materials: a set with the material-index flag and no materials, or with
+//   an index outside its materials, is legal and reads back as it was
+//   written. Nothing that only moves indices (the clean-up steps, the
+//   sphere-tree build) looks at them; what uses one checks its range where
+//   it uses it: the cull step of the queries counts an index outside the
+//   materials as a two-sided material. Merge shifts every appended index by
+//   this set's old material count, whatever it is (so an appended -2 may come
+//   to name one of this set's materials), and keeps this set's own indices.
+//   Beyond that material look-up the queries guard nothing.
 #ifndef ZOACTOR_GEOMETRY_ZOTRIANGLESET_H
 #define ZOACTOR_GEOMETRY_ZOTRIANGLESET_H
 
@@ -236,7 +244,8 @@ class ZOACTOR_API ZoTriangleSet : public ZoStreamObject {
   // Appends `other` placed by `transform` (points by the transform, normals
   // by its rotation) when both sets are indexed and this one is not derived.
   // Corner indices of the appended triangles move by the old vertex count,
-  // their material indices by the old material count; flags and id stay.
+  // their material indices by the old material count (an index outside its
+  // set's materials becomes -1); flags and id stay.
   // `other` may be this set. Returns false, changing nothing, when the
   // merge does not apply or cannot be allocated.
   bool Merge(ZoTriangleSet const& other, ZoTransform3 const& transform);

@@ -203,8 +203,8 @@ class ZOACTOR_API ZoStream {
   // Reads an int32 count and checks it as CheckCount does.
   bool ReadCount(int32_t& count, uint32_t encodedSize, uint32_t memorySize = 0);
   // Reads the int32 count of a loop of elements: a negative count reads as
-  // 0 (the loop runs no times, as in files written by the original library),
-  // any other is checked as CheckCount does.
+  // 0 (the loop it counts runs no times), any other is checked as
+  // CheckCount does.
   bool ReadLoopCount(int32_t& count, uint32_t encodedSize, uint32_t memorySize = 0);
 
   // The nesting depth of framed objects (and bare bodies that nest, see

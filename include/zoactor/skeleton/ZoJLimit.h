@@ -27,7 +27,7 @@
 // ends coincide has no direction (FixTransform then produces NaNs but never
 // fails or reads outside the limit).
 //
-// Settled here: PivotLimit of the linear limit rotates start and end and
+// Edge cases: PivotLimit of the linear limit rotates start and end and
 // leaves direction as SetValue last computed it; call SetValue(start, end)
 // after a pivot for a consistent limit.
 #ifndef ZOACTOR_SKELETON_ZOJLIMIT_H

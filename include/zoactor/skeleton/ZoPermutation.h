@@ -4,7 +4,7 @@
 // index, newToOld gives the old index of the same node, or -1 for a node
 // that did not exist before.
 //
-// Settled here: a null traversal counts as an empty one, and arrays that
+// Edge cases: a null traversal counts as an empty one, and arrays that
 // cannot be allocated leave the permutation empty (both counts 0).
 #ifndef ZOACTOR_SKELETON_ZOPERMUTATION_H
 #define ZOACTOR_SKELETON_ZOPERMUTATION_H

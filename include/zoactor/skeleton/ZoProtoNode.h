@@ -44,7 +44,7 @@
 // 45 (a flag of 0 flips every first texture pair's v to 1 − v). Stiffness is
 // not stored and reads as 1.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - Sphere trees are built by the collision model as it builds them, which
 //   reorders the set's triangles; a node with model format 3 rebuilds its
 //   tree when read, so it may write its triangles in another order than it
@@ -59,14 +59,19 @@
 //   outside 1 to 3.
 // - Reading a style record starts from a fresh default record of the style
 //   read, also when the node already had that style.
+// - A node whose record DeleteInfo removed keeps its style: it writes the
+//   default record of that style, so that its body stays readable, and
+//   CreateColModel builds no marker for it.
 // - Counts: a negative sphere or child count reads as 0; counts larger
 //   than the stream can hold fail before anything is allocated. Children
 //   nest at most ZoReadLimits::MaxDepth() levels (ZoStreamFormatError past
 //   it). A joint limit frame of another class fails with
 //   ZoStreamFormatError.
 // - Older geometry records fail with ZoStreamFormatError when a corner
-//   index lies outside the vertices, a material index outside the
-//   materials, or triangles come with fewer than 3 vertices.
+//   index lies outside the vertices or triangles come with fewer than 3
+//   vertices. Their material indices are kept as read, as a triangle set
+//   keeps them: the older record needs no check of its own, since its reader
+//   looks no material up, and whatever later uses an index checks its range.
 // - The node stops at the first field that fails and returns that status;
 //   what was read so far stays in the node, but a collision model, triangle
 //   set, joint limit or child that failed to read is destroyed rather than
@@ -86,7 +91,6 @@
 #include <zoactor/skeleton/ZoJLimit.h>
 #include <zoactor/skeleton/ZoTreeNode.h>
 #include <zoactor/animation/ZoSpline.h>
-#include <zoactor/foundation/ZoDblList.h>
 #include <zoactor/foundation/ZoString.h>
 #include <zoactor/foundation/ZoTransform3.h>
 #include <zoactor/foundation/ZoVector3.h>
@@ -99,8 +103,9 @@
 #include <zoactor/values/ZoPropertyTable.h>
 
 #include <cstdint>
-#include <memory>
 #include <type_traits>
+#include <variant>
+#include <vector>
 
 class ZoAi;
 class ZoColModel;
@@ -154,6 +159,12 @@ struct ZOACTOR_API ZoColSphere {
   uint32_t word4 = 0;
 };
 
+// The style record of a node: one alternative per style, in style order, so
+// that the alternative's index is the style for styles 1 to 6; a style
+// without a record holds std::monostate.
+using ZoProtoStyleRecord = std::variant<std::monostate, ZoProtoGeomInfo, ZoProtoHandleInfo, ZoProtoFloorInfo, ZoCamera,
+                                        ZoLight, ZoProtoSplineInfo>;
+
 static_assert(sizeof(ZoProtoHandleInfo) == 16 && sizeof(ZoProtoFloorInfo) == 8 && sizeof(ZoColSphere) == 20,
               "handle, floor and sphere records stream as their raw bytes");
 static_assert(std::is_trivially_copyable<ZoProtoHandleInfo>::value &&
@@ -161,21 +172,32 @@ static_assert(std::is_trivially_copyable<ZoProtoHandleInfo>::value &&
                   std::is_trivially_copyable<ZoColSphere>::value,
               "handle, floor and sphere records stream as their raw bytes");
 
-// The collision-sphere list: items are ZoColSphere records owned by the
-// list, freed by Clear() and by the destructor. Add records with AppendCopy,
-// or hand over records made with new through Append; the base class's Copy
-// operations share items and must not be used on it.
-class ZOACTOR_API ZoColSphereList : public ZoDblList {
+// The collision-sphere list: the node's records by value, in order.
+class ZOACTOR_API ZoColSphereList {
  public:
   ZoColSphereList() = default;
-  // Copies of the other list's records.
+  // Copies of the other list's records; when no memory can be had the list
+  // ends up empty.
   ZoColSphereList(ZoColSphereList const& other);
   ZoColSphereList& operator=(ZoColSphereList const& other);
-  ~ZoColSphereList() override;
-  // Frees every record and empties the list.
-  void Clear() override;
+
   // Appends a copy of `sphere`; false when no memory could be had.
   bool AppendCopy(ZoColSphere const& sphere);
+  // Empties the list.
+  void Clear() { spheres.clear(); }
+  int32_t GetCount() const { return static_cast<int32_t>(spheres.size()); }
+  bool IsEmpty() const { return spheres.empty(); }
+  // Record i, for 0 ≤ i < GetCount() (not checked).
+  ZoColSphere& operator[](int32_t i) { return spheres[static_cast<size_t>(i)]; }
+  ZoColSphere const& operator[](int32_t i) const { return spheres[static_cast<size_t>(i)]; }
+  // The records in order, contiguous.
+  ZoColSphere* begin() { return spheres.data(); }
+  ZoColSphere* end() { return spheres.data() + spheres.size(); }
+  ZoColSphere const* begin() const { return spheres.data(); }
+  ZoColSphere const* end() const { return spheres.data() + spheres.size(); }
+
+ private:
+  std::vector<ZoColSphere> spheres;
 };
 
 class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
@@ -233,12 +255,12 @@ class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
   // (none outside 1 to 6).
   void SetStyle(int32_t newStyle);
   // The record of the node's style, or null when the style differs.
-  ZoProtoGeomInfo* GeomInfo() const { return style == Geometry ? geomInfo.get() : nullptr; }
-  ZoProtoHandleInfo* HandleInfo() const { return style == Handle ? handleInfo.get() : nullptr; }
-  ZoProtoFloorInfo* FloorInfo() const { return style == Floor ? floorInfo.get() : nullptr; }
-  ZoCamera* CameraInfo() const { return style == Camera ? cameraInfo.get() : nullptr; }
-  ZoLight* LightInfo() const { return style == Light ? lightInfo.get() : nullptr; }
-  ZoProtoSplineInfo* SplineInfo() const { return style == SplineStyle ? splineInfo.get() : nullptr; }
+  ZoProtoGeomInfo* GeomInfo() const;
+  ZoProtoHandleInfo* HandleInfo() const;
+  ZoProtoFloorInfo* FloorInfo() const;
+  ZoCamera* CameraInfo() const;
+  ZoLight* LightInfo() const;
+  ZoProtoSplineInfo* SplineInfo() const;
 
   // --- Collision ---------------------------------------------------------------
 
@@ -299,19 +321,16 @@ class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
   void DeleteInfo();
 
  private:
-  void CreateInfo();
   void CopyContentFrom(ZoProtoNode const& other);
   ZoStreamError ReadCurrent(ZoStream& stream);
+  ZoStreamError ReadCurrentGeometry(ZoStream& stream);
   ZoStreamError ReadOlder(ZoStream& stream);
+  ZoStreamError ReadOlderGeometry(ZoStream& stream);
   ZoStreamError ReadJointLimit(ZoStream& stream);
   ZoStreamError ReadSpheres(ZoStream& stream, uint32_t recordSize);
   // Reads a style code and replaces the style record with a fresh one of it.
   ZoStreamError ReadStyleCode(ZoStream& stream);
-  ZoStreamError ReadStyleRecord(ZoStream& stream);
-  ZoStreamError ReadOlderGeometry(ZoStream& stream);
-  ZoStreamError ReadOlderStyleRecord(ZoStream& stream);
   ZoStreamError ReadChildren(ZoStream& stream, uint32_t minimumBody);
-  ZoStreamError WriteStyleRecord(ZoStream& stream) const;
   // The model format the body carries (see the file comment).
   int32_t WrittenModelFormat() const;
   ZoTriangleSet* TriangleSet() const;
@@ -328,12 +347,9 @@ class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
   int32_t style;
   int32_t modelFormat;
   int32_t uvNormalized;
-  std::unique_ptr<ZoProtoGeomInfo> geomInfo;
-  std::unique_ptr<ZoProtoHandleInfo> handleInfo;
-  std::unique_ptr<ZoProtoFloorInfo> floorInfo;
-  std::unique_ptr<ZoCamera> cameraInfo;
-  std::unique_ptr<ZoLight> lightInfo;
-  std::unique_ptr<ZoProtoSplineInfo> splineInfo;
+  // Mutable because the record accessors hand it out for editing also from a
+  // const node, as they always have.
+  mutable ZoProtoStyleRecord styleRecord;
   float stiffness;
   ZoAi* userData;
 };

@@ -8,7 +8,7 @@
 // with ZoString's conversion (ASCII rules), so the caller's strings and the
 // node names are never changed.
 //
-// Settled here: a null root gives an empty traversal, and an array that
+// Edge cases: a null root gives an empty traversal, and an array that
 // cannot be allocated leaves the traversal empty (NumNodes 0). A child that
 // is a plain ZoTreeNode rather than a proto node is skipped with its
 // subtree (it has no name or style to list).

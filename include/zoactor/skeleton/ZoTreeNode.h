@@ -9,7 +9,7 @@
 // whoever detached it. The node is never unlinked from its own parent by its
 // destructor: detach it first when it lives in a tree.
 //
-// Settled here:
+// Edge cases:
 // - Assignment copies only the destroyChildren flag; the links (and so the
 //   children) of both nodes stay as they are.
 // - The walks recurse once per level; trees read from streams are bounded

@@ -8,7 +8,7 @@
 // in sibling order; a node that fails the filter is skipped but its subtree
 // is still visited. The root is index 0 whenever it passes the filter.
 //
-// Settled here: a null root gives an empty traversal, and an array that
+// Edge cases: a null root gives an empty traversal, and an array that
 // cannot be allocated leaves the traversal empty (numNodes 0).
 #ifndef ZOACTOR_SKELETON_ZOTREETRAVERSAL_H
 #define ZOACTOR_SKELETON_ZOTREETRAVERSAL_H

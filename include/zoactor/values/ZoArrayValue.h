@@ -5,7 +5,7 @@
 // the null marker. The frame declares a size of 0 although the body is not
 // empty.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - SetNumItems of a negative count makes the array empty.
 // - Reading a count that is negative, or larger than the rest of the stream
 //   can hold (every framed item takes at least 4 bytes) or than

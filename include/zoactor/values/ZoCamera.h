@@ -14,7 +14,7 @@
 // - 47: 16 bytes dropped; then kind 0, angle 1, nearPlane 0.1, farPlane 1000.
 // - below 47: 8 bytes dropped; then the same four values.
 //
-// Settled here on the safe side: reading the current body replaces the
+// Edge cases: reading the current body replaces the
 // property list and stops at the first field that fails; an older record is
 // read whole before anything is set, so a failed one changes nothing.
 #ifndef ZOACTOR_VALUES_ZOCAMERA_H

@@ -17,7 +17,7 @@
 // record's (unconverted); types 0, 2, 1, 4 set `kind` to 0, 1, 2, 3, and
 // type 4 also adds the property "LightMap" holding the record's name.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - A name that fills its field without a terminating zero is taken as the
 //   76 (or 64) characters the field holds; nothing beyond the record is read.
 // - A failed older record changes nothing. A "LightMap" property already

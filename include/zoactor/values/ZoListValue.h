@@ -10,7 +10,7 @@
 // Body: int32 item count, then every item as a framed object, first to last.
 // The frame declares a size of 0 although the body is not empty.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - Reading a count that is negative, or larger than the rest of the stream
 //   can hold (every framed item takes at least 4 bytes), fails with the
 //   stream's error (ZoStreamFormatError or ZoStreamReadError) and adds

@@ -15,7 +15,7 @@
 // dropped string from version 10 on. It has no color4, no other properties
 // and at most one texture.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - A texture count above 4 or below 0 fails the read with
 //   ZoStreamFormatError (the texture slots are not touched).
 // - Reading the current body replaces the property list (it is emptied

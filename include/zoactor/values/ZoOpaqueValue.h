@@ -10,7 +10,7 @@
 // writes exactly those 17 bytes again. Between writes StreamType() is the
 // opaque code 0x564F7071.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - A negative declared size fails the read with ZoStreamFormatError; a size
 //   larger than the rest of the stream (or than ZoReadLimits allows) fails
 //   it with the stream's error. Nothing is kept in either case.

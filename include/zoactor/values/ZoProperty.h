@@ -15,7 +15,7 @@
 // In every case the property's value is replaced by what was read (possibly
 // nothing).
 //
-// Settled here on the safe side:
+// Edge cases:
 // - A framed value whose class is not a typed value fails the read with
 //   ZoStreamFormatError and is destroyed.
 // - Reading stops at the first failure; the property then holds the name

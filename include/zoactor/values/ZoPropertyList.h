@@ -7,7 +7,7 @@
 // order. Reading appends without checking for duplicate names (Find then
 // sees the first of them).
 //
-// Settled here on the safe side: moving a property within the list never
+// Edge cases: moving a property within the list never
 // allocates, so Find and Replace cannot lose a property. Assignment is a
 // deep copy.
 #ifndef ZOACTOR_VALUES_ZOPROPERTYLIST_H

@@ -9,7 +9,7 @@
 // request. Renaming a property while the table holds it leaves it filed
 // under its old name.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - The properties read in one ReadFromStream are filed in an order that
 //   depends only on their names, so a table written, read back and written
 //   again gives the same bytes.

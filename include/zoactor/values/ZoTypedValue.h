@@ -16,7 +16,7 @@
 // while ZoFloatValue(5.9f) compared with ZoIntValue(5) gives 1. Values of
 // every other kind compare as -1 with everything, themselves included.
 //
-// Settled here on the safe side:
+// Edge cases:
 // - A float that is NaN converts to the int 0; floats beyond the int range
 //   convert to INT_MIN or INT_MAX.
 // - A string whose digits leave the int range converts to INT_MIN or
