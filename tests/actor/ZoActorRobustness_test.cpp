@@ -1,0 +1,167 @@
+// Bad actor and skill files: every truncation, and corruptions that must be
+// refused with a reason and the offset where they stand (bad magic, objects
+// of the wrong class, counts past the bytes left or the allocation cap,
+// nesting too deep).
+#include <zoactor/actor/ZoProtoActor.h>
+#include <zoactor/geometry/ZoTriShapes.h>
+#include <zoactor/serialization/ZoReadLimits.h>
+
+#include "ZoActorTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+using namespace zoacttest;
+
+namespace {
+
+Bytes ActorFile(ZoProtoActor const* actor) {
+  ZoMemoryStream stream;
+  ZoProtoActor::WriteActorTo(stream, actor);
+  return zotest::Written(stream);
+}
+
+Bytes SkillFile(ZoProtoSkill const* skill) {
+  ZoMemoryStream stream;
+  ZoProtoActor::WriteSkillTo(stream, skill);
+  return zotest::Written(stream);
+}
+
+// The figure with a cube on the spine and a few records on a skill.
+ActorRef RichActor() {
+  ActorRef actor = FigureActor("Dog");
+  actor->GeomTraversal()->Node(1)->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(0.2f, 0.4f, 0.2f)));
+  auto* def = new ZoProtoProxDef;
+  actor->ProximityDefs().Add(def);
+  actor->SetSkeleton(actor->RootNode());
+  return actor;
+}
+
+SkillRef RichSkill(ZoProtoActor* actor) {
+  SkillRef skill(FigureSkill(actor, "Walk"));
+  auto* event = new ZoProtoEventKeyframe;
+  event->name = "step";
+  skill->AddEventKeyframe(event);
+  skill->AddTextureKeyframe(new ZoProtoTextureKeyframe);
+  return skill;
+}
+
+TEST(ZoActorRobustness, EveryTruncationIsRefusedWithAReason) {
+  ActorRef actor = RichActor();
+  SkillRef skill = RichSkill(actor.get());
+  Bytes actorFile = ActorFile(actor.get());
+  Bytes skillFile = SkillFile(skill.get());
+  for (size_t length = 0; length < actorFile.size(); ++length) {
+    Reader reader(Bytes(actorFile.begin(), actorFile.begin() + static_cast<long>(length)), 0);
+    ZoReadReport report;
+    ASSERT_EQ(ZoProtoActor::ReadActorFrom(*reader, &report), nullptr) << length;
+    ASSERT_TRUE(report.Failed()) << length;
+    ASSERT_NE(report.reason[0], '\0') << length;
+  }
+  for (size_t length = 0; length < skillFile.size(); ++length) {
+    Reader reader(Bytes(skillFile.begin(), skillFile.begin() + static_cast<long>(length)), 0);
+    ZoReadReport report;
+    ASSERT_EQ(ZoProtoActor::ReadSkillFrom(*reader, &report), nullptr) << length;
+    ASSERT_NE(report.reason[0], '\0') << length;
+  }
+}
+
+// A skill that takes any record, to nest skills in skills.
+class Nester : public ZoProtoSkill {
+ public:
+  using ZoProtoSkill::AddSubclassObject;
+};
+
+// Replaces the four bytes at `at` with `value`.
+Bytes Patched(Bytes bytes, size_t at, int32_t value) {
+  for (size_t i = 0; i < 4 && at + i < bytes.size(); ++i)
+    bytes[at + i] = static_cast<uint8_t>(static_cast<uint32_t>(value) >> (8 * i));
+  return bytes;
+}
+
+TEST(ZoActorRobustness, CorruptionsAreRefusedWithReasonAndOffset) {
+  ActorRef actor = RichActor();
+  SkillRef skill = RichSkill(actor.get());
+  Bytes skillFile = SkillFile(skill.get());
+  // Skill file: magic 4, code 4, version 4, format 4, version 4, name 4+4,
+  // type 4, then numJoints at 32 and joint 0's hasKeys at 36.
+  size_t const numJointsAt = 32;
+  Bytes actorFile = ActorFile(actor.get());
+  size_t const mapCountAt = actorFile.size() - 4;
+
+  struct Case {
+    char const* name;
+    Bytes file;
+    bool skill;
+    char const* reason;
+    int64_t offset;
+  } const cases[] = {
+      {"bad magic", Patched(skillFile, 0, 0x44434241), true, "bad magic 0x44434241", 0},
+      {"an actor file read as a skill", actorFile, true, "bad magic 0x5A4F5041", 0},
+      {"a skill file read as an actor", skillFile, false, "bad magic 0x5A4F536B", 0},
+      {"a framed object of another class",
+       ByteBuilder().i32(ZoProtoSkill::fileType).i32(ZoTypeCode::ProtoHandData).i32(4), true,
+       "an object of type code 0x50724844 where another class belongs", 12},
+      {"joints past the bytes left", Patched(skillFile, numJointsAt, 0x7FFFFFFF), true,
+       "count 2147483647 of 4-byte elements exceeds the", static_cast<int64_t>(numJointsAt)},
+      {"negative joints", Patched(skillFile, numJointsAt, -1), true, "count -1 is negative",
+       static_cast<int64_t>(numJointsAt)},
+      {"a key that is no keyframe", Patched(skillFile, 44, ZoTypeCode::ProtoHandData), true,
+       "an object of type code 0x50724844 in a key list", -2},
+      {"behaviour maps past the bytes left", Patched(actorFile, mapCountAt, 1000), false,
+       "count 1000 of 8-byte elements exceeds the 0 bytes left", static_cast<int64_t>(mapCountAt)},
+      {"an unknown class", Patched(actorFile, 4, 0x41424344), false, "unknown type code 0x41424344", 8},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    Reader reader(c.file, 0);
+    ZoReadReport report;
+    ZoStreamObject* read = c.skill ? static_cast<ZoStreamObject*>(ZoProtoActor::ReadSkillFrom(*reader, &report))
+                                   : ZoProtoActor::ReadActorFrom(*reader, &report);
+    EXPECT_EQ(read, nullptr);
+    EXPECT_NE(report.status, ZoStreamOk);
+    EXPECT_EQ(std::string(report.reason).find(c.reason), 0u) << report.reason;
+    if (c.offset != -2) {
+      EXPECT_EQ(report.offset, c.offset);
+    }
+  }
+}
+
+TEST(ZoActorRobustness, CapsOnAllocationAndNestingHoldAtTheirValues) {
+  ActorRef actor = FigureActor("Dog");
+  // A skill of the "SklN" format stores nothing per joint: only the cap
+  // bounds its joint array (16 bytes a joint).
+  SkillRef pose(new ZoProtoSkill);
+  pose->SetName("Pose");
+  pose->SetFormat(ZoSkillFormatNone);
+  Bytes file = SkillFile(pose.get());
+  Bytes many = Patched(file, 32, 64);
+  ZoReadLimits::SetMaxAllocation(64 * sizeof(ZoSkillJoint));
+  Reader atCap(many, 0);
+  SkillRef accepted(ZoProtoActor::ReadSkillFrom(*atCap, nullptr));
+  EXPECT_NE(accepted.get(), nullptr);
+  Reader pastCap(Patched(file, 32, 65), 0);
+  ZoReadReport report;
+  EXPECT_EQ(ZoProtoActor::ReadSkillFrom(*pastCap, &report), nullptr);
+  EXPECT_NE(std::string(report.reason).find("allocation cap"), std::string::npos) << report.reason;
+  ZoReadLimits::Reset();
+
+  // Skills nested as annotation records: the file's frame is level 1.
+  ZoRef<Nester> inner(new Nester), middle(new Nester), outer(new Nester);
+  middle->AddSubclassObject(inner.release());
+  outer->AddSubclassObject(middle.release());
+  Bytes deep = SkillFile(outer.get());
+  ZoReadLimits::SetMaxDepth(3);
+  Reader fits(deep, 0);
+  SkillRef read(ZoProtoActor::ReadSkillFrom(*fits, nullptr));
+  EXPECT_NE(read.get(), nullptr);
+  ZoReadLimits::SetMaxDepth(2);
+  Reader tooDeep(deep, 0);
+  EXPECT_EQ(ZoProtoActor::ReadSkillFrom(*tooDeep, &report), nullptr);
+  EXPECT_STREQ(report.reason, "nesting deeper than 2");
+  ZoReadLimits::Reset();
+}
+
+}  // namespace
