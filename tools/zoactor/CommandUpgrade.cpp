@@ -8,6 +8,8 @@
 #include "Commands.h"
 #include "ToolLoad.h"
 
+#include "serialization/ZoFormatVersions.h"
+
 #include <fmt/format.h>
 
 #include <memory>
@@ -35,6 +37,7 @@ struct Outcome {
   int32_t after = -1;
   std::string action;
   Issue failure;
+  std::vector<std::string> notes;
 };
 
 bool SamePath(fs::path const& a, fs::path const& b) {
@@ -43,13 +46,33 @@ bool SamePath(fs::path const& a, fs::path const& b) {
   return fs::absolute(a).lexically_normal() == fs::absolute(b).lexically_normal();
 }
 
-bool WriteCurrent(Step const& step, Issue& failure) {
+// The older layout gives squares and lights shapes as it reads them, which
+// the current layout stores only under a model format of 1 to 3 (handles
+// alone get theirs again on reading). Such nodes are given model format 2,
+// so the upgraded file holds what the older one gave.
+void KeepBuiltShapes(ZoProtoActor& actor, std::vector<std::string>& notes) {
+  ZoProtoTraversal const* nodes = actor.NodeTraversal();
+  for (int i = 0; nodes != nullptr && i < nodes->NumNodes(); ++i) {
+    ZoProtoNode* node = nodes->Node(i);
+    ZoColModel const* model = node->ColModel();
+    if (node->Style() == ZoProtoNode::Handle || node->GetModelFormat() != ZoProtoNode::NoModel || model == nullptr ||
+        model->GetTriangleSet() == nullptr)
+      continue;
+    node->SetModelFormat(ZoProtoNode::ModelWithTree);
+    notes.push_back(fmt::format("node \"{}\": the shape the older layout builds is stored (model format 2)",
+                                node->Name().c_str()));
+  }
+}
+
+bool WriteCurrent(Step const& step, Outcome& outcome) {
+  Issue& failure = outcome.failure;
   std::error_code error;
   fs::create_directories(step.target.parent_path().empty() ? fs::path(".") : step.target.parent_path(), error);
   ZoString target = step.target.string().c_str();
   bool written = false;
   if (step.kind == FileKind::Actor) {
     ZoRef<ZoProtoActor> actor = LoadActor(step.source, failure);
+    if (actor && !(outcome.before >= zoversion::kCurrentLayout)) KeepBuiltShapes(*actor, outcome.notes);
     written = actor && ZoProtoActor::WriteActorFile(target, actor.get()) == 1;
   } else {
     ZoRef<ZoProtoSkill> skill = LoadSkill(step.source, failure);
@@ -60,7 +83,7 @@ bool WriteCurrent(Step const& step, Issue& failure) {
 }
 
 Outcome Upgrade(Step const& step) {
-  Outcome outcome{step, FactsOfPath(step.source).version, -1, "", {}};
+  Outcome outcome{step, FactsOfPath(step.source).version, -1, "", {}, {}};
   bool current = outcome.before >= kZoCurrentVersion;
   if (step.kind == FileKind::Unknown) {
     std::error_code error;
@@ -72,7 +95,7 @@ Outcome Upgrade(Step const& step) {
   }
   if (current && SamePath(step.source, step.target)) {
     outcome.action = "unchanged";
-  } else if (WriteCurrent(step, outcome.failure)) {
+  } else if (WriteCurrent(step, outcome)) {
     outcome.action = current ? "rewritten" : "upgraded";
   } else {
     outcome.action = "failed";
@@ -81,10 +104,13 @@ Outcome Upgrade(Step const& step) {
   return outcome;
 }
 
-// The other files of an actor folder, copied when it is written elsewhere.
+// The other files of an actor folder, copied when it is written elsewhere;
+// its folders (empty ones too) are made at once.
 void AddOtherFiles(fs::path const& in, fs::path const& out, std::vector<Step>& steps) {
   std::error_code error;
   for (fs::recursive_directory_iterator it(in, error), end; !error && it != end; it.increment(error)) {
+    std::error_code made;
+    if (it->is_directory(error)) fs::create_directories(out / fs::relative(it->path(), in), made);
     if (!it->is_regular_file(error)) continue;
     bool handled = false;
     for (Step const& s : steps) handled = handled || SamePath(s.source, it->path());
@@ -114,6 +140,7 @@ Json JsonOf(Outcome const& o) {
   json["versionBefore"] = o.before >= 0 ? Json(o.before) : Json(nullptr);
   json["versionAfter"] = o.after >= 0 ? Json(o.after) : Json(nullptr);
   json["action"] = o.action;
+  json["notes"] = o.notes;
   if (!o.failure.code.empty()) json["error"] = zotool::JsonOf(o.failure);
   return json;
 }
@@ -123,6 +150,7 @@ void Log(Outcome const& o) {
     LogIssue(Shown(o.step.source), o.failure, false);
   } else if (o.step.kind != FileKind::Unknown) {
     fmt::print(stderr, "{}: version {} -> {} ({})\n", Shown(o.step.source), o.before, o.after, o.action);
+    for (std::string const& note : o.notes) fmt::print(stderr, "  {}\n", note);
   }
 }
 
@@ -135,7 +163,7 @@ int RunUpgrade(UpgradeOptions const& options) {
   if (facts.kind != FileKind::ActorFolder && facts.kind != FileKind::Actor && facts.kind != FileKind::Skill) {
     Outcome refused{Step{in, out, facts.kind}, facts.version, -1, "failed",
                     Issue{"not-upgradable", fmt::format("a {} cannot be upgraded; name an actor folder, actor file or "
-                                                        "skill file", KindName(facts.kind)), -1}};
+                                                        "skill file", KindName(facts.kind)), -1}, {}};
     Log(refused);
     report["files"].push_back(JsonOf(refused));
     summary["files"] = 1;

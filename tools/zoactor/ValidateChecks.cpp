@@ -160,10 +160,11 @@ void CheckKey(StoredKey const& stored, FileReport& report) {
   }
   for (ZoTransform3 const* t : {&key.localTransform, &key.actorTransform}) {
     float length = SquaredLength(t->rotation);
-    if (std::fabs(length - 1.0f) > kUnitTolerance)
-      report.Error("non-unit-rotation", stored.offset,
-                   fmt::format("{}: the {} rotation has length {:.4f}", where,
-                               t == &key.localTransform ? "local" : "actor", std::sqrt(length)));
+    if (std::fabs(length - 1.0f) <= kUnitTolerance) continue;
+    report.Error("non-unit-rotation", stored.offset,
+                 fmt::format("{}: the {} rotation has length {:.4f}", where,
+                             t == &key.localTransform ? "local" : "actor", std::sqrt(length)));
+    break;
   }
   if (key.blendMode < 0 || key.blendMode > kHighestBlendMode)
     report.Warning("unknown-blend-mode", stored.offset, fmt::format("{}: blend mode {}", where, key.blendMode));
