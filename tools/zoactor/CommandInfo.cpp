@@ -130,17 +130,18 @@ bool SummaryOfFolder(fs::path const& folder, Json& out) {
   return ok;
 }
 
-std::string Vec(Json const& v) {
-  return fmt::format("({}, {}, {})", v[0].dump(), v[1].dump(), v[2].dump());
-}
+// A number of the summary, to three decimals.
+std::string Num(Json const& n) { return n.is_number() ? fmt::format("{:.3f}", n.get<double>()) : "null"; }
+
+std::string Vec(Json const& v) { return fmt::format("({}, {}, {})", Num(v[0]), Num(v[1]), Num(v[2])); }
 
 void PrintActor(Json const& a) {
   fmt::print("  actor \"{}\" (revision {}): {} nodes, {} joints, {} triangles\n", a["name"].get<std::string>(),
              a["actorVersion"].get<int>(), a["nodes"].get<int>(), a["joints"].get<int>(), a["triangles"].get<int>());
   Json const& b = a["bounds"];
   fmt::print("  bounds: box {} to {}, sphere radius {}, cylinder radius {} height {}\n", Vec(b["box"]["min"]),
-             Vec(b["box"]["max"]), b["sphere"]["radius"].dump(), b["cylinder"]["radius"].dump(),
-             b["cylinder"]["height"].dump());
+             Vec(b["box"]["max"]), Num(b["sphere"]["radius"]), Num(b["cylinder"]["radius"]),
+             Num(b["cylinder"]["height"]));
   fmt::print("  skeleton (node, joint, name, style, triangles, limit):\n");
   for (Json const& n : a["tree"]) {
     std::string joint = n["joint"].is_null() ? "-" : n["joint"].dump();
