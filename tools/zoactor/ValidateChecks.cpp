@@ -8,7 +8,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cctype>
+#include <climits>
 #include <cmath>
 #include <vector>
 
@@ -266,6 +268,13 @@ FileReport ValidateFile(fs::path const& path, ValidateContext& context) {
   if (!fs::exists(path, error)) {
     report.facts.kind = FileKind::Missing;
     report.Error("missing", -1, "no such file or folder");
+    return report;
+  }
+  uint64_t size = fs::file_size(path, error);
+  uint64_t limit = std::min<uint64_t>(ZoReadLimits::MaxAllocation(), INT32_MAX);
+  if (!error && size > limit) {
+    report.bytes = static_cast<int64_t>(size);
+    report.Error("too-large", -1, fmt::format("the file is {} bytes, more than the readers take ({})", size, limit));
     return report;
   }
   if (!ReadWholeFile(path, bytes)) {

@@ -3,7 +3,7 @@
 // file fail; warnings name what the library accepts but is suspicious.
 // docs/cli.md lists every code.
 //
-// Errors: unreadable, missing, unknown-kind, truncated, malformed,
+// Errors: unreadable, too-large, missing, unknown-kind, truncated, malformed,
 // trailing-bytes, duplicate-node-name, non-finite, skill-name-mismatch,
 // duplicate-skill-name, joint-count-mismatch, keys-out-of-order,
 // non-unit-rotation.
