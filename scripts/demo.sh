@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the library and the zoactor tool, and runs the built-in demo.
+# Builds the library and the zoactor tool, and runs its demo: the demo actor
+# saved to a fresh folder, loaded back and queried.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh

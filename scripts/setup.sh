@@ -3,7 +3,8 @@
 # skipping what is already there. Safe to run again.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev libfcl-dev)
+packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev libfcl-dev
+          libcli11-dev nlohmann-json3-dev libfmt-dev)
 if [ "${ZOACTOR_WITH_CLANG:-0}" = "1" ]; then
   packages+=(clang libclang-rt-14-dev)
 fi

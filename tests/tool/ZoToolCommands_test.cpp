@@ -1,0 +1,269 @@
+// The commands of the built zoactor, run as a user runs them, their JSON
+// parsed: on the demo folder, on hand-built files of older layouts, on a
+// folder of planted faults, on the fuzz corpora, and with bad usage.
+#include "ZoToolTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+using namespace zotooltest;
+namespace fs = std::filesystem;
+
+std::vector<std::string> Names(Json const& list, char const* key) {
+  std::vector<std::string> names;
+  for (Json const& item : list) names.push_back(item[key].get<std::string>());
+  return names;
+}
+
+// The issues of `code` among a file's errors (or warnings) in validate's JSON.
+std::vector<Json> Issues(Json const& file, char const* list, char const* code) {
+  std::vector<Json> found;
+  for (Json const& issue : file[list])
+    if (issue["code"] == code) found.push_back(issue);
+  return found;
+}
+
+Json const* FileNamed(Json const& report, std::string const& name) {
+  for (Json const& file : report["files"])
+    if (fs::path(file["path"].get<std::string>()).filename() == name) return &file;
+  return nullptr;
+}
+
+TEST(ZoToolDemoFolder, InfoSummarisesTheActorAndItsSkills) {
+  ToolRun run = RunTool("info --json " + Quoted(DemoFolder()));
+  ASSERT_EQ(run.status, 0) << run.err;
+  Json const& folder = run.json.at(0);
+  EXPECT_EQ(folder["kind"], "actor-folder");
+  Json const& actor = folder["actorFile"]["actor"];
+  EXPECT_EQ(folder["actorFile"]["version"], 106);
+  EXPECT_EQ(actor["name"], "Robo");
+  EXPECT_EQ(actor["nodes"], 10);
+  EXPECT_EQ(actor["joints"], 7);
+  EXPECT_EQ(Names(actor["tree"], "name"),
+            (std::vector<std::string>{"Hips", "Torso", "Head", "Eye", "ArmL", "HandL", "ArmR", "LegL", "LegR", "Lamp"}));
+  EXPECT_EQ(actor["tree"][3]["style"], "camera");
+  EXPECT_TRUE(actor["tree"][3]["joint"].is_null());
+  EXPECT_EQ(actor["tree"][2]["limit"], "hinge");
+  ASSERT_EQ(folder["skills"].size(), 2u);
+  Json const& walk = folder["skills"][0]["skill"];
+  EXPECT_EQ(walk["name"], "Walk");
+  EXPECT_EQ(walk["keys"], 35);
+  EXPECT_EQ(walk["duration"], 1000);
+  EXPECT_TRUE(walk["matchesActor"].get<bool>());
+  EXPECT_EQ(folder["skills"][1]["skill"]["duration"], 800);
+}
+
+TEST(ZoToolDemoFolder, DumpGivesEveryFieldAndGeometryOnRequest) {
+  std::string actorFile = DemoFolder() + "/Robo.act";
+  ToolRun plain = RunTool("dump " + Quoted(actorFile));
+  ASSERT_EQ(plain.status, 0) << plain.err;
+  Json const& hips = plain.json["actor"]["skeleton"];
+  EXPECT_EQ(hips["name"], "Hips");
+  EXPECT_EQ(Names(hips["children"], "name"), (std::vector<std::string>{"Torso", "LegL", "LegR", "Lamp"}));
+  EXPECT_EQ(hips["jointLimit"]["kind"], "translate");
+  Json const& head = hips["children"][0]["children"][0];
+  EXPECT_EQ(head["name"], "Head");
+  EXPECT_EQ(head["colSpheres"][0]["radius"], 0.15);
+  EXPECT_EQ(head["properties"][0]["value"], "polished brass");
+  EXPECT_FALSE(head["colModel"]["triangleSet"].contains("positions"));
+  Json const& proximity = plain.json["actor"]["proximityDefs"];
+  EXPECT_EQ(Names(proximity, "name"), (std::vector<std::string>{"", "Greet"}));
+
+  ToolRun geometry = RunTool("dump --geometry " + Quoted(actorFile));
+  ASSERT_EQ(geometry.status, 0);
+  Json const& set = geometry.json["actor"]["skeleton"]["children"][0]["children"][0]["colModel"]["triangleSet"];
+  EXPECT_EQ(set["positions"].size(), set["vertices"].get<size_t>());
+  EXPECT_EQ(set["corners"].size(), set["triangles"].get<size_t>());
+}
+
+TEST(ZoToolDemoFolder, ValidatesCleanAndSamplesTheStoredKeys) {
+  ToolRun validate = RunTool("validate " + Quoted(DemoFolder()));
+  EXPECT_EQ(validate.status, 0) << validate.out;
+  EXPECT_EQ(validate.json["summary"]["files"], 3);
+  EXPECT_EQ(validate.json["summary"]["errors"], 0);
+  EXPECT_EQ(validate.json["summary"]["warnings"], 0);
+
+  // At a key's own time a sample is that key: compare with the stored keys.
+  ToolRun sample = RunTool("sample " + Quoted(DemoFolder()) + " walk --time 500 --json");
+  ASSERT_EQ(sample.status, 0) << sample.err;
+  ZoRef<ZoProtoSkill> walk(ZoProtoActor::ReadSkillFile((DemoFolder() + "/Skills/Walk.skl").c_str()));
+  ASSERT_TRUE(walk);
+  ASSERT_EQ(sample.json["joints"].size(), 7u);
+  for (int j = 0; j < 7; ++j) {
+    SCOPED_TRACE(j);
+    auto* key = static_cast<ZoJointKeyframe*>(walk->Joint(j)->KeyframeAtTime(500));
+    ASSERT_NE(key, nullptr);
+    Json const& local = sample.json["joints"][j]["local"];
+    EXPECT_FLOAT_EQ(local["translation"][1].get<float>(), key->localTransform.translation.y);
+    EXPECT_FLOAT_EQ(local["rotation"][0].get<float>(), key->localTransform.rotation.w);
+    EXPECT_FLOAT_EQ(local["rotation"][1].get<float>(), key->localTransform.rotation.x);
+    EXPECT_FLOAT_EQ(sample.json["joints"][j]["actor"]["translation"][0].get<float>(), key->actorTransform.translation.x);
+  }
+  EXPECT_EQ(sample.json["joints"][1]["parent"], "Hips");
+}
+
+class ZoToolOlderFiles : public ::testing::Test {
+ protected:
+  zotest::TempFolder folder;
+  std::string old = folder / "Old";
+  void SetUp() override {
+    folder.WriteFile("Old/Old.act", OlderActorFile(33));
+    folder.WriteFile("Old/Skills/Step.skl", OlderSkillFile(30, "Step"));
+    folder.WriteFile("Old/Textures/skin.png", ByteBuilder().chars("PNG"));
+  }
+};
+
+TEST_F(ZoToolOlderFiles, InfoAndValidateReportTheOlderVersions) {
+  ToolRun info = RunTool("info --json " + Quoted(old));
+  ASSERT_EQ(info.status, 0) << info.err;
+  EXPECT_EQ(info.json[0]["actorFile"]["version"], 33);
+  EXPECT_EQ(info.json[0]["actorFile"]["actor"]["name"], "Old");
+  EXPECT_EQ(info.json[0]["skills"][0]["version"], 30);
+  EXPECT_EQ(info.json[0]["skills"][0]["skill"]["keys"], 2);
+
+  ToolRun validate = RunTool("validate --recursive " + Quoted(old));
+  EXPECT_EQ(validate.status, 0) << validate.out;
+  EXPECT_EQ(validate.json["summary"]["files"], 2);
+  EXPECT_EQ(validate.json["summary"]["skipped"], 1);  // the texture
+  for (Json const& file : validate.json["files"]) EXPECT_EQ(Issues(file, "warnings", "older-layout").size(), 1u);
+}
+
+TEST_F(ZoToolOlderFiles, UpgradeWritesTheCurrentLayoutAndLeavesTheInputAlone) {
+  Bytes actorBefore = FileBytes(old + "/Old.act");
+  std::string fresh = folder / "New";
+  ToolRun upgrade = RunTool("upgrade " + Quoted(old) + " -o " + Quoted(fresh));
+  ASSERT_EQ(upgrade.status, 0) << upgrade.err;
+  Json const* actor = FileNamed(upgrade.json, "Old.act");
+  Json const* skill = FileNamed(upgrade.json, "Step.skl");
+  ASSERT_TRUE(actor != nullptr && skill != nullptr);
+  EXPECT_EQ((*actor)["action"], "upgraded");
+  EXPECT_EQ((*actor)["versionBefore"], 33);
+  EXPECT_EQ((*actor)["versionAfter"], 106);
+  EXPECT_EQ((*skill)["versionBefore"], 30);
+  EXPECT_EQ((*skill)["versionAfter"], 106);
+  EXPECT_EQ(upgrade.json["summary"]["copied"], 1);
+  EXPECT_EQ(FileBytes(old + "/Old.act"), actorBefore);
+  EXPECT_EQ(FileBytes(fresh + "/Textures/skin.png"), FileBytes(old + "/Textures/skin.png"));
+
+  // The upgraded folder holds the same actor and keys, now without warnings.
+  ToolRun validate = RunTool("validate " + Quoted(fresh));
+  EXPECT_EQ(validate.status, 0);
+  EXPECT_EQ(validate.json["summary"]["warnings"], 0) << validate.out;
+  ToolRun before = RunTool("dump " + Quoted(old));
+  ToolRun after = RunTool("dump " + Quoted(fresh));
+  // The square the older layout builds for "hips" is stored from now on.
+  Json skeleton = before.json["actorFile"]["actor"]["skeleton"];
+  skeleton["modelFormat"] = 2;
+  EXPECT_EQ(after.json["actorFile"]["actor"]["skeleton"], skeleton);
+  EXPECT_EQ((*actor)["notes"].size(), 1u);
+  EXPECT_EQ(after.json["skills"][0]["skill"]["joints"], before.json["skills"][0]["skill"]["joints"]);
+
+  // In place, files already current are left as they are.
+  ToolRun again = RunTool("upgrade " + Quoted(fresh));
+  EXPECT_EQ(again.json["summary"]["unchanged"], 2);
+}
+
+TEST(ZoToolValidate, FindsEachPlantedFaultWithItsCodeAndOffset) {
+  zotest::TempFolder folder;
+  std::string robo = folder / "Robo";
+  folder.WriteFile("Robo/Robo.act", FileBytes(DemoFolder() + "/Robo.act"));
+  Bytes walk = FileBytes(DemoFolder() + "/Skills/Walk.skl");
+
+  std::vector<size_t> keys;
+  Bytes unordered = SkillFileBytes("Unordered", 7, 2, {{0, 1}, {100, 2}, {50, 3}}, &keys);
+  Bytes cut = SkillFileBytes("Cut", 7, 0, {{0, 1}, {100, 2}}, nullptr);
+  size_t cutAt = cut.size() - 100;  // inside the second key
+  cut.resize(cutAt);
+  Bytes trailing = walk;
+  trailing.insert(trailing.end(), {1, 2, 3});
+  Bytes rotated = SkillFileBytes("Rotated", 7, 4, {{0, 1, 1.0f}, {10, 1, 0.5f}}, &keys);
+  size_t rotatedKey = keys.back();
+
+  struct Case {
+    char const* file;
+    Bytes bytes;
+    char const* code;
+    int64_t offset;
+  } const cases[] = {
+      {"Cut.skl", cut, "truncated", -2},
+      {"Fewer.skl", SkillFileBytes("Fewer", 3, 0, {{0, 1}}), "joint-count-mismatch", 33},
+      {"Misnamed.skl", SkillFileBytes("Other", 7, 0, {{0, 1}}), "skill-name-mismatch", 20},
+      {"Unordered.skl", unordered, "keys-out-of-order", static_cast<int64_t>(keys[2])},
+      {"Trailing.skl", trailing, "trailing-bytes", static_cast<int64_t>(walk.size())},
+      {"Rotated.skl", rotated, "non-unit-rotation", static_cast<int64_t>(rotatedKey)},
+  };
+  for (Case const& c : cases) folder.WriteFile(std::string("Robo/Skills/") + c.file, c.bytes);
+
+  ToolRun run = RunTool("validate " + Quoted(robo));
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.json["summary"]["files"], 7);
+  EXPECT_EQ(run.json["summary"]["failed"], 6);
+  ASSERT_NE(FileNamed(run.json, "Robo.act"), nullptr);
+  EXPECT_TRUE((*FileNamed(run.json, "Robo.act"))["errors"].empty());
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.file);
+    Json const* file = FileNamed(run.json, c.file);
+    ASSERT_NE(file, nullptr);
+    std::vector<Json> found = Issues(*file, "errors", c.code);
+    ASSERT_EQ(found.size(), 1u) << file->dump();
+    int64_t offset = found[0]["offset"].get<int64_t>();
+    if (c.offset == -2) {
+      // A cut file fails where its data runs out: within the cut key.
+      EXPECT_GT(offset, static_cast<int64_t>(cutAt) - 212);
+      EXPECT_LE(offset, static_cast<int64_t>(cutAt));
+    } else {
+      EXPECT_EQ(offset, c.offset);
+    }
+    std::string line = std::string(c.file) + ": byte " + std::to_string(offset) + ": ";
+    EXPECT_NE(run.err.find(line), std::string::npos) << run.err;
+  }
+  EXPECT_EQ(RunTool("validate --quiet " + Quoted(robo)).out, "");
+}
+
+TEST(ZoToolValidate, EveryFuzzCorpusFileIsReportedWithoutACrash) {
+  size_t files = 0;
+  for (auto const& entry : fs::recursive_directory_iterator(ZOACTOR_FUZZ_CORPUS)) files += entry.is_regular_file() ? 1 : 0;
+  ToolRun run = RunTool("validate --recursive " + Quoted(ZOACTOR_FUZZ_CORPUS));
+  ASSERT_TRUE(run.status == 0 || run.status == 1) << "the tool did not exit normally";
+  EXPECT_EQ(run.json["files"].size(), files);
+  for (Json const& file : run.json["files"]) {
+    SCOPED_TRACE(file["path"].get<std::string>());
+    // A file without errors is an actor or skill read whole (or a container
+    // described by its header); every error names its reason.
+    for (Json const& error : file["errors"]) EXPECT_FALSE(error["message"].get<std::string>().empty());
+  }
+  Json const* current = FileNamed(run.json, "current");
+  ASSERT_NE(current, nullptr);
+}
+
+TEST(ZoToolUsage, BadUsageExitsTwoAndHelpExitsZero) {
+  struct Case {
+    char const* arguments;
+    int status;
+  } const cases[] = {
+      {"", 2},
+      {"frobnicate", 2},
+      {"validate", 2},
+      {"sample somewhere Walk", 2},
+      {"info --no-such-flag x", 2},
+      {"--help", 0},
+      {"demo --help", 0},
+      {"info --help", 0},
+      {"dump --help", 0},
+      {"validate --help", 0},
+      {"upgrade --help", 0},
+      {"sample --help", 0},
+      {"validate /no/such/file.act", 1},
+      {"info /no/such/file.act", 1},
+      {"upgrade /no/such/folder", 1},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    EXPECT_EQ(RunTool(c.arguments).status, c.status);
+  }
+}
+
+}  // namespace

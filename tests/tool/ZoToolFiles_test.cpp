@@ -1,0 +1,82 @@
+// The tool's helpers in-process: file kinds told by their first bytes, and
+// the walk that finds the offsets of a skill file's fields.
+#include "SkillLayout.h"
+#include "ToolFiles.h"
+#include "ZoToolTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using zotool::FactsOfBytes;
+using zotool::FileFacts;
+using zotool::FileKind;
+using namespace zotooltest;
+
+FileFacts Facts(Bytes const& bytes) { return FactsOfBytes(bytes.data(), bytes.size()); }
+
+Bytes Container(char const* type, uint16_t version, int32_t object) {
+  return ByteBuilder().i32(0x424F5A20).u16(2).u16(version).chars(type).i32(0).i32(object);
+}
+
+TEST(ZoToolFiles, KindsAndVersionsFromTheFirstBytes) {
+  struct Case {
+    char const* name;
+    Bytes bytes;
+    FileKind kind;
+    int32_t version;
+    bool container;
+    bool truncated;
+  } const cases[] = {
+      {"current actor", ByteBuilder().i32(0x5A4F5041).i32(0x50746341).i32(106), FileKind::Actor, 106, false, false},
+      {"current skill", ByteBuilder().i32(0x5A4F536B).i32(0x536B6C50).i32(104), FileKind::Skill, 104, false, false},
+      {"older actor", Container("Actr", 33, 0x50746341), FileKind::Actor, 33, true, false},
+      {"older skill", Container("SklK", 30, 0x536B6C50), FileKind::Skill, 30, true, false},
+      {"sequence", Container("Sequ", 1, 0), FileKind::Sequence, 1, true, false},
+      {"motion", Container("Aazo", 1, 0), FileKind::Motion, 1, true, false},
+      {"other container", Container("Xtra", 5, 0x11223344), FileKind::Container, 5, true, false},
+      {"container header only", ByteBuilder().i32(0x424F5A20).u16(2).u16(7).chars("Sequ").i32(0), FileKind::Sequence,
+       7, true, false},
+      {"short container", ByteBuilder().i32(0x424F5A20).u16(2), FileKind::Unknown, -1, true, true},
+      {"magic without body", ByteBuilder().i32(0x5A4F5041).i32(0x50746341), FileKind::Actor, -1, false, true},
+      {"three bytes", ByteBuilder().u8(1).u8(2).u8(3), FileKind::Unknown, -1, false, true},
+      {"anything else", ByteBuilder().chars("PNG\x0d rest"), FileKind::Unknown, -1, false, false},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    FileFacts facts = Facts(c.bytes);
+    EXPECT_EQ(facts.kind, c.kind);
+    EXPECT_EQ(facts.version, c.version);
+    EXPECT_EQ(facts.container, c.container);
+    EXPECT_EQ(facts.truncatedHeader, c.truncated);
+  }
+  EXPECT_EQ(Facts(Container("Sequ", 1, 0)).containerType, "Sequ");
+}
+
+TEST(ZoToolFiles, SkillLayoutGivesFieldOffsetsAndKeysInFileOrder) {
+  std::vector<size_t> offsets;
+  Bytes file = SkillFileBytes("Walk", 3, 1, {{100, 1.0f}, {50, 2.0f}, {75, 3.0f}}, &offsets);
+  zotool::SkillLayout layout;
+  ASSERT_TRUE(zotool::WalkSkillLayout(reinterpret_cast<char const*>(file.data()), file.size(), layout));
+  // magic, type code, version, format, skill version: the name is at 20;
+  // then 4 + 4 characters of name and the type before the joint count.
+  EXPECT_EQ(layout.nameOffset, 20);
+  EXPECT_EQ(layout.numJointsOffset, 32);
+  EXPECT_EQ(layout.numJoints, 3);
+  ASSERT_EQ(layout.keys.size(), 3u);
+  uint32_t const times[] = {100, 50, 75};
+  for (size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(layout.keys[i].joint, 1);
+    EXPECT_EQ(layout.keys[i].offset, static_cast<int64_t>(offsets[i]));
+    EXPECT_EQ(layout.keys[i].key.time(), times[i]);
+  }
+
+  // The oldest layout takes its format from the container header.
+  Bytes old = OlderSkillFile(30, "Step");
+  ASSERT_TRUE(zotool::WalkSkillLayout(reinterpret_cast<char const*>(old.data()), old.size(), layout));
+  EXPECT_EQ(layout.nameOffset, 24);
+  EXPECT_EQ(layout.numJoints, 1);
+  EXPECT_EQ(layout.keys.size(), 2u);
+}
+
+}  // namespace
