@@ -72,6 +72,7 @@ TEST(ZoFileHeader, WrittenFileStartsWithMagicVersionsTypeAndZero) {
   file.Write(int32_t{5});
   file.SetType(ZoFileType("Sequ"));  // set after opening: reaches the final header
   file.SetVersion(1);
+  EXPECT_EQ(file.Compress() + file.Uncompress(), 0);  // only memory containers answer 1
   ASSERT_EQ(file.Close(), 1);
   EXPECT_EQ(Hex(temp.ReadFile("a.seq")), Hex(ByteBuilder().append(Header("Sequ", 1)).i32(5)));
 }
@@ -90,24 +91,6 @@ TEST(ZoFileHeader, ReadingTakesVersionsAndTypeFromTheHeader) {
   EXPECT_EQ(value, 12);
   EXPECT_EQ(file.Read(value), 0);
   EXPECT_EQ(file.GetLastError(), 4);
-}
-
-TEST(ZoFileHeader, BadMagicAndShortFilesFailAndLeaveTheContainerClosed) {
-  TempFolder temp;
-  Bytes wrongMagic = ByteBuilder().raw({0x20, 0x5A, 0x4F, 0x43}).u16(2).u16(1).chars("Sequ").i32(0);
-  ZoFile file;
-  EXPECT_EQ(file.Open(ZoString(temp.WriteFile("bad.seq", wrongMagic).c_str()), 0), 0);
-  EXPECT_EQ(file.GetLastError(), 2);
-  EXPECT_FALSE(file.IsOpen());
-  Bytes header = Header("Sequ", 1);
-  for (size_t cut : {0u, 4u, 15u}) {
-    Bytes shorter(header.begin(), header.begin() + static_cast<ptrdiff_t>(cut));
-    EXPECT_EQ(file.Open(ZoString(temp.WriteFile("short.seq", shorter).c_str()), 0), 0) << cut;
-    EXPECT_EQ(file.GetLastError(), 4) << cut;
-    EXPECT_FALSE(file.IsOpen());
-  }
-  EXPECT_EQ(file.Open(ZoString((temp / "missing.seq").c_str()), 0), 0);
-  EXPECT_EQ(file.GetLastError(), 1);
 }
 
 TEST(ZoFileOpen, ModesAndStatesAreChecked) {
@@ -130,8 +113,9 @@ TEST(ZoFileOpen, ModesAndStatesAreChecked) {
   EXPECT_EQ(file.Write(int32_t{1}), 1);  // errors do not block later operations
   EXPECT_EQ(file.GetLastError(), 0);
   EXPECT_EQ(file.Compress(), 1);
+  EXPECT_EQ(file.Uncompress(), 1);
   file.Close();
-  EXPECT_EQ(file.Compress(), 0);
+  EXPECT_EQ(file.Compress() + file.Uncompress(), 0);
 }
 
 TEST(ZoFileRecords, PrimitivesAndStringsRoundTripThroughAFile) {

@@ -17,7 +17,7 @@
 #include <random>
 #include <typeinfo>
 
-using namespace zoactortest;
+using namespace zoskeletontest;
 
 namespace {
 

@@ -21,7 +21,7 @@
 #include <random>
 #include <vector>
 
-using namespace zoactortest;
+using namespace zoskeletontest;
 
 namespace {
 

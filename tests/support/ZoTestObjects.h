@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace zotest {
@@ -60,6 +61,45 @@ class Reader {
   std::unique_ptr<uint8_t[]> data;
   ZoMemoryStream stream;
 };
+
+// Expects `stream` to keep a failure at `offset` whose reason contains `words`.
+inline void ExpectFailure(ZoStream const& stream, int64_t offset, char const* words) {
+  EXPECT_TRUE(stream.HasFailure());
+  EXPECT_EQ(stream.FailureOffset(), offset) << stream.FailureReason();
+  EXPECT_NE(std::strstr(stream.FailureReason(), words), nullptr)
+      << "reason \"" << stream.FailureReason() << "\" lacks \"" << words << '"';
+}
+
+// One bad input of a reader: `bytes` read at `version` as the body of a new
+// object of `type` (0: as one framed object) must fail with `status`, keeping
+// a failure at `offset` whose reason contains `words`.
+struct BadInput {
+  char const* name;
+  Bytes bytes;
+  int32_t type;
+  ZoStreamError status;
+  int64_t offset;
+  char const* words;
+  int32_t version = kZoCurrentVersion;
+};
+
+inline void ExpectRefused(BadInput const& input) {
+  SCOPED_TRACE(input.name);
+  Reader reader(input.bytes, input.version);
+  std::unique_ptr<ZoStreamObject> object;
+  if (input.type == 0) {
+    object.reset(reader->ReadObject(nullptr));
+  } else {
+    object.reset(ZoStream::CreateObject(input.type));
+    ASSERT_NE(object, nullptr);
+    *reader >> *object;
+  }
+  EXPECT_EQ(reader->Status(), input.status);
+  ExpectFailure(*reader, input.offset, input.words);
+}
+
+// Bytes of `bytes` without its last `cut` bytes.
+inline Bytes Cut(Bytes const& bytes, size_t cut) { return Bytes(bytes.begin(), bytes.end() - static_cast<long>(cut)); }
 
 // Component-wise closeness of two vectors.
 inline void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
