@@ -408,14 +408,3 @@ TEST(ZoTriangleSetStream, EveryLayoutAndFlagCombinationReadsBack) {
       }
     }
 }
-
-TEST(ZoTriangleSetStream, RegisteredAndFramedUnderItsCode) {
-  auto set = OneTriangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-  zotest::Bytes bytes = zotest::Framed(set.get());
-  ASSERT_GE(bytes.size(), 4u);
-  EXPECT_EQ(zotest::Bytes(bytes.begin(), bytes.begin() + 4), ByteBuilder().chars("2SrT").get());
-  zotest::Reader reader(bytes);
-  std::unique_ptr<ZoTriangleSet> back(reader->ReadObjectAs<ZoTriangleSet>());
-  ASSERT_NE(back, nullptr);
-  ExpectSameSet(*set, *back);
-}

@@ -148,14 +148,6 @@ TEST(ZoPropertyStream, EveryKindOfTheOldestLayout) {
   }
 }
 
-TEST(ZoPropertyStream, AValueOfAnotherClassFailsTheRead) {
-  Reader reader(ByteBuilder().str("p").u32(0x50726F70).str("inner").i32(-2));
-  ZoProperty property;
-  *reader >> property;
-  EXPECT_EQ(reader->Status(), ZoStreamFormatError);
-  EXPECT_EQ(property.Value(), nullptr);
-}
-
 TEST(ZoPropertyValue, OwnershipOfTheValue) {
   Tracked::live = 0;
   {
