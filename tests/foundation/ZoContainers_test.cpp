@@ -85,6 +85,11 @@ TEST(ZoDblListProtocol, DeleteWhileWalkingForwardsVisitsEveryItem) {
   }
   EXPECT_EQ(visited, (std::vector<int>{0, 1, 2, 3, 4, 5}));
   EXPECT_EQ(Forward(list), (std::vector<int>{1, 3, 5}));
+  ZoDblListItem* tail = nullptr;
+  list.GetLast(tail);
+  EXPECT_EQ(Value(list.Delete(tail)), 5);  // the last one: its neighbour becomes the end
+  list.Append(Item(7));
+  EXPECT_EQ(Backward(list), (std::vector<int>{7, 3, 1}));
   EXPECT_EQ(list.GetCount(), 3);
   ZoDblListItem* none = nullptr;
   EXPECT_EQ(list.Delete(none), nullptr);

@@ -63,6 +63,8 @@ TEST(ZoJLHinge, WorkedCases) {
   } const cases[] = {
       {"on the arc", one, half, 0, ZoRotation3(0.7071f, 0.7071f, 0, 0), ZoRotation3(0.70710677f, 0.70710677f, 0, 0),
        -1, 1e-4f},
+      {"on the arc, negated", one, half, 0, ZoRotation3(-0.7071f, -0.7071f, 0, 0),
+       ZoRotation3(0.70710677f, 0.70710677f, 0, 0), -1, 1e-4f},
       {"at an end", one, half, 0, one, one, 0, 0},
       {"inside, off the plane", one, half, 0, ZoRotation3(0.7071f, 0, 0.7071f, 0), one, 1, 0},
       {"outside, nearer minRot", one, half, 0, q(-0.5f, 0.2f), one, 1, 0},
@@ -190,7 +192,7 @@ TEST(ZoJLLinear, ProjectsOntoTheSegmentAndAlwaysReportsAChange) {
   struct Case {
     ZoVector3 in, out;
   } const cases[] = {
-      {{5, 0.5f, 0}, {0, 0.5f, 0}}, {{0, -4, 0}, {0, -1, 0}}, {{0, 4, 0}, {0, 1, 0}}, {{0, 1, 0}, {0, 1, 0}}};
+      {{5, 0.5f, 0}, {0, 0.5f, 0}}, {{0, -4, 0}, {0, -1, 0}}, {{0, 2.5f, 0}, {0, 1, 0}}, {{0, 1, 0}, {0, 1, 0}}};
   for (Case const& c : cases) {
     ZoTransform3 t(c.in, About(0.3f, kX));
     EXPECT_EQ(linear.FixTransform(t), 1);
@@ -221,7 +223,7 @@ TEST(ZoJLLinear, ProjectsOntoTheSegmentAndAlwaysReportsAChange) {
 
 TEST(ZoJLTranslate, ClampsIntoTheBox) {
   ZoJLTranslate box;  // ±0.1 on every axis
-  ZoTransform3 t(ZoVector3(1, 0, -1), About(1.0f, kY));
+  ZoTransform3 t(ZoVector3(0.3f, 0, -1), About(1.0f, kY));
   EXPECT_EQ(box.FixTransform(t), 1);
   EXPECT_EQ(t.translation, ZoVector3(0.1f, 0, -0.1f));
   EXPECT_EQ(t.rotation, About(1.0f, kY));

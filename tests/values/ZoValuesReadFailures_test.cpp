@@ -187,6 +187,8 @@ TEST(ZoValuesReadFailures, EachReaderNamesWhereAndWhy) {
        ZoTypeCode::ArrayValue, ZoStreamReadError, 20, "4 bytes wanted, 3 left"},
       {"property value of another class", ByteBuilder().str("p").append(Framed(&inner)), ZoTypeCode::Property,
        ZoStreamFormatError, 5 + static_cast<int64_t>(Framed(&inner).size()), "type code 0x50726F70 where another"},
+      {"property value of another class at 42", ByteBuilder().str("p").append(Framed(&inner)), ZoTypeCode::Property,
+       ZoStreamFormatError, 5 + static_cast<int64_t>(Framed(&inner).size()), "type code 0x50726F70 where another", 42},
       {"property name cut short", ByteBuilder().i32(8).chars("nam"), ZoTypeCode::Property, ZoStreamReadError, 4,
        "8 bytes wanted, 3 left"},
       {"unknown value of negative size", ByteBuilder().str("p").append(SizedFrame(0x5A5A5A5A, -5)),
