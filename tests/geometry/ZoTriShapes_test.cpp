@@ -103,6 +103,9 @@ TEST(ZoTriShapesCounts, CurvesAndLines) {
   ASSERT_EQ(ends.GetNumVertices(), 2);
   EXPECT_EQ(ends.Vertex(0), control[0]);
   EXPECT_EQ(ends.Vertex(1), control[3]);
+  ZoTriBezier textured(TexturedMaterial(1), control, 4);  // u runs from 0 to 1 along the curve
+  EXPECT_EQ(textured.TextureVertex(2, 0).u, 0.5f);
+  EXPECT_EQ(textured.TextureVertex(4, 0).u, 1.0f);
   ZoTriBezier curve(material, control, 4);
   ZoVector3 half;
   half.interpolate(control[0], control[1], control[2], control[3], 0.5f);

@@ -184,6 +184,14 @@ TEST(ZoFileRecords, PeekTypeThenReadTypeConsumesFourBytesOnFilesAndMemory) {
     EXPECT_EQ(next, ZoFileType("Next"));
   }
   EXPECT_EQ(onFile.GetFilePointer(), 24);
+  // Only the type of an object is written by WriteTypeOf, and only for writing.
+  Pair pair;
+  EXPECT_EQ(onMemory.WriteTypeOf(pair), 0);
+  EXPECT_EQ(onMemory.GetLastError(), 1);
+  ZoFile writer;
+  ASSERT_EQ(writer.Open(1, nullptr, 0), 1);
+  EXPECT_EQ(writer.WriteTypeOf(pair), 1);
+  EXPECT_EQ(Contents(writer), Bytes(ByteBuilder().chars("Pair")));
 }
 
 TEST(ZoFileObjects, WrongTypeIsPutBackWithErrorFiveAndArraysStopAtTheFirstFailure) {
