@@ -58,6 +58,9 @@ TEST(ZoPlatformPaths, SkillFileIsFoundUnderAnotherCaseAndSeparator) {
   EXPECT_EQ(ZoPlatform::Read(fd, bytes, 4), 3);
   ZoPlatform::Close(fd);
   EXPECT_FALSE(ZoPlatform::Exists("SKILLS\\RUN.skl"));
+  // Only a letter and a colon make a drive: "1:" is a folder's name.
+  temp.WriteFile("1:/f.txt", Bytes{4});
+  EXPECT_EQ(ZoPlatform::ResolveExisting("1:\\F.TXT"), "1:/f.txt");
   EXPECT_EQ(ZoPlatform::OpenRead("SKILLS", ZoAccessHint::Sequential), kZoInvalidFileHandle);  // a folder
 }
 

@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <utility>
+
 #include <cmath>
 #include <memory>
 #include <typeinfo>
@@ -39,6 +42,15 @@ void ExpectFacesOut(ZoTriangleSet const& set) {
   }
 }
 
+// A closed surface: every edge runs once each way.
+void ExpectClosed(ZoTriangleSet const& set) {
+  std::set<std::pair<int, int>> edges;
+  for (int i = 0; i < set.GetNumTriangles(); ++i)
+    for (int c = 0; c < 3; ++c)
+      EXPECT_TRUE(edges.insert({set.Triangle(i)[c], set.Triangle(i)[(c + 1) % 3]}).second) << "triangle " << i;
+  for (auto const& e : edges) EXPECT_EQ(edges.count({e.second, e.first}), 1u) << e.first << "-" << e.second;
+}
+
 }  // namespace
 
 TEST(ZoTriShapesCounts, SphereSegmentsAndClamps) {
@@ -57,6 +69,7 @@ TEST(ZoTriShapesCounts, SphereSegmentsAndClamps) {
       EXPECT_GT(sphere.Normal(v).dot(sphere.Vertex(v)), 0.0f);
     }
     ExpectFacesOut(sphere);
+    ExpectClosed(sphere);
   }
   ZoTriSphere poles(material, 1.0f, 12);
   EXPECT_EQ(poles.Vertex(0), ZoVector3(0, -1, 0));

@@ -124,6 +124,10 @@ TEST(ZoTriangleSetLayout, DerivedSetSharesVerticesAndTriangles) {
   EXPECT_EQ(derived.GetNumTexturesPerVertex(), 2);
   derived.Normal(2) = ZoVector3(0, 0, 1);
   derived.MaterialIndex(0) = 0;
+  ZoTriangleSet coloured;  // derived arrays follow the flags asked for
+  ASSERT_TRUE(coloured.Create(source.get(), ZoTriSetColors, 0));
+  coloured.Color(2).Set(0.5f, 0.25f, 1, 1);
+  EXPECT_TRUE(coloured.Color(2) == ZoColor(0.5f, 0.25f, 1, 1));
 
   // A copy shares the same source and owns copies of the derived arrays.
   ZoTriangleSet copy(derived);

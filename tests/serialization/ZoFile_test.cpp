@@ -276,6 +276,12 @@ TEST(ZoFileMemory, WritingGrowsPast2048AndReadingDeliversWhatThereIs) {
   EXPECT_EQ(file.Write(int32_t{1}) + file.Write(int32_t{2}), 2);  // 2048 exactly
   EXPECT_EQ(file.Write(int16_t{3}), 1);                            // passes 2048: the block grows
   EXPECT_EQ(Contents(file), Bytes(ByteBuilder().append(chunk).i32(1).i32(2).i16(3)));
+  // A memory position may go up to the largest 32-bit offset, not past it.
+  OpenFile memory;
+  ASSERT_EQ(memory.Open(1, nullptr, 0), 1);
+  EXPECT_EQ(memory.SetFilePointer(0xFFFFFFFF, 0), 0xFFFFFFFF);
+  EXPECT_EQ(memory.SetFilePointer(0x100000000, 0), -1);
+  memory.SetFilePointer(0, 0);
 
   Bytes bytes = ByteBuilder().i32(1).i16(2);
   OpenOver(file, bytes);
