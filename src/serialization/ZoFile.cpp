@@ -189,11 +189,18 @@ int ZoFile::Close() {
 
 int ZoFile::ReadHeader() {
   unsigned char header[kHeaderSize];
-  if (ReadBytes(kHeaderSize, header) != static_cast<uint32_t>(kHeaderSize))
+  // Open has just reset the kept failure, so these reasons are the ones kept.
+  if (ReadBytes(kHeaderSize, header) != static_cast<uint32_t>(kHeaderSize)) {
+    ResetFailure();  // the header's own reason says more than the short read's
     return Fail(kIoFailure, "the file is shorter than the %d-byte header", kHeaderSize);
+  }
   int32_t magic;
   std::memcpy(&magic, header, 4);
-  if (magic != kMagic) return Fail(kBadModeOrMagic, "bad magic 0x%08X", static_cast<uint32_t>(magic));
+  if (magic != kMagic) {
+    Fail(kBadModeOrMagic, "bad magic 0x%08X", static_cast<uint32_t>(magic));
+    failureOffset = 0;  // where the magic stands
+    return 0;
+  }
   std::memcpy(&formatVersion, header + 4, 2);
   std::memcpy(&version, header + 6, 2);
   int32_t tag;

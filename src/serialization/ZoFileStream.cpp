@@ -112,6 +112,9 @@ ZoStreamError ZoFileStream::ReadBuffered(uint32_t wanted, char* destination, boo
       count = got > 0 ? static_cast<uint32_t>(got) : 0;
       index = 0;
       if (count == 0) {
+        // Recording a failure asks Position(), which trusts the window:
+        // bring it up to date first (here and below).
+        SyncToWindow();
         Fail(ZoStreamReadError, "the file ends %u bytes short", wanted);
         break;
       }
@@ -122,7 +125,10 @@ ZoStreamError ZoFileStream::ReadBuffered(uint32_t wanted, char* destination, boo
     index += take;
     wanted -= take;
   }
-  if (wanted > 0 && status == ZoStreamOk) Fail(ZoStreamReadError, "the file ends %u bytes short", wanted);
+  if (wanted > 0 && status == ZoStreamOk) {
+    SyncToWindow();
+    Fail(ZoStreamReadError, "the file ends %u bytes short", wanted);
+  }
   return status;
 }
 
@@ -156,6 +162,7 @@ ZoStreamError ZoFileStream::WriteBuffered(uint32_t remaining, char const* source
         uint32_t sent = put > 0 ? static_cast<uint32_t>(put) : 0;
         std::memmove(buffer, buffer + sent, kBufferSize - sent);
         count = kBufferSize - sent;
+        SyncToWindow();
         Fail(ZoStreamWriteError, "the file took %u of %u bytes", sent, kBufferSize);
         break;
       }
@@ -167,7 +174,10 @@ ZoStreamError ZoFileStream::WriteBuffered(uint32_t remaining, char const* source
     count += take;
     remaining -= take;
   }
-  if (remaining > 0 && status == ZoStreamOk) Fail(ZoStreamWriteError, "%u bytes could not be written", remaining);
+  if (remaining > 0 && status == ZoStreamOk) {
+    SyncToWindow();
+    Fail(ZoStreamWriteError, "%u bytes could not be written", remaining);
+  }
   return status;
 }
 

@@ -206,7 +206,8 @@ ZoStreamObject* ZoStream::ReadObject(ZoStreamObject* (*fallback)()) {
 void ZoStream::NoteUnknownFrame(int32_t type) {
   if (HasFailure()) return;
   ZoStreamError kept = status;
-  Fail(ZoStreamFormatError, "unknown type code 0x%08X", static_cast<uint32_t>(type));
+  // The offset names the type code itself, read just before.
+  FailAt(PositionBack(4), ZoStreamFormatError, "unknown type code 0x%08X", static_cast<uint32_t>(type));
   failureStatus = ZoStreamOk;
   status = kept;
 }

@@ -230,20 +230,6 @@ TEST(ZoLinearAlgebraRotations, SlerpMatchesEigenIncludingNearAndOppositeInputs) 
   EXPECT_LT(RotationDistance(end, ToEigen(a)), 1e-6);
 }
 
-TEST(ZoLinearAlgebraRotations, BisectAndLeap) {
-  Random random(4);
-  for (int i = 0; i < 1000; ++i) {
-    ZoRotation3 a = random.Rotation(), b = random.Rotation();
-    if (a.dot(b) < 0) b = b * -1.0f;
-    ZoRotation3 half, reflected;
-    half.bisect(a, b);
-    ASSERT_LT(RotationDistance(half, ToEigen(a).slerp(0.5, ToEigen(b))), 1e-5);
-    reflected.leap(a, b);
-    // Reflecting a through b goes as far past b as a is before it.
-    ASSERT_LT(RotationDistance(reflected, ToEigen(a).slerp(2.0, ToEigen(b))), 1e-4);
-  }
-}
-
 TEST(ZoLinearAlgebraRotations, EulerAnglesAreRzRyRxAndRoundTrip) {
   Random random(5);
   for (int i = 0; i < 5000; ++i) {

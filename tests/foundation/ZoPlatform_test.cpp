@@ -13,6 +13,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <thread>
 
@@ -55,6 +58,9 @@ TEST(ZoPlatformPaths, SkillFileIsFoundUnderAnotherCaseAndSeparator) {
   EXPECT_EQ(ZoPlatform::Read(fd, bytes, 4), 3);
   ZoPlatform::Close(fd);
   EXPECT_FALSE(ZoPlatform::Exists("SKILLS\\RUN.skl"));
+  // Only a letter and a colon make a drive: "1:" is a folder's name.
+  temp.WriteFile("1:/f.txt", Bytes{4});
+  EXPECT_EQ(ZoPlatform::ResolveExisting("1:\\F.TXT"), "1:/f.txt");
   EXPECT_EQ(ZoPlatform::OpenRead("SKILLS", ZoAccessHint::Sequential), kZoInvalidFileHandle);  // a folder
 }
 
@@ -101,6 +107,17 @@ TEST(ZoPlatformPaths, ListRenameAndDelete) {
   EXPECT_FALSE(std::filesystem::exists(temp / "Skills"));
   EXPECT_EQ(ZoPlatform::JoinPath("a", "b"), "a/b");
   EXPECT_EQ(ZoPlatform::JoinPath("a\\", "b"), "a\\b");
+}
+
+// Descriptor 0 is a handle like any other: closing it closes it.
+TEST(ZoPlatformFiles, DescriptorZeroIsAValidHandle) {
+  int saved = ::dup(0);
+  ASSERT_GE(saved, 0);
+  EXPECT_TRUE(ZoPlatform::Close(0));
+  EXPECT_EQ(::fcntl(0, F_GETFD), -1);  // closed
+  EXPECT_FALSE(ZoPlatform::Close(-1));
+  ASSERT_EQ(::dup2(saved, 0), 0);
+  ::close(saved);
 }
 
 TEST(ZoPlatformFiles, CopyFolderCarriesFilesAndSubFolders) {

@@ -36,6 +36,23 @@ TEST(ZoStringSharing, EmptyStringsShareTheNullRepresentation) {
   EXPECT_STREQ(text, "");
 }
 
+TEST(ZoStringText, EqualityWithCharacterPointers) {
+  char const* walk = "walk";
+  char const* none = nullptr;
+  ZoString s("walk");
+  EXPECT_TRUE(s == walk);
+  EXPECT_TRUE(walk == s);
+  EXPECT_FALSE(s != walk);
+  EXPECT_FALSE(s == "walks");
+  EXPECT_FALSE(s == "wal");
+  EXPECT_TRUE("Walk" != s);
+  EXPECT_FALSE(s == none);  // a null pointer equals only the empty string
+  EXPECT_FALSE(s == "");
+  EXPECT_TRUE(ZoString() == none);
+  EXPECT_TRUE(ZoString() == "");
+  EXPECT_FALSE(ZoString() == walk);
+}
+
 TEST(ZoStringSharing, UpperCasingTheNullStringGivesAPrivateEmptyRepresentation) {
   ZoString empty;
   empty.ToUpper();

@@ -39,6 +39,10 @@ TEST(ZoBoundingBox, ExtremesAndUntouchedOutputs) {
 TEST(ZoBoundingSphere, SeedPairGrowthAndRandomClouds) {
   ZoVector3 center(7, 7, 7), one(1, 2, 3);
   float radius = 7;
+  ZoTriangleSet::FindBoundingSphere(&one, 0, center, radius);  // no points: outputs kept
+  ZoTriangleSet::FindBoundingSphere(nullptr, 1, center, radius);
+  EXPECT_EQ(center, ZoVector3(7, 7, 7));
+  EXPECT_EQ(radius, 7.0f);
   ZoTriangleSet::FindBoundingSphere(&one, 1, center, radius);
   EXPECT_EQ(center, one);
   EXPECT_EQ(radius, 0.0f);

@@ -358,7 +358,7 @@ TEST(ZoColModelHooks, RequestsAndTakeOver) {
 }
 
 TEST(ZoColModelOwnership, UserDataSetsAndCopies) {
-  zogeotest::CountingUserData first, second;
+  zotest::CountingAi first, second;
   {
     ZoColModel model;
     EXPECT_EQ(model.SetUserData(&first), 1);

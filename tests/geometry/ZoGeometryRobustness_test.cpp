@@ -6,6 +6,7 @@
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
 #include <zoactor/serialization/ZoReadLimits.h>
+#include <zoactor/serialization/ZoTypeCodes.h>
 
 #include <gtest/gtest.h>
 
@@ -13,6 +14,8 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <utility>
+#include <vector>
 
 using zogeotest::ReadBody;
 using zotest::Body;
@@ -96,16 +99,34 @@ TEST(ZoTriangleSetRobustness, CountsThatCannotBeTrue) {
   }
 }
 
-TEST(ZoTriangleSetRobustness, AllocationCapIsInclusive) {
-  // Ten vertices take 120 bytes: at a cap of 120 they read, at 119 not.
+// Why a triangle set fails: its offset and reason (material indices aside).
+TEST(ZoTriangleSetRobustness, EachBadBodyNamesWhereAndWhy) {
+  using zotest::BadInput;
   ByteBuilder vertices;
   for (int i = 0; i < 30; ++i) vertices.f32(1);
-  Bytes body = SetBody(3, 0, 10, 0, 0, 0, vertices);
+  Bytes const tenVertices = SetBody(3, 0, 10, 0, 0, 0, vertices);
+  BadInput const cases[] = {
+      {"header cut short", ByteBuilder().i32(0).i32(0).i16(3), ZoTypeCode::TriangleSet, ZoStreamReadError, 8,
+       "4 bytes wanted, 2 left"},
+      {"unknown type", SetBody(5, 0, 0, 0, 0, 0, {}), ZoTypeCode::TriangleSet, ZoStreamFormatError, 24,
+       "unknown layout, flag or negative count"},
+      {"strip with the wrong vertex count", SetBody(1, 0, 3, 2, 0, 0, Corners()), ZoTypeCode::TriangleSet,
+       ZoStreamFormatError, 24, "counts that disagree with the set's layout"},
+      {"huge vertex count", SetBody(0, 0, 0x7FFFFFFF, 0, 0, 0, {}), ZoTypeCode::TriangleSet, ZoStreamReadError, 24,
+       "a triangle set of 25769803764 bytes, 0 left"},
+      {"corner past the vertices", SetBody(0, 0, 3, 1, 0, 0, Corners({0, 1, 3})), ZoTypeCode::TriangleSet,
+       ZoStreamFormatError, 72, "a corner index outside the vertices"},
+      {"vertices cut short", zotest::Cut(tenVertices, 1), ZoTypeCode::TriangleSet, ZoStreamReadError, 24,
+       "a triangle set of 120 bytes, 119 left"},
+  };
+  for (BadInput const& c : cases) zotest::ExpectRefused(c);
+  // Ten vertices take 120 bytes: at a cap of 120 they read, at 119 not.
   ZoTriangleSet set;
   ZoReadLimits::SetMaxAllocation(120);
-  EXPECT_EQ(ReadBody(set, body), ZoStreamOk);
+  EXPECT_EQ(ReadBody(set, tenVertices), ZoStreamOk);
   ZoReadLimits::SetMaxAllocation(119);
-  EXPECT_EQ(ReadBody(set, body), ZoStreamFormatError);
+  zotest::ExpectRefused({"vertices past the cap", tenVertices, ZoTypeCode::TriangleSet, ZoStreamFormatError, 24,
+                         "count 10 of 12-byte elements passes the 119-byte allocation cap"});
   ZoReadLimits::Reset();
 }
 
@@ -170,61 +191,76 @@ ZoStreamError Patched(Bytes bytes, std::initializer_list<std::pair<size_t, uint3
 
 }  // namespace
 
+// Each broken tree fails with its reason, and the model keeps no tree.
 TEST(ZoColModelRobustness, BrokenTreesAreRefused) {
   ModelBody five = MakeModelBody(5);
+  ModelBody two = MakeModelBody(2);
   ASSERT_EQ(Patched(five.bytes, {}), ZoStreamOk);
   uint32_t const sphere = ZoSphereNode::SPHERE_BIT;
   auto leafWord = [&](int i) { return five.leavesAt + 20 * static_cast<size_t>(i) + 12; };
   auto sphereWord = [&](int k) { return five.spheresAt + 28 * static_cast<size_t>(k) + 12; };
   auto left = [&](int k) { return five.spheresAt + 28 * static_cast<size_t>(k) + 20; };
   auto right = [&](int k) { return five.spheresAt + 28 * static_cast<size_t>(k) + 24; };
+  char const* const links = "links do not form a tree over every leaf once";
   struct Case {
     char const* what;
-    size_t offset;
-    uint32_t value;
+    ModelBody const& model;
+    std::vector<std::pair<size_t, uint32_t>> words;
+    int64_t offset;  // -1: the end of the body
+    char const* reason;
   } const cases[] = {
-      {"has-set word 2", 0, 2},
-      {"negative depth", five.depthAt, 0xFFFFFFFFu},
-      {"wrong depth", five.depthAt, 17},
-      {"leaf index not its position", leafWord(2), (3u << 2)},
-      {"leaf of sphere type", leafWord(0), 1},
-      {"sphere of leaf type", sphereWord(1), 0},
-      {"sphere with an index", sphereWord(0), 1 | (4u << 2)},
-      {"leaf reference past the leaves", left(0), 5},
-      {"sphere reference past the spheres", right(0), sphere | 4},
-      {"reference back to the root", right(1), sphere | 0},
-      {"reference to itself", left(1), sphere | 1},
-      {"the root's left child made leaf 0", left(0), 0},
+      {"has-set word 2", five, {{0, 2}}, 0, "has-set flag 2 is neither 0 nor 1"},
+      {"negative depth", five, {{five.depthAt, 0xFFFFFFFFu}}, static_cast<int64_t>(five.depthAt), "depth -1 is negative"},
+      {"wrong depth", five, {{five.depthAt, 17}}, -1, links},
+      {"leaf index not its position", five, {{leafWord(2), 3u << 2}}, static_cast<int64_t>(leafWord(3)) - 12,
+       "a leaf record out of place"},
+      {"leaf of sphere type", five, {{leafWord(0), 1}}, static_cast<int64_t>(leafWord(1)) - 12, "a leaf record"},
+      {"sphere of leaf type", five, {{sphereWord(1), 0}}, static_cast<int64_t>(sphereWord(2)) - 12,
+       "a sphere record out of place"},
+      {"sphere with an index", five, {{sphereWord(0), 1 | (4u << 2)}}, static_cast<int64_t>(sphereWord(1)) - 12,
+       "a sphere record"},
+      {"leaf reference past the leaves", five, {{left(0), 5}}, -1, links},
+      {"sphere reference past the spheres", five, {{right(0), sphere | 4}}, -1, links},
+      {"reference back to the root", five, {{right(1), sphere | 0}}, -1, links},
+      {"reference to itself", five, {{left(1), sphere | 1}}, -1, links},
+      {"one leaf twice", two, {{two.spheresAt + 24, 0}}, -1, links},
+      {"a leaf just past the leaves", two, {{two.spheresAt + 24, 2}}, -1, links},
+      {"a cycle", five, {{left(0), sphere | 1}, {right(0), sphere | 0}, {left(1), sphere | 2}, {right(1), sphere | 1},
+                         {left(2), sphere | 3}, {right(2), sphere | 2}, {left(3), sphere | 0}, {right(3), sphere | 3}},
+       -1, links},
   };
-  for (auto const& c : cases) {
-    uint32_t old = 0;  // only a change that changes something
-    std::memcpy(&old, &five.bytes[c.offset], 4);
-    if (old != c.value) {
-      EXPECT_EQ(Patched(five.bytes, {{c.offset, c.value}}), ZoStreamFormatError) << c.what;
-    }
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.what);
+    Bytes bytes = c.model.bytes;
+    for (auto const& w : c.words) std::memcpy(&bytes[w.first], &w.second, 4);
+    ASSERT_NE(bytes, c.model.bytes);
+    zotest::ExpectRefused({c.what, bytes, ZoTypeCode::ColModel, ZoStreamFormatError,
+                           c.offset >= 0 ? c.offset : static_cast<int64_t>(bytes.size()), c.reason});
+    EXPECT_EQ(Patched(bytes, {}), ZoStreamFormatError);
   }
-  // Both children of every sphere the same leaf; a cycle.
-  EXPECT_EQ(Patched(five.bytes, {{left(0), 0}, {right(0), 0}, {left(1), 0}, {right(1), 0},
-                                 {left(2), 0}, {right(2), 0}, {left(3), 0}, {right(3), 0}}),
-            ZoStreamFormatError);
-  EXPECT_EQ(Patched(five.bytes, {{left(0), sphere | 1}, {right(0), sphere | 0}, {left(1), sphere | 2},
-                                 {right(1), sphere | 1}, {left(2), sphere | 3}, {right(2), sphere | 2},
-                                 {left(3), sphere | 0}, {right(3), sphere | 3}}),
-            ZoStreamFormatError);
 
   // One triangle: its sphere's children must both be leaf 0, the depth 1.
   ModelBody one = MakeModelBody(1);
   for (size_t offset : {one.spheresAt + 20, one.spheresAt + 24, one.depthAt})
     EXPECT_EQ(Patched(one.bytes, {{offset, 2}}), ZoStreamFormatError) << offset;
 
-  // A tree over a polyline.
+  // A tree over a polyline, and one longer than the data.
   ZoTriangleSet line;
   line.Create(ZoTriSetPolyline, 0, 0, 3, 0);
   Bytes overLine = ByteBuilder().i32(1).append(Body(line)).i32(1).get();
   overLine.resize(overLine.size() + 2 * 20 + 8);
-  ZoColModel model;
-  EXPECT_EQ(ReadBody(model, overLine), ZoStreamFormatError);
-  EXPECT_NE(model.GetTriangleSet(), nullptr);
+  zotest::ExpectRefused({"tree over a polyline", overLine, ZoTypeCode::ColModel, ZoStreamFormatError,
+                         static_cast<int64_t>(overLine.size()) - 48, "needs an indexed set of triangles"});
+  zotest::ExpectRefused({"tree cut short", zotest::Cut(five.bytes, 50), ZoTypeCode::ColModel, ZoStreamReadError,
+                         static_cast<int64_t>(five.leavesAt), "a tree over 5 triangles needs 212 bytes, 202 left"});
+
+  // Reading into a model that held a tree replaces it (the sanitizers watch).
+  ZoColModel held;
+  ASSERT_EQ(ReadBody(held, five.bytes), ZoStreamOk);
+  ASSERT_EQ(ReadBody(held, two.bytes), ZoStreamOk);
+  EXPECT_EQ(held.GetNumLeaves(), 2);
+  EXPECT_EQ(ReadBody(held, zotest::Cut(five.bytes, 1)), ZoStreamReadError);
+  EXPECT_EQ(held.GetRoot(), nullptr);
 }
 
 TEST(ZoColModelRobustness, TruncatedAtEveryLength) {

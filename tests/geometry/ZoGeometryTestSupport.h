@@ -137,22 +137,6 @@ class FakeHookManager : public ZoAiHookManager {
   bool reservedUntouched = true;
 };
 
-// User data that counts its releases.
-class CountingUserData : public ZoAi {
- public:
-  int GetInterfaceName(char*, int, int& major, int& minor) override {
-    major = minor = 0;
-    return 0;
-  }
-  int32_t AddRef() override { return ++references; }
-  int32_t Release() override {
-    ++releases;
-    return --references;
-  }
-  int32_t references = 1;
-  int releases = 0;
-};
-
 }  // namespace zogeotest
 
 #endif

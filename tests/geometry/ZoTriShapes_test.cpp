@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <utility>
+
 #include <cmath>
 #include <memory>
 #include <typeinfo>
@@ -39,6 +42,15 @@ void ExpectFacesOut(ZoTriangleSet const& set) {
   }
 }
 
+// A closed surface: every edge runs once each way.
+void ExpectClosed(ZoTriangleSet const& set) {
+  std::set<std::pair<int, int>> edges;
+  for (int i = 0; i < set.GetNumTriangles(); ++i)
+    for (int c = 0; c < 3; ++c)
+      EXPECT_TRUE(edges.insert({set.Triangle(i)[c], set.Triangle(i)[(c + 1) % 3]}).second) << "triangle " << i;
+  for (auto const& e : edges) EXPECT_EQ(edges.count({e.second, e.first}), 1u) << e.first << "-" << e.second;
+}
+
 }  // namespace
 
 TEST(ZoTriShapesCounts, SphereSegmentsAndClamps) {
@@ -57,6 +69,7 @@ TEST(ZoTriShapesCounts, SphereSegmentsAndClamps) {
       EXPECT_GT(sphere.Normal(v).dot(sphere.Vertex(v)), 0.0f);
     }
     ExpectFacesOut(sphere);
+    ExpectClosed(sphere);
   }
   ZoTriSphere poles(material, 1.0f, 12);
   EXPECT_EQ(poles.Vertex(0), ZoVector3(0, -1, 0));
@@ -103,6 +116,9 @@ TEST(ZoTriShapesCounts, CurvesAndLines) {
   ASSERT_EQ(ends.GetNumVertices(), 2);
   EXPECT_EQ(ends.Vertex(0), control[0]);
   EXPECT_EQ(ends.Vertex(1), control[3]);
+  ZoTriBezier textured(TexturedMaterial(1), control, 4);  // u runs from 0 to 1 along the curve
+  EXPECT_EQ(textured.TextureVertex(2, 0).u, 0.5f);
+  EXPECT_EQ(textured.TextureVertex(4, 0).u, 1.0f);
   ZoTriBezier curve(material, control, 4);
   ZoVector3 half;
   half.interpolate(control[0], control[1], control[2], control[3], 0.5f);

@@ -314,19 +314,6 @@ TEST(ZoFileStreamHook, ManagerThatAnswersOpensTheFileInstead) {
   ZoInterfaceRegistry::Unregister("ZoAiHookManager");
 }
 
-TEST(ZoFileStreamPool, BuffersAreRecycled) {
-  TempFolder temp;
-  std::string path = temp.WriteFile("pool.bin", Counting(16));
-  // Many streams in turn must not grow memory without bound; under the
-  // sanitizer build this also proves nothing leaks.
-  for (int i = 0; i < 1000; ++i) {
-    ZoFileStream stream(ZoString(path.c_str()), ZoFileRead, true);
-    int32_t v;
-    stream >> v;
-    ASSERT_EQ(stream.Status(), ZoStreamOk);
-  }
-}
-
 TEST(ZoFileStreamWrite, FailedPlatformWriteRefusesLaterWritesAndKeepsPendingBytes) {
   if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full here";
   ZoFileStream stream(ZoString("/dev/full"), ZoFileWrite, true);

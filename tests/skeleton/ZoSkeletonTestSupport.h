@@ -1,7 +1,7 @@
-// Helpers for the actor tests: reading bodies back from exactly sized
+// Helpers for the skeleton tests: reading bodies back from exactly sized
 // buffers, comparing rotations, and a skeleton with a node of every style.
-#ifndef ZOACTOR_TESTS_ACTOR_ZOACTORTESTSUPPORT_H
-#define ZOACTOR_TESTS_ACTOR_ZOACTORTESTSUPPORT_H
+#ifndef ZOACTOR_TESTS_SKELETON_ZOSKELETONTESTSUPPORT_H
+#define ZOACTOR_TESTS_SKELETON_ZOSKELETONTESTSUPPORT_H
 
 #include <zoactor/skeleton/ZoJLimit.h>
 #include <zoactor/skeleton/ZoProtoNode.h>
@@ -21,7 +21,7 @@
 #include <cmath>
 #include <memory>
 
-namespace zoactortest {
+namespace zoskeletontest {
 
 using zotest::Body;
 using zotest::ByteBuilder;
@@ -141,6 +141,6 @@ inline std::unique_ptr<ZoProtoNode> Skeleton() {
   return root;
 }
 
-}  // namespace zoactortest
+}  // namespace zoskeletontest
 
 #endif

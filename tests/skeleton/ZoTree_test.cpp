@@ -218,9 +218,21 @@ TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
 
   ZoProtoTraversal joints(root, ZoProtoNode::Geometry);
   EXPECT_EQ(Names(joints), std::vector<std::string>({"hips", "Thigh", "arm"}));
-  EXPECT_EQ(Names(ZoProtoTraversal(joints)), Names(joints));
   ZoProtoTraversal all(root, 0);
   EXPECT_EQ(Names(all), std::vector<std::string>({"Root", "hips", "Lamp", "Thigh", "arm"}));
+  // Copies hold the same nodes and outlive their source.
+  ZoProtoTraversal copy(joints);
+  EXPECT_EQ(Names(copy), Names(joints));
+  ZoProtoTraversal assigned(root, ZoProtoNode::Light);
+  assigned = all;
+  assigned = assigned;  // NOLINT: self-assignment keeps the nodes
+  EXPECT_EQ(Names(assigned), Names(all));
+  {
+    ZoProtoTraversal source(hips, 0);
+    copy = source;
+  }
+  EXPECT_EQ(Names(copy), std::vector<std::string>({"hips", "Lamp", "Thigh"}));
+  EXPECT_EQ(copy.NodeWithName("thigh"), light->firstChild());
 
   EXPECT_EQ(all.IndexWithName("THIGH"), 3);
   EXPECT_EQ(all.IndexWithName("root"), 0);

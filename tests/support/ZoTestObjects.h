@@ -3,6 +3,7 @@
 #ifndef ZOACTOR_TESTS_SUPPORT_ZOTESTOBJECTS_H
 #define ZOACTOR_TESTS_SUPPORT_ZOTESTOBJECTS_H
 
+#include <zoactor/foundation/ZoAi.h>
 #include <zoactor/foundation/ZoVector3.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoStream.h>
@@ -12,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace zotest {
@@ -59,6 +61,63 @@ class Reader {
  private:
   std::unique_ptr<uint8_t[]> data;
   ZoMemoryStream stream;
+};
+
+// Expects `stream` to keep a failure at `offset` whose reason contains `words`.
+inline void ExpectFailure(ZoStream const& stream, int64_t offset, char const* words) {
+  EXPECT_TRUE(stream.HasFailure());
+  EXPECT_EQ(stream.FailureOffset(), offset) << stream.FailureReason();
+  EXPECT_NE(std::strstr(stream.FailureReason(), words), nullptr)
+      << "reason \"" << stream.FailureReason() << "\" lacks \"" << words << '"';
+}
+
+// One bad input of a reader: `bytes` read at `version` as the body of a new
+// object of `type` (0: as one framed object) must fail with `status`, keeping
+// a failure at `offset` whose reason contains `words`.
+struct BadInput {
+  char const* name;
+  Bytes bytes;
+  int32_t type;
+  ZoStreamError status;
+  int64_t offset;
+  char const* words;
+  int32_t version = kZoCurrentVersion;
+};
+
+inline void ExpectRefused(BadInput const& input) {
+  SCOPED_TRACE(input.name);
+  Reader reader(input.bytes, input.version);
+  std::unique_ptr<ZoStreamObject> object;
+  if (input.type == 0) {
+    object.reset(reader->ReadObject(nullptr));
+  } else {
+    object.reset(ZoStream::CreateObject(input.type));
+    ASSERT_NE(object, nullptr);
+    *reader >> *object;
+  }
+  EXPECT_EQ(reader->Status(), input.status);
+  ExpectFailure(*reader, input.offset, input.words);
+}
+
+// Bytes of `bytes` without its last `cut` bytes.
+inline Bytes Cut(Bytes const& bytes, size_t cut) { return Bytes(bytes.begin(), bytes.end() - static_cast<long>(cut)); }
+
+// An engine object (user data) that counts its references and releases; it
+// never deletes itself.
+class CountingAi : public ZoAi {
+ public:
+  int GetInterfaceName(char* buffer, int size, int& major, int& minor) override {
+    major = minor = 1;
+    if (size > 0) buffer[0] = '\0';
+    return 0;
+  }
+  int32_t AddRef() override { return ++references; }
+  int32_t Release() override {
+    ++releases;
+    return --references;
+  }
+  int32_t references = 1;
+  int32_t releases = 0;
 };
 
 // Component-wise closeness of two vectors.

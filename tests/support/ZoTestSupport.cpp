@@ -1,11 +1,21 @@
 #include "support/ZoTestSupport.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace zotest {
+
+Bytes DataFile(std::string const& relative) {
+  std::ifstream in(std::string(ZOTEST_DATA_DIR) + "/" + relative, std::ios::binary);
+  Bytes bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_FALSE(bytes.empty()) << "no golden file " << relative;
+  return bytes;
+}
 
 std::string Hex(Bytes const& bytes) {
   std::string text;

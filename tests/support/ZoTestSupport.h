@@ -49,6 +49,10 @@ inline Bytes ToBytes(void const* data, size_t size) {
   return Bytes(p, p + size);
 }
 
+// The bytes of a golden file under tests/data/ (empty, and a test failure,
+// when it cannot be read).
+Bytes DataFile(std::string const& relative);
+
 // A readable rendering of bytes for failure messages ("FE FF FF FF").
 std::string Hex(Bytes const& bytes);
 

@@ -31,24 +31,8 @@ void ExpectColor(ZoColor const& c, float r, float g, float b, float a) {
 
 constexpr int32_t kSentinel = 0x7E7E7E7E;
 
-// The older material record as the given version lays it out.
-struct OldMaterial {
-  char const* texture = "NoTexture";
-  char const* mask = "NoMask";
-  int32_t oldFlags = 0;
-
-  Bytes Layout(int32_t version) const {
-    ByteBuilder b;
-    b.str(texture).str(mask);
-    b.f32(0.1f).f32(0.2f).f32(0.3f);  // the colour that is kept
-    b.f32(0.7f).f32(0.8f).f32(0.9f);  // the colour that is dropped
-    b.i32(11).i32(12).i32(13);
-    b.f32(25.0f).f32(0.5f).i32(oldFlags);
-    if (version >= 20) b.i32(99);
-    if (version > 9) b.str("trailing");
-    return b.i32(kSentinel);
-  }
-};
+// A frozen older record from tests/data/older-records/, ending in the sentinel.
+Bytes Golden(std::string const& name) { return zotest::DataFile("older-records/" + name + ".bin"); }
 
 // Reads `bytes` (a record and a sentinel) into `target` under `version` and
 // checks that exactly the record was consumed, and that every shorter prefix
@@ -72,21 +56,6 @@ void ReadRecord(Bytes const& bytes, int32_t version, Target& target, Read read) 
 void ReadMaterial(ZoMaterial& m, ZoStream& s) { s >> m; }
 void ReadOldLight(ZoLight& l, ZoStream& s) { l.ReadOlderRecord(s); }
 void ReadOldCamera(ZoCamera& c, ZoStream& s) { c.ReadOlderRecord(s); }
-
-// An older light record: 24 bytes before version 44, 108 up to 45, 120 from 46.
-Bytes OldLight(int32_t version, int32_t type, float r, float g, float b, float angle, std::string const& name) {
-  ByteBuilder record;
-  if (version <= 43) {
-    record.i32(type).f32(angle).i32(0x55555555).f32(r).f32(g).f32(b);
-  } else {
-    size_t field = version >= 46 ? 76 : 64;
-    record.i32(type).i32(0x55555555).f32(r).f32(g).f32(b);
-    for (int i = 0; i < 20; ++i) record.u8(0xAA);
-    record.f32(angle);
-    for (size_t i = 0; i < field; ++i) record.u8(i < name.size() ? static_cast<uint8_t>(name[i]) : 0);
-  }
-  return record.i32(kSentinel);
-}
 
 }  // namespace
 
@@ -177,7 +146,7 @@ TEST(ZoMaterialTest, CopiesAreDeep) {
 
 TEST(ZoMaterialOlderRecord, NoTextureGivesFlagsSixAndKeepsTheFirstColour) {
   ZoMaterial material;
-  ReadRecord(OldMaterial().Layout(27), 27, material, ReadMaterial);
+  ReadRecord(Golden("material-v27"), 27, material, ReadMaterial);
   EXPECT_EQ(material.numTextures, 0);
   EXPECT_EQ(material.flags, 4 | 2);
   ExpectColor(material.color2, 0.1f, 0.2f, 0.3f, 0.5f);
@@ -190,12 +159,8 @@ TEST(ZoMaterialOlderRecord, NoTextureGivesFlagsSixAndKeepsTheFirstColour) {
 }
 
 TEST(ZoMaterialOlderRecord, TextureAndTwoSidedFlagGiveFlagsThreeAndWhite) {
-  OldMaterial old;
-  old.texture = "brick.bmp";
-  old.mask = "holes";
-  old.oldFlags = 16;
-  ZoMaterial material;
-  ReadRecord(old.Layout(99), 99, material, ReadMaterial);
+  ZoMaterial material;  // texture "brick.bmp", mask "holes", old flags 16
+  ReadRecord(Golden("material-brick-v99"), 99, material, ReadMaterial);
   EXPECT_EQ(material.numTextures, 1);
   EXPECT_EQ(material.textures[0].textureInt0, 0);
   EXPECT_EQ(material.textures[0].textureInt1, 1);
@@ -207,7 +172,7 @@ TEST(ZoMaterialOlderRecord, TextureAndTwoSidedFlagGiveFlagsThreeAndWhite) {
 }
 
 // The trailing fields appear at versions 10 and 20; each case reads its own
-// layout to the sentinel.
+// frozen layout to the sentinel.
 TEST(ZoMaterialOlderRecord, FlagsFromTheOldBitsOnBothSidesOfVersions10And20) {
   struct Case {
     char const* texture;
@@ -218,12 +183,9 @@ TEST(ZoMaterialOlderRecord, FlagsFromTheOldBitsOnBothSidesOfVersions10And20) {
   for (Case c : {Case{"t", 0, 9, 2}, Case{"t", 1, 10, 6}, Case{"t", 17, 19, 7}, Case{"", 0, 20, 6},
                  Case{"NoTexture", 16, 0, 7}, Case{"t", 2 | 4 | 8, 50, 2}}) {
     SCOPED_TRACE(std::string(c.texture) + " " + std::to_string(c.oldFlags) + " v" + std::to_string(c.version));
-    OldMaterial old;
-    old.texture = c.texture;
-    old.mask = "";
-    old.oldFlags = c.oldFlags;
     ZoMaterial material;
-    ReadRecord(old.Layout(c.version), c.version, material, ReadMaterial);
+    std::string name = "material-flags" + std::to_string(c.oldFlags) + "-v" + std::to_string(c.version);
+    ReadRecord(Golden(name), c.version, material, ReadMaterial);
     EXPECT_EQ(material.flags, c.flags);
     EXPECT_EQ(material.properties.GetCount(), 0);
   }
@@ -231,7 +193,7 @@ TEST(ZoMaterialOlderRecord, FlagsFromTheOldBitsOnBothSidesOfVersions10And20) {
   // can still be read explicitly.
   ZoMaterial current, explicitOld;
   ReadRecord(ByteBuilder().append(Body(ZoMaterial())).i32(kSentinel), 100, current, ReadMaterial);
-  ReadRecord(OldMaterial().Layout(106), 106, explicitOld, [](ZoMaterial& m, ZoStream& s) { m.ReadOlderRecord(s); });
+  ReadRecord(Golden("material-v27"), 106, explicitOld, [](ZoMaterial& m, ZoStream& s) { m.ReadOlderRecord(s); });
   EXPECT_EQ(explicitOld.flags, 6);
 }
 
@@ -261,7 +223,7 @@ TEST(ZoLightOlderRecord, LayoutsOnBothSidesOfVersions44And46) {
   for (Case c : {Case{43, ""}, Case{44, "map44"}, Case{45, "map45"}, Case{46, "map46"}, Case{106, "map106"}}) {
     SCOPED_TRACE(c.version);
     ZoLight light;
-    ReadRecord(OldLight(c.version, 4, 0.25f, 0.5f, 0.75f, 30.0f, c.name), c.version, light, ReadOldLight);
+    ReadRecord(Golden("light-v" + std::to_string(c.version)), c.version, light, ReadOldLight);
     EXPECT_EQ(light.kind, 3);
     EXPECT_EQ(light.angle, 30.0f);
     ExpectColor(light.color1, 0, 0, 0, 0);
@@ -281,7 +243,7 @@ TEST(ZoLightOlderRecord, TypesMapToKindsAndAmbientSetsOnlyTheColours) {
     SCOPED_TRACE(c.type);
     ZoLight light;
     light.kind = 9;
-    ReadRecord(OldLight(46, c.type, 0.1f, 0.2f, 0.3f, 45.0f, "n"), 46, light, ReadOldLight);
+    ReadRecord(Golden("light-type" + std::to_string(c.type) + "-v46"), 46, light, ReadOldLight);
     EXPECT_EQ(light.kind, c.kind);
     EXPECT_EQ(light.angle, 45.0f);
     ExpectColor(light.color2, 0.1f, 0.2f, 0.3f, 1);
@@ -290,7 +252,7 @@ TEST(ZoLightOlderRecord, TypesMapToKindsAndAmbientSetsOnlyTheColours) {
   ZoLight ambient;
   ambient.kind = 5;
   ambient.angle = 1.0f;
-  ReadRecord(OldLight(44, 3, 0.4f, 0.5f, 0.6f, 90.0f, "ignored"), 44, ambient, ReadOldLight);
+  ReadRecord(Golden("light-ambient-v44"), 44, ambient, ReadOldLight);
   ExpectColor(ambient.color1, 0.4f, 0.5f, 0.6f, 1);
   ExpectColor(ambient.color2, 0, 0, 0, 0);
   EXPECT_EQ(ambient.kind, 5);
@@ -301,8 +263,7 @@ TEST(ZoLightOlderRecord, TypesMapToKindsAndAmbientSetsOnlyTheColours) {
 TEST(ZoLightOlderRecord, AnUnterminatedNameIsTheWholeField) {
   for (int32_t version : {45, 46}) {
     std::string full(version >= 46 ? 76 : 64, 'N');
-    Bytes record = OldLight(version, 4, 0, 0, 0, 0, full);
-    record.resize(record.size() - 4);  // no sentinel: the record ends the buffer
+    Bytes record = zotest::Cut(Golden("light-unterminated-v" + std::to_string(version)), 4);  // the record ends the buffer
     Reader reader(record, version);
     ZoLight light;
     light.ReadOlderRecord(*reader);
@@ -314,8 +275,7 @@ TEST(ZoLightOlderRecord, AnUnterminatedNameIsTheWholeField) {
 
 TEST(ZoLightOlderRecord, ATruncatedRecordChangesNothing) {
   for (int32_t version : {43, 45, 46}) {
-    Bytes record = OldLight(version, 4, 1, 1, 1, 10, "n");
-    record.resize(record.size() - 5);
+    Bytes record = zotest::Cut(Golden("light-v" + std::to_string(version)), 5);
     Reader reader(record, version);
     ZoLight light;
     Bytes before = Body(light);
@@ -373,3 +333,4 @@ TEST(ZoCameraOlderRecord, LayoutsBelow47At47AndFrom48) {
     EXPECT_EQ(camera.kind, 0);
   }
 }
+

@@ -94,8 +94,9 @@ TEST(ZoTypedValueConversion, IntFloatAndStringConvertAmongThemselves) {
   struct {
     char const* text;
     int expected;
-  } const texts[] = {{"12abc", 12},          {"abc", 0},           {" \t-42x", -42},         {"+7", 7},
-                     {"99999999999", INT_MAX}, {"-2147483648", INT_MIN}, {"-99999999999", INT_MIN}};
+  } const texts[] = {{"12abc", 12},           {"abc", 0},           {" \t-42x", -42},         {"+7", 7},
+                     {"\r\n\v\f9", 9},         {"99999999999", INT_MAX}, {"-2147483648", INT_MIN},
+                     {"-99999999999", INT_MIN}};
   for (auto const& c : texts) EXPECT_EQ(AsInt(ZoStringValue(ZoString(c.text))), c.expected) << c.text;
 }
 

@@ -1,0 +1,174 @@
+// Untrusted input to the keyframe, key list and spline readers: why each
+// fails (counts that are negative or larger than the data, objects of the
+// wrong class inside a key list, deep nesting) and truncation at every length.
+#include <zoactor/animation/ZoJointKeyList.h>
+#include <zoactor/animation/ZoJointKeyframe.h>
+#include <zoactor/animation/ZoKeyList.h>
+#include <zoactor/animation/ZoSpline.h>
+#include <zoactor/serialization/ZoMemoryStream.h>
+#include <zoactor/serialization/ZoReadLimits.h>
+#include <zoactor/serialization/ZoTypeCodes.h>
+
+#include "support/ZoTestObjects.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+using zotest::ByteBuilder;
+using zotest::Body;
+using zotest::Bytes;
+
+namespace {
+
+Bytes Framed(ZoStreamObject const& object) { return zotest::Framed(&object); }
+
+ZoJointKeyframe* JointKey(uint32_t t, float x) {
+  auto* kf = new ZoJointKeyframe;
+  kf->setTime(t);
+  kf->actorTransform.translation = {x, -x, 2 * x};
+  kf->marker = static_cast<int32_t>(t);
+  return kf;
+}
+
+ByteBuilder KeyframeFrame(uint32_t t, int32_t tagValue) {
+  ByteBuilder b;
+  b.raw({0x66, 0x79, 0x65, 0x4B}).u32(t).i32(tagValue);
+  return b;
+}
+
+}  // namespace
+
+// A truncated and a corrupted input of each reader of this layer: the read
+// fails, keeping the offset where it failed and a reason naming what.
+TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
+  using zotest::BadInput;
+  ZoSpline spline;
+  spline.SetLinear(ZoTransform3(), ZoTransform3(), 10);
+  int64_t const splineFrame = static_cast<int64_t>(Framed(spline).size());
+  ByteBuilder deep;
+  for (int i = 0; i <= ZoReadLimits::MaxDepth(); ++i) deep.raw({0x4C, 0x79, 0x65, 0x4B}).i32(1);
+  ByteBuilder points;
+  points.i32(2);
+  for (int i = 0; i < 136; ++i) points.u8(0);  // room for one point only
+  Bytes eight = ByteBuilder().i32(8).append(Bytes(8 * 136, 0)).f32(0.0f);
+  BadInput const cases[] = {
+      {"key count past the data", ByteBuilder().i32(0x40000000).append(KeyframeFrame(5, 0)), ZoTypeCode::KeyList,
+       ZoStreamReadError, 0, "count 1073741824 of 4-byte elements exceeds the 12 bytes left"},
+      {"a spline among the keys", ByteBuilder().i32(3).append(KeyframeFrame(5, 1)).append(Framed(spline)),
+       ZoTypeCode::KeyList, ZoStreamFormatError, 16 + splineFrame, "an object of type code 0x53706C69 in a key list"},
+      {"key lists nested past the cap", deep.i32(-2), 0, ZoStreamFormatError, 8 * ZoReadLimits::MaxDepth() + 4,
+       "nesting deeper than"},
+      {"key cut short", zotest::Cut(ByteBuilder().i32(1).append(KeyframeFrame(5, 1)), 2), ZoTypeCode::KeyList,
+       ZoStreamReadError, 12, "4 bytes wanted, 2 left"},
+      {"joint key cut short", zotest::Cut(Body(ZoJointKeyframe()), 1), ZoTypeCode::JointKeyframe, ZoStreamReadError,
+       8, "200 bytes wanted, 199 left"},  // time and tag, then one block
+      {"spline points past the data", points, ZoTypeCode::Spline, ZoStreamReadError, 0,
+       "count 2 of 136-byte elements exceeds the 136 bytes left"},
+      {"spline length cut short", zotest::Cut(Body(spline), 1), ZoTypeCode::Spline, ZoStreamReadError,
+       static_cast<int64_t>(Body(spline).size()) - 4, "4 bytes wanted, 3 left"},
+  };
+  for (BadInput const& c : cases) zotest::ExpectRefused(c);
+
+  // Negative counts read as empty; the cap is inclusive.
+  Bytes negative = ByteBuilder().i32(-1).append(KeyframeFrame(5, 0));
+  ZoKeyList list;
+  ZoMemoryStream in(negative.data(), static_cast<int32_t>(negative.size()));
+  EXPECT_EQ(list.ReadFromStream(in), ZoStreamOk);
+  EXPECT_EQ(list.NumKeyframes(), 0);
+  EXPECT_EQ(in.GetPosition(), 4u);
+  ZoSpline empty;
+  zotest::Reader negativePoints(ByteBuilder().i32(-5).f32(1.0f));
+  *negativePoints >> empty;
+  EXPECT_EQ(negativePoints->Status(), ZoStreamOk);
+  EXPECT_EQ(empty.Length(), 1.0f);
+  ZoReadLimits::SetMaxAllocation(7 * 136);
+  zotest::ExpectRefused({"spline points past the cap", eight, ZoTypeCode::Spline, ZoStreamFormatError, 0,
+                         "count 8 of 136-byte elements passes the 952-byte allocation cap"});
+  ZoReadLimits::SetMaxAllocation(8 * 136);
+  ZoSpline atCap;
+  zotest::Reader capped(eight);
+  *capped >> atCap;
+  EXPECT_EQ(capped->Status(), ZoStreamOk);
+  EXPECT_EQ(atCap.NumControlPoints(), 8);
+  ZoReadLimits::Reset();
+}
+
+// Keys read whole before a failure are kept; an unknown sized frame among
+// the keys is skipped and an unknown unsized code yields nothing.
+TEST(ZoAnimationReadFailures, KeyListsKeepWhatReadWholeAndSkipWhatTheyCan) {
+  Bytes shortList = ByteBuilder().i32(2).append(KeyframeFrame(5, 1)).append(KeyframeFrame(6, 2)).get();
+  ZoKeyList partial;
+  zotest::Reader truncated(zotest::Cut(shortList, 1));
+  *truncated >> partial;
+  EXPECT_EQ(truncated->Status(), ZoStreamReadError);
+  EXPECT_EQ(partial.NumKeyframes(), 1);
+  EXPECT_NE(partial.KeyframeAtTime(5), nullptr);
+
+  Bytes skipped = ByteBuilder().i32(3).i32(-1).u32(0x51525354u).i32(4).i32(99).u32(0x41424344u)
+                      .append(KeyframeFrame(7, 3));
+  ZoKeyList tolerant;
+  zotest::Reader second(skipped);
+  *second >> tolerant;
+  EXPECT_EQ(second->Status(), ZoStreamOk);
+  EXPECT_EQ(tolerant.NumKeyframes(), 1);
+  EXPECT_EQ(tolerant.KeyframeAtTime(7)->tag, 3);
+}
+
+TEST(ZoAnimationReadFailures, JointListTruncatedAtEveryLength) {
+  ZoJointKeyList list;
+  for (uint32_t t = 0; t < 4; ++t) list.Insert(JointKey(t * 10, static_cast<float>(t)), 1);
+  Bytes whole = Framed(list);
+  for (size_t length = 0; length < whole.size(); ++length) {
+    Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+    ZoMemoryStream in(cut.data(), static_cast<int32_t>(cut.size()));
+    std::unique_ptr<ZoStreamObject> object(in.ReadObject(nullptr));
+    EXPECT_NE(in.Status(), ZoStreamOk) << length;
+    auto* read = dynamic_cast<ZoKeyList*>(object.get());
+    if (read == nullptr) continue;
+    // Whatever was kept is whole.
+    ZoKeyListNode* p = nullptr;
+    for (ZoKeyframe* kf = read->GetFirst(p); kf != nullptr; kf = read->GetNext(p)) {
+      auto* joint = dynamic_cast<ZoJointKeyframe*>(kf);
+      ASSERT_NE(joint, nullptr);
+      EXPECT_EQ(joint->marker, static_cast<int32_t>(joint->time())) << length;
+      EXPECT_EQ(joint->actorTransform.translation.x * 10, static_cast<float>(joint->time())) << length;
+    }
+    EXPECT_LT(read->NumKeyframes(), 4) << length;
+  }
+}
+
+TEST(ZoAnimationReadFailures, JointKeyframeTruncatedAtEveryLengthKeepsItsBlock) {
+  std::unique_ptr<ZoJointKeyframe> source(JointKey(77, 3.5f));
+  source->blendMode = 1;
+  Bytes whole = Framed(*source);
+  ASSERT_EQ(whole.size(), 4u + 208u);
+  for (size_t length = 0; length < whole.size(); ++length) {
+    Bytes body(whole.begin() + 4, whole.begin() + static_cast<std::ptrdiff_t>(std::max<size_t>(length, 4)));
+    ZoJointKeyframe kf;
+    ZoMemoryStream in(body.data(), static_cast<int32_t>(body.size()));
+    EXPECT_NE(kf.ReadFromStream(in), ZoStreamOk) << length;
+    EXPECT_EQ(kf.blendMode, 0) << length;
+    EXPECT_EQ(kf.actorTransform, ZoTransform3()) << length;
+    EXPECT_EQ(kf.marker, 0) << length;
+  }
+}
+
+TEST(ZoAnimationReadFailures, SplineTruncatedAtEveryLength) {
+  ZoSpline spline;
+  spline.SetLinear(ZoTransform3({1, 2, 3}, ZoRotation3()), ZoTransform3({4, 5, 6}, ZoRotation3()), 90);
+  spline.InsertControlPoint(30);
+  spline.Integrate();
+  Bytes whole = Framed(spline);
+  for (size_t length = 0; length < whole.size(); ++length) {
+    Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+    ZoMemoryStream in(cut.data(), static_cast<int32_t>(cut.size()));
+    std::unique_ptr<ZoStreamObject> object(in.ReadObject(nullptr));
+    EXPECT_NE(in.Status(), ZoStreamOk) << length;
+    if (auto* read = dynamic_cast<ZoSpline*>(object.get())) {
+      EXPECT_EQ(read->Length(), 0.0f) << length;
+    }
+  }
+}
