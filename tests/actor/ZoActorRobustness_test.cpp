@@ -112,7 +112,7 @@ TEST(ZoActorFileRobustness, CorruptionsAreRefusedWithReasonAndOffset) {
        "an object of type code 0x50724844 in a key list", -2},
       {"behaviour maps past the bytes left", Patched(actorFile, mapCountAt, 1000), false,
        "count 1000 of 8-byte elements exceeds the 0 bytes left", static_cast<int64_t>(mapCountAt)},
-      {"an unknown class", Patched(actorFile, 4, 0x41424344), false, "unknown type code 0x41424344", 8},
+      {"an unknown class", Patched(actorFile, 4, 0x41424344), false, "unknown type code 0x41424344", 4},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.name);

@@ -110,8 +110,7 @@ TEST(ZoProtoNodeOlder, GoldenSkeletonsDecodeToTheirFacts) {
       EXPECT_EQ(static_cast<int>(*root.Properties().Find("old")), 5);
     }
     ASSERT_EQ(root.ColSpheres().GetCount(), 1);
-    ZoDblListItem* cursor = nullptr;
-    auto const* sphere = static_cast<ZoColSphere const*>(root.ColSpheres().GetFirst(cursor));
+    ZoColSphere const* sphere = &root.ColSpheres()[0];
     EXPECT_EQ(sphere->center, ZoVector3(1, 2, 3));
     EXPECT_EQ(sphere->word4, f.word4);
 

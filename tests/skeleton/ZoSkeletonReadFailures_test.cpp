@@ -118,8 +118,6 @@ TEST(ZoSkeletonReadFailures, EachBadBodyNamesWhereAndWhyAndKeepsNothing) {
        olderGeometryAt + 4 + material + 4 + 4 * 32 + 4 + 8, "corner index 4 outside the 4 vertices"},
       {"older negative corner", Older(3, OlderGeometry(1, 4, {{0, -1, 2, 0}})), 41, ZoStreamFormatError,
        olderGeometryAt + 4 + material + 4 + 4 * 32 + 4 + 8, "corner index -1 outside"},
-      {"older material past the materials", Older(2, OlderGeometry(1, 4, {{0, 1, 2, 1}})), 41, ZoStreamFormatError,
-       olderGeometryAt + 4 + material + 4 + 4 * 32 + 4 + 8, "material index 1 outside the 1 materials"},
       {"older triangles on two vertices", Older(3, OlderGeometry(1, 2, {{0, 1, 0, 0}})), 41, ZoStreamFormatError,
        olderGeometryAt + 4 + material + 4 + 2 * 32 + 4 + 8, "1 triangles on 2 vertices"},
   };
@@ -152,6 +150,22 @@ TEST(ZoSkeletonReadFailures, EachBadBodyNamesWhereAndWhyAndKeepsNothing) {
   ZoProtoNode quad;
   EXPECT_EQ(ReadBody(quad, Older(3, OlderGeometry(1, 4, kQuad)), 41), ZoStreamOk);
   EXPECT_EQ(quad.ColModel()->GetTriangleSet()->GetNumTriangles(), 2);
+
+  // Older material indices outside the materials are kept, as a triangle set
+  // keeps them: past the materials, negative, or with no materials at all.
+  struct Kept {
+    char const* what;
+    int16_t material;
+    int32_t materials;
+  } const kept[] = {{"past the materials", 1, 1}, {"negative", -1, 1}, {"no materials", 0, 0}};
+  for (Kept const& c : kept) {
+    SCOPED_TRACE(c.what);
+    ZoProtoNode node;
+    ASSERT_EQ(ReadBody(node, Older(3, OlderGeometry(c.materials, 4, {{0, 1, 2, c.material}})), 41), ZoStreamOk);
+    ZoTriangleSet const* set = node.ColModel()->GetTriangleSet();
+    EXPECT_EQ(set->GetNumMaterials(), c.materials);
+    EXPECT_EQ(set->MaterialIndex(0), c.material);
+  }
 }
 
 TEST(ZoSkeletonReadFailures, JointLimitsCutShortAndEveryPrefixOfEveryKind) {
