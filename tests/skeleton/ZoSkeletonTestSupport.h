@@ -18,8 +18,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
+#include <vector>
 
 namespace zoskeletontest {
 
@@ -139,6 +141,18 @@ inline std::unique_ptr<ZoProtoNode> Skeleton() {
   root->addChild(path);
   root->addChild(odd);
   return root;
+}
+
+// Expects `got` to be `want` in some order, each point matched once within
+// `tolerance` (rebuilding a sphere tree reorders a set's triangles).
+inline void ExpectSamePointsInAnyOrder(std::vector<ZoVector3> const& got, std::vector<ZoVector3> want,
+                                       float tolerance) {
+  ASSERT_EQ(got.size(), want.size());
+  for (ZoVector3 const& p : got) {
+    auto match = std::find_if(want.begin(), want.end(), [&](ZoVector3 const& q) { return (p - q).length() <= tolerance; });
+    ASSERT_NE(match, want.end()) << "no match for (" << p.x << ", " << p.y << ", " << p.z << ")";
+    want.erase(match);
+  }
 }
 
 }  // namespace zoskeletontest

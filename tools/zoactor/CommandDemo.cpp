@@ -5,6 +5,7 @@
 // the demo sections of every subsystem instead.
 #include "Commands.h"
 #include "Demo.h"
+#include "DemoEditing.h"
 #include "DemoFigure.h"
 #include "ToolReport.h"
 
@@ -146,6 +147,9 @@ int RunDemo(DemoOptions const& options) {
   fmt::print("a {} cube {} beside the Head is {:.4f} from its mesh\n", kProbeSize, kProbeOffset, distance);
   float radius = 0.15f;
   ok = ok && Near(hit, kRayStart - radius, 0.01f) && Near(distance, kProbeOffset - kProbeSize / 2 - radius, 0.01f);
+
+  // Skeleton editing, the loaded skills following every edit.
+  ok = EditDemoActor(*actor, stdout) && ok;
 
   actor.reset();
   ZoProtoDB::RemoveAllPrototypes();

@@ -66,6 +66,14 @@
 //   name cached already (LoadSkill called directly) returns the cached skill.
 // - RenameSkill of a skill the cache does not hold renames the skill and its
 //   file only; a rename onto the name of another cached skill does nothing.
+// - Skeleton edits given nodes that are not where they must be do nothing
+//   (and leave the dirty flag): a null node, a node of another skeleton, a
+//   subtree to add that is linked into a tree or would enclose its new
+//   parent, a move below the moved node itself. Collapse of a subtree
+//   without any triangle set leaves the node's model as it was and still
+//   detaches and destroys the children. TransformNode of a node that is not
+//   a joint passes -1 to the skills, which then adjust the joints whose
+//   parent is not a joint, as a joint's children are adjusted.
 // - Save cleans every geometry node's triangle set (degenerate triangles,
 //   unused vertices) and rebuilds a sphere tree whose triangles that
 //   changed. An actor without a Path() cannot be saved (its folder cannot
@@ -197,6 +205,38 @@ class ZOACTOR_API ZoProtoActor : public ZoStreamObject {
   void ComputeBounds();
   // Once per actor: InitRenderMaterials on every cached skill.
   void InitRenderMaterials();
+
+  // --- Skeleton editing ------------------------------------------------------------------
+  // Every structural edit below reinstalls the skeleton (SetSkeleton of the
+  // current root, so the traversals, back pointers and bounds are rebuilt)
+  // and hands each cached skill the permutation from the joints before the
+  // edit to those after it, so that every joint keeps its keys and new
+  // joints get none. Every edit that does something sets the dirty flag.
+
+  // Appends `subtree` (taken over; it must belong to no tree) as the last
+  // child of `parent`, a node of this skeleton.
+  void AddSubtree(ZoProtoNode* subtree, ZoProtoNode* parent);
+  // Detaches `node` with its subtree, whose nodes lose their actor; the
+  // caller owns it from then on. The root cannot be removed.
+  void RemoveSubtree(ZoProtoNode* node);
+  // Re-parents `node` as the last child of `newParent`, keeping its
+  // placement relative to the root. The skills' keys of the moved joints
+  // are kept as they are, not re-expressed for the new parent.
+  void MoveSubtree(ZoProtoNode* node, ZoProtoNode* newParent);
+  // Merges the triangle sets of the geometry nodes of a geometry node's
+  // subtree, placed in the node's frame, into the node's model (averaged
+  // normals, model format 2), then detaches each child with RemoveSubtree
+  // and destroys it. Nothing happens for a node that is not geometry.
+  void Collapse(ZoProtoNode* node);
+  // Moves a node's pivot by `t` (ZoProtoNode::TransformPivot) and every
+  // skill's keys with it (TransformJoint of the node's joint index, -1 for
+  // a node that is not a joint, adjusting its children). The bounds are
+  // left as they were.
+  void TransformNode(ZoProtoNode* node, ZoTransform3 const& t);
+  // Scales a node's subtree by `s` about the node (ZoProtoNode::Scale),
+  // recomputes the bounds, and scales every skill's keys of the node's
+  // joint and its subtree (ScaleJoint) when the node is a joint.
+  void ScaleSubtree(ZoProtoNode* node, ZoVector3 const& s);
 
   // --- Behaviour maps, compiled behaviours, proximity ----------------------------------
 
@@ -331,6 +371,11 @@ class ZOACTOR_API ZoProtoActor : public ZoStreamObject {
   void UncacheSkill(ZoProtoSkill* skill);
   void EvictIfFull();
   int32_t NumJointsOfSkeleton() const;
+  // True when `node` is a node of this skeleton.
+  bool HoldsNode(ZoProtoNode const* node) const;
+  // Reinstalls the current root and permutes the skills from `oldJoints`,
+  // the geometry traversal before a structural edit; marks the actor dirty.
+  void FinishStructuralEdit(ZoProtoTraversal const& oldJoints);
   void CleanTriangleSets();
 
   std::atomic<int32_t> refCount;

@@ -84,6 +84,11 @@
 //   the collision model does.
 // - Assignment copies the node's own content (as the copy constructor
 //   does) and keeps this node's links, children, actor and user data.
+// - Scale installs the scaled set again, which builds a sphere tree also
+//   for a model that had none (its model format stays as it was).
+//   TransformPivot leaves a model without a sphere tree as it is, so such a
+//   set moves with the node's frame. Both skip children that are plain tree
+//   nodes, which carry no placement.
 #ifndef ZOACTOR_SKELETON_ZOPROTONODE_H
 #define ZOACTOR_SKELETON_ZOPROTONODE_H
 
@@ -289,6 +294,23 @@ class ZOACTOR_API ZoProtoNode : public ZoTreeNode, public ZoStreamObject {
   // Deletes the current limit unless it is `limit`, then takes ownership of
   // `limit` (null allowed).
   void SetJointLimit(ZoJLimit* limit);
+
+  // --- Editing ------------------------------------------------------------------
+
+  // Scales the node's shapes and its subtree by `s` per axis, in the node's
+  // own frame (its home transform stays): the model's triangle set (then its
+  // sphere tree is rebuilt), each collision sphere's centre (by s) and
+  // radius (by s.x), a handle's radius (s.x) and length (s.y), a square's
+  // width (s.x) and height (s.y), a spline's translations. Then every
+  // child's translation is multiplied by `s` and the child scaled alike.
+  void Scale(ZoVector3 const& s);
+  // Moves the node's frame by `t` (the home transform becomes home · t)
+  // while what hangs from it stays where it was in the parent's frame: the
+  // triangle set of a model with a sphere tree (then rebuilt), the collision
+  // sphere centres and the spline are re-expressed by t⁻¹, and each child's
+  // home transform becomes t⁻¹ · home. The node's joint limit is pivoted by
+  // t's rotation, each child's by its inverse.
+  void TransformPivot(ZoTransform3 const& t);
 
   // --- Other members -----------------------------------------------------------
 

@@ -1,0 +1,551 @@
+// Skeleton editing keeps every cached skill in step with the joints: each
+// structural edit hands each skill one permutation, a re-pivot keeps the
+// sampled world pose, a scale changes exactly the sizes it names, and random
+// runs of edits never lose or mix up a joint's keys.
+#include <zoactor/geometry/ZoColModel.h>
+#include <zoactor/skeleton/ZoPermutation.h>
+
+#include "actor/ZoActorTestSupport.h"
+#include "skeleton/ZoSkeletonTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <unordered_map>
+#include <vector>
+
+using namespace zoacttest;
+using zoskeletontest::About;
+using zoskeletontest::SameRotation;
+
+namespace {
+
+// Float rounding of a few composed transforms on coordinates of a few
+// units, in model units.
+constexpr float kWorldTolerance = 1e-5f;
+
+// A skill that records what the actor hands it.
+class RecordingSkill : public ZoProtoSkill {
+ public:
+  std::vector<std::vector<int32_t>> permutations;  // newToOld of each PermuteJoints
+  std::vector<int> pivotedJoints;                  // the joint of each TransformJoint
+
+  void PermuteJoints(ZoProtoActor* actor, ZoPermutation* perm) override {
+    permutations.emplace_back(perm->newToOld(), perm->newToOld() + perm->numNew());
+    ZoProtoSkill::PermuteJoints(actor, perm);
+  }
+  void TransformJoint(int j, ZoTransform3 const& x, int adjustChildren) override {
+    pivotedJoints.push_back(j);
+    EXPECT_EQ(adjustChildren, 1);
+    ZoProtoSkill::TransformJoint(j, x, adjustChildren);
+  }
+};
+
+// Caches two recording skills sized to the actor; the actor owns them.
+std::vector<RecordingSkill*> AddRecordingSkills(ZoProtoActor& actor) {
+  std::vector<RecordingSkill*> made;
+  for (char const* name : {"Walk", "Run"}) {
+    auto* skill = new RecordingSkill;
+    skill->SetName(name);
+    skill->SetupFromPrototype(&actor);
+    actor.AddSkill(skill);
+    made.push_back(skill);
+  }
+  return made;
+}
+
+// A geometry node with a cube model (its sphere tree built).
+ZoProtoNode* Solid(char const* name, ZoTransform3 const& home) {
+  auto* node = new ZoProtoNode;
+  node->SetName(name);
+  node->SetHomeTransform(home);
+  node->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(0.2f, 0.2f, 0.2f)));
+  return node;
+}
+
+ZoTransform3 Offset(float x, float y, float z) { return ZoTransform3(ZoVector3(x, y, z), ZoRotation3()); }
+
+// A → B → C, A → D: joints A 0, B 1, C 2, D 3, placed apart so that every
+// node shifts the bounds.
+ActorRef FourSolids() {
+  ZoProtoNode* a = Solid("A", Offset(0, 0, 0));
+  ZoProtoNode* b = Solid("B", ZoTransform3(ZoVector3(0, 1, 0), About(0.4f, ZoVector3(0, 0, 1))));
+  b->addChild(Solid("C", ZoTransform3(ZoVector3(0.5f, 1, 0), About(-0.3f, ZoVector3(1, 0, 0)))));
+  a->addChild(b);
+  a->addChild(Solid("D", ZoTransform3(ZoVector3(-2, 0, 0.5f), About(0.8f, ZoVector3(0, 1, 0)))));
+  ActorRef actor(new ZoProtoActor);
+  actor->SetSkeleton(a);
+  return actor;
+}
+
+ZoProtoNode* Named(ZoProtoActor& actor, char const* name) { return actor.NodeTraversal()->NodeWithName(name); }
+
+// Bounds of a fresh actor given a copy of the skeleton: what up-to-date
+// bounds must be.
+void ExpectFreshBounds(ZoProtoActor& actor) {
+  ActorRef fresh(new ZoProtoActor);
+  fresh->SetSkeleton(new ZoProtoNode(*actor.RootNode()));
+  ZoVector3 min, max, freshMin, freshMax;
+  actor.GetBoundingBox(min, max);
+  fresh->GetBoundingBox(freshMin, freshMax);
+  zotest::ExpectNear(min, freshMin);
+  zotest::ExpectNear(max, freshMax);
+}
+
+// Saves the actor (its file only) into `folder`, which clears its dirty flag.
+void SaveClean(ZoProtoActor& actor, TempFolder const& folder) {
+  actor.Path() = (folder.path() + "/").c_str();
+  ASSERT_EQ(actor.Save(ZoSkillFormatNone), 1);
+  ASSERT_EQ(actor.IsDirty(), 0);
+}
+
+void ExpectSameTransform(ZoTransform3 const& a, ZoTransform3 const& b) {
+  zotest::ExpectNear(a.translation, b.translation, kWorldTolerance);
+  EXPECT_TRUE(SameRotation(a.rotation, b.rotation, kWorldTolerance));
+}
+
+}  // namespace
+
+// --- Structural edits ------------------------------------------------------------------------------
+
+TEST(ZoSkeletonEditing, EachStructuralEditPermutesEverySkillOnce) {
+  struct Case {
+    char const* name;
+    std::function<void(ZoProtoActor&)> edit;
+    std::vector<int32_t> newToOld;
+  };
+  Case const cases[] = {
+      {"add two joints under a leaf",
+       [](ZoProtoActor& actor) {
+         ZoProtoNode* e = Solid("E", Offset(3, 0, 0));
+         e->addChild(Solid("F", Offset(0, 3, 0)));
+         actor.AddSubtree(e, Named(actor, "C"));
+         EXPECT_EQ(e->GetActor(), &actor);
+         EXPECT_EQ(Named(actor, "F")->GetActor(), &actor);
+       },
+       {0, 1, 2, -1, -1, 3}},
+      {"remove a subtree",
+       [](ZoProtoActor& actor) {
+         ZoProtoNode* b = Named(actor, "B");
+         ZoProtoNode* c = Named(actor, "C");
+         actor.RemoveSubtree(b);
+         // The removed nodes are the caller's, no longer the actor's.
+         EXPECT_EQ(b->parent(), nullptr);
+         EXPECT_EQ(b->GetActor(), nullptr);
+         EXPECT_EQ(c->GetActor(), nullptr);
+         EXPECT_EQ(c->parent(), b);
+         delete b;
+       },
+       {0, 3}},
+      {"move a subtree", [](ZoProtoActor& actor) { actor.MoveSubtree(Named(actor, "B"), Named(actor, "D")); },
+       {0, 3, 1, 2}},
+      {"collapse one child", [](ZoProtoActor& actor) { actor.Collapse(Named(actor, "B")); }, {0, 1, 3}},
+  };
+  TempFolder folder;
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    ActorRef actor = FourSolids();
+    std::vector<RecordingSkill*> skills = AddRecordingSkills(*actor);
+    SaveClean(*actor, folder);
+    c.edit(*actor);
+    for (RecordingSkill const* skill : skills) {
+      ASSERT_EQ(skill->permutations.size(), 1u);
+      EXPECT_EQ(skill->permutations[0], c.newToOld);
+      EXPECT_EQ(skill->NumJoints(), static_cast<int>(c.newToOld.size()));
+    }
+    EXPECT_EQ(actor->IsDirty(), 1);
+    ExpectFreshBounds(*actor);
+  }
+}
+
+TEST(ZoSkeletonEditing, EditsOfNodesThatAreNotWhereTheyMustBeDoNothing) {
+  ActorRef other = FourSolids();
+  ZoProtoNode* foreign = Named(*other, "B");
+  ZoTransform3 const foreignHome = foreign->HomeTransform();
+  struct Case {
+    char const* name;
+    std::function<void(ZoProtoActor&)> edit;
+  };
+  Case const cases[] = {
+      {"remove the root", [](ZoProtoActor& actor) { actor.RemoveSubtree(actor.RootNode()); }},
+      {"move the root", [](ZoProtoActor& actor) { actor.MoveSubtree(actor.RootNode(), Named(actor, "D")); }},
+      {"move below itself", [](ZoProtoActor& actor) { actor.MoveSubtree(Named(actor, "B"), Named(actor, "C")); }},
+      {"add a node of a tree", [&](ZoProtoActor& actor) { actor.AddSubtree(foreign, Named(actor, "D")); }},
+      {"add the root below itself",
+       [](ZoProtoActor& actor) { actor.AddSubtree(actor.RootNode(), Named(actor, "D")); }},
+      {"remove another actor's node", [&](ZoProtoActor& actor) { actor.RemoveSubtree(foreign); }},
+      {"scale another actor's node", [&](ZoProtoActor& actor) { actor.ScaleSubtree(foreign, ZoVector3(2, 2, 2)); }},
+      {"re-pivot another actor's node", [&](ZoProtoActor& actor) { actor.TransformNode(foreign, Offset(1, 0, 0)); }},
+      {"collapse another actor's node", [&](ZoProtoActor& actor) { actor.Collapse(foreign); }},
+      {"collapse a handle",
+       [](ZoProtoActor& actor) {
+         Named(actor, "B")->SetStyle(ZoProtoNode::Handle);
+         actor.Collapse(Named(actor, "B"));
+       }},
+  };
+  TempFolder folder;
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    ActorRef actor = FourSolids();
+    std::vector<RecordingSkill*> skills = AddRecordingSkills(*actor);
+    SaveClean(*actor, folder);
+    ZoProtoNode* root = actor->RootNode();
+    c.edit(*actor);
+    EXPECT_EQ(actor->IsDirty(), 0);
+    EXPECT_EQ(actor->RootNode(), root);
+    EXPECT_EQ(actor->NodeTraversal()->NumNodes(), 4);
+    for (RecordingSkill const* skill : skills) EXPECT_TRUE(skill->permutations.empty() && skill->pivotedJoints.empty());
+  }
+  EXPECT_EQ(other->NodeTraversal()->NumNodes(), 4);
+  EXPECT_EQ(foreign->HomeTransform(), foreignHome);
+  EXPECT_EQ(foreign->GetActor(), other.get());
+}
+
+TEST(ZoSkeletonEditing, MovingKeepsThePlacementInTheRootsFrameAndAppendsLast) {
+  ActorRef actor = FourSolids();
+  ZoProtoNode* d = Named(*actor, "D");
+  d->addChild(Solid("E", Offset(0, -1, 0)));
+  actor->SetSkeleton(actor->RootNode());
+  ZoProtoSkill* skill = FigureSkill(actor.get(), "Walk");  // keys on A (joint 0) and C (joint 2)
+  actor->AddSkill(skill);
+  ZoJointKeyList* keysOfC = skill->Joint(2);
+
+  ZoProtoNode* c = Named(*actor, "C");
+  ZoTransform3 before;
+  c->GetRelativeHomeTransform(actor->RootNode(), before);
+  actor->MoveSubtree(c, d);
+
+  ZoTransform3 after;
+  c->GetRelativeHomeTransform(actor->RootNode(), after);
+  ExpectSameTransform(after, before);
+  EXPECT_EQ(c->parent(), d);
+  EXPECT_EQ(d->firstChild()->nextSibling(), c);  // behind E
+  // Joints A, B, D, E, C: C's keys moved with it to joint 4.
+  EXPECT_EQ(skill->Joint(4), keysOfC);
+  EXPECT_EQ(skill->Joint(2), nullptr);
+  EXPECT_EQ(skill->ParentIndex(4), 2);
+}
+
+TEST(ZoSkeletonEditing, CollapseMergesTheSubtreeIntoTheNodesFrameAndDestroysTheChildren) {
+  for (bool ownShape : {true, false}) {
+    SCOPED_TRACE(ownShape ? "the node has a shape" : "the first shape is a child's");
+    ZoProtoNode* n = Solid("N", ZoTransform3(ZoVector3(0, 1, 0), About(0.3f, ZoVector3(0, 1, 0))));
+    if (!ownShape) n->SetColModel(static_cast<ZoColModel*>(nullptr));
+    ZoProtoNode* g1 = Solid("G1", ZoTransform3(ZoVector3(1, 0, 0), About(0.7f, ZoVector3(0, 0, 1))));
+    ZoProtoNode* grip = Joint("Grip", ZoProtoNode::Handle, 0.1f);
+    grip->CreateColModel();  // a marker, which is not merged
+    g1->addChild(grip);
+    g1->addChild(Solid("G1a", Offset(0, 0, 1)));
+    n->addChild(g1);
+    n->addChild(Solid("G2", Offset(0, 1, 0)));
+    ZoProtoNode* root = Solid("Root", Offset(0, 0, 0));
+    root->addChild(n);
+    ActorRef actor(new ZoProtoActor);
+    actor->SetSkeleton(root);
+    std::vector<RecordingSkill*> skills = AddRecordingSkills(*actor);
+
+    // Every geometry node's vertices placed in N's frame.
+    std::vector<ZoVector3> expected;
+    ZoProtoTraversal parts(n, ZoProtoNode::Geometry);
+    for (int i = 0; i < parts.NumNodes(); ++i) {
+      if (parts.Node(i)->ColModel() == nullptr) continue;
+      ZoTransform3 placement;
+      parts.Node(i)->GetRelativeHomeTransform(n, placement);
+      ZoTriangleSet const* set = parts.Node(i)->ColModel()->GetTriangleSet();
+      for (int v = 0; v < set->GetNumVertices(); ++v) expected.push_back(placement * set->Vertex(v));
+    }
+    actor->Collapse(n);
+
+    EXPECT_EQ(n->firstChild(), nullptr);
+    EXPECT_EQ(actor->NodeTraversal()->NumNodes(), 2);
+    EXPECT_EQ(n->GetModelFormat(), ZoProtoNode::ModelWithTree);
+    ASSERT_NE(n->ColModel(), nullptr);
+    ASSERT_NE(n->ColModel()->GetRoot(), nullptr);
+    ZoTriangleSet const* merged = n->ColModel()->GetTriangleSet();
+    EXPECT_EQ(merged->GetNumTriangles(), (ownShape ? 4 : 3) * 12);
+    EXPECT_NE(merged->GetFlags() & ZoTriSetNormals, 0);
+    std::vector<ZoVector3> got;
+    for (int v = 0; v < merged->GetNumVertices(); ++v) got.push_back(merged->Vertex(v));
+    zoskeletontest::ExpectSamePointsInAnyOrder(got, expected, kWorldTolerance);
+    for (RecordingSkill const* skill : skills) {
+      ASSERT_EQ(skill->permutations.size(), 2u);  // once per child
+      EXPECT_EQ(skill->permutations[0], (std::vector<int32_t>{0, 1, 4}));
+      EXPECT_EQ(skill->permutations[1], (std::vector<int32_t>{0, 1}));
+    }
+    EXPECT_EQ(actor->IsDirty(), 1);
+    ExpectFreshBounds(*actor);
+  }
+}
+
+// --- Pivots and scales ----------------------------------------------------------------------
+
+namespace {
+
+// The world pose of a joint sampled at `time`: the product of the sampled
+// local transforms along its parent joints.
+ZoTransform3 SampledWorld(ZoProtoSkill& skill, int joint, uint32_t time) {
+  ZoTransform3 world;
+  for (int j = joint; j >= 0; j = skill.ParentIndex(j)) {
+    ZoJointKeyframe pose;
+    EXPECT_EQ(skill.Joint(j)->SampleAtTime(time, pose, 1), 1);
+    world = pose.localTransform * world;
+  }
+  return world;
+}
+
+}  // namespace
+
+TEST(ZoSkeletonEditing, RepivotingANodeKeepsTheSampledWorldPoseOfItsChildren) {
+  ZoProtoNode* root = Solid("Root", Offset(0, 1, 0));
+  ZoProtoNode* n = Solid("N", ZoTransform3(ZoVector3(0.3f, 1, 0), About(0.5f, ZoVector3(0, 0, 1))));
+  n->addChild(Solid("C1", ZoTransform3(ZoVector3(0, 0.8f, 0.2f), About(-0.4f, ZoVector3(1, 0, 0)))));
+  n->addChild(Solid("C2", Offset(0.6f, 0, 0)));
+  root->addChild(n);
+  ActorRef actor(new ZoProtoActor);
+  actor->SetSkeleton(root);
+  // Every joint keyed at 0 and 100 with its home transform turned a little.
+  auto* skill = new ZoProtoSkill;
+  skill->SetupFromPrototype(actor.get());
+  for (int j = 0; j < skill->NumJoints(); ++j)
+    for (uint32_t time : {0u, 100u}) {
+      auto* key = new ZoJointKeyframe;
+      key->setTime(time);
+      key->localTransform =
+          actor->GeomTraversal()->Node(j)->HomeTransform() * ZoTransform3(ZoVector3(0.01f * time, 0, 0),
+                                                                          About(0.002f * time, ZoVector3(0, 1, 0)));
+      skill->InitJoint(j)->Insert(key, 0);
+    }
+  actor->AddSkill(skill);
+  std::vector<ZoTransform3> before;
+  for (int child : {2, 3})
+    for (uint32_t time : {0u, 100u}) before.push_back(SampledWorld(*skill, child, time));
+
+  TempFolder folder;
+  SaveClean(*actor, folder);
+  actor->TransformNode(n, ZoTransform3(ZoVector3(0.2f, -0.1f, 0.3f), About(1.1f, ZoVector3(0.6f, 0, 0.8f))));
+
+  size_t k = 0;
+  for (int child : {2, 3})
+    for (uint32_t time : {0u, 100u}) ExpectSameTransform(SampledWorld(*skill, child, time), before[k++]);
+  EXPECT_EQ(actor->IsDirty(), 1);
+}
+
+TEST(ZoSkeletonEditing, RepivotingANodeThatIsNotAJointPassesMinusOne) {
+  ActorRef actor = FigureActor("Dog");
+  std::vector<RecordingSkill*> skills = AddRecordingSkills(*actor);
+  TempFolder folder;
+  SaveClean(*actor, folder);
+  actor->TransformNode(Named(*actor, "Grip"), Offset(0, 0.1f, 0));
+  for (RecordingSkill const* skill : skills) EXPECT_EQ(skill->pivotedJoints, std::vector<int>{-1});
+  EXPECT_EQ(actor->IsDirty(), 1);
+}
+
+namespace {
+
+ZoVector3 Times(ZoVector3 v, ZoVector3 const& s) { return v *= s; }
+
+// What scaling a subtree by `s` must make of a copy of it, field by field.
+void ScaleByHand(ZoProtoNode& node, ZoVector3 const& s, bool top) {
+  if (!top) node.SetHomeTransform(ZoTransform3(Times(node.HomeTransform().translation, s), node.HomeTransform().rotation));
+  for (ZoColSphere& sphere : node.ColSpheres()) {
+    sphere.center = Times(sphere.center, s);
+    sphere.radius *= s.x;
+  }
+  if (ZoProtoHandleInfo* handle = node.HandleInfo()) {
+    handle->radius *= s.x;
+    handle->length *= s.y;
+  }
+  if (ZoProtoGeomInfo* geometry = node.GeomInfo(); geometry != nullptr && geometry->squareKind != 0) {
+    geometry->width *= s.x;
+    geometry->height *= s.y;
+  }
+  for (int i = 0; node.SplineInfo() != nullptr && i < node.SplineInfo()->NumControlPoints(); ++i) {
+    ZoSplineControlPoint* point = node.SplineInfo()->ControlPoint(i);
+    for (ZoTransform3* t : {&point->transform, &point->inControl, &point->outControl})
+      t->translation = Times(t->translation, s);
+  }
+  for (ZoTreeNode* c = node.firstChild(); c != nullptr; c = c->nextSibling())
+    ScaleByHand(*static_cast<ZoProtoNode*>(c), s, false);
+}
+
+}  // namespace
+
+TEST(ZoSkeletonEditing, ScalingASubtreeChangesExactlyItsSizesAndTheBoundsFollow) {
+  for (ZoVector3 const s : {ZoVector3(2, 1, 1), ZoVector3(2, 3, 5)}) {
+    SCOPED_TRACE(::testing::Message() << "scale " << s.x << ", " << s.y << ", " << s.z);
+    // Every style, and one measured solid so that the bounds have a source.
+    std::unique_ptr<ZoProtoNode> root = zoskeletontest::Skeleton();
+    root->SetHomeTransform(ZoTransform3());
+    root->addChild(Solid("body", Offset(1, 0, 0)));
+    ZoProtoNode expected(*root);
+    ScaleByHand(expected, s, true);
+    ActorRef actor(new ZoProtoActor);
+    actor->SetSkeleton(root.release());
+    ZoVector3 boxMin, boxMax, min, max;
+    actor->GetBoundingBox(boxMin, boxMax);
+    ZoProtoNode original(*actor->RootNode());
+
+    actor->ScaleSubtree(actor->RootNode(), s);
+
+    EXPECT_EQ(zoskeletontest::BodyWithoutGeometry(*actor->RootNode()), zoskeletontest::BodyWithoutGeometry(expected));
+    ZoProtoTraversal now(actor->RootNode(), 0), was(&original, 0);
+    for (int i = 0; i < now.NumNodes(); ++i) {
+      if (was.Node(i)->ColModel() == nullptr) continue;
+      SCOPED_TRACE(was.Node(i)->Name().c_str());
+      ZoVector3 lo, hi, scaledLo, scaledHi;
+      was.Node(i)->ColModel()->GetTriangleSet()->FindBoundingBox(lo, hi);
+      now.Node(i)->ColModel()->GetTriangleSet()->FindBoundingBox(scaledLo, scaledHi);
+      zotest::ExpectNear(scaledLo, Times(lo, s));
+      zotest::ExpectNear(scaledHi, Times(hi, s));
+    }
+    actor->GetBoundingBox(min, max);
+    zotest::ExpectNear(min, Times(boxMin, s));
+    zotest::ExpectNear(max, Times(boxMax, s));
+    EXPECT_EQ(actor->IsDirty(), 1);
+  }
+}
+
+TEST(ZoSkeletonEditing, ScalingAJointScalesTheKeysOfItsSubtreeOnly) {
+  ActorRef actor = FigureActor("Dog");
+  ZoProtoSkill* skill = FigureSkill(actor.get(), "Walk");  // keys on Hips (joint 0) and Head (2)
+  actor->AddSkill(skill);
+  ZoProtoSkill untouched(*skill);
+  actor->ScaleSubtree(Named(*actor, "Spine"), ZoVector3(2, 1, 1));
+  ZoKeyListNode* p = nullptr;
+  ZoJointKeyframe const* head = skill->Joint(2)->GetFirst(p);
+  EXPECT_EQ(head->localTransform.translation, ZoVector3(6, 6, -3));
+  EXPECT_EQ(head->point, ZoVector3(6, -3, 0.5f));
+  EXPECT_EQ(Body(*skill->Joint(0)), Body(*untouched.Joint(0)));
+  EXPECT_EQ(Named(*actor, "Head")->HomeTransform().translation, ZoVector3(0.5f, 1, 0));
+}
+
+// --- Random runs of edits against a model ------------------------------------------------------
+
+namespace {
+
+constexpr int kSkills = 3;
+constexpr int kMaxNodes = 40;
+
+// Which keys each node's joint must carry: a node's tag, 0 for a node added
+// after the skills were made (its joint has no keys).
+class EditModel {
+ public:
+  explicit EditModel(uint32_t seed) : rng(seed) {}
+
+  int Below(int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng); }
+
+  ZoProtoNode* NewNode(bool tagged) {
+    static int32_t const kStyles[] = {ZoProtoNode::Geometry, ZoProtoNode::Geometry, ZoProtoNode::Geometry,
+                                      ZoProtoNode::Handle, ZoProtoNode::Floor};
+    auto* node = new ZoProtoNode;
+    node->SetStyle(kStyles[Below(5)]);
+    node->SetHomeTransform(ZoTransform3(ZoVector3(0.1f * static_cast<float>(Below(5)), 0.3f, 0), ZoRotation3()));
+    if (node->Style() == ZoProtoNode::Geometry && Below(2) == 0)
+      node->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(0.1f, 0.1f, 0.1f)));
+    tags[node] = tagged ? nextTag++ : 0;
+    return node;
+  }
+
+  // `count` nodes, each below a random earlier one.
+  ZoProtoNode* NewSubtree(int count, bool tagged) {
+    std::vector<ZoProtoNode*> made{NewNode(tagged)};
+    while (static_cast<int>(made.size()) < count) {
+      ZoProtoNode* node = NewNode(tagged);
+      made[static_cast<size_t>(Below(static_cast<int>(made.size())))]->addChild(node);
+      made.push_back(node);
+    }
+    return made[0];
+  }
+
+  // Forgets the nodes of `subtree` (itself included unless `keepTop`).
+  void Forget(ZoProtoNode* subtree, bool keepTop) {
+    ZoProtoTraversal all(subtree, 0);
+    for (int i = keepTop ? 1 : 0; i < all.NumNodes(); ++i) tags.erase(all.Node(i));
+  }
+
+  std::mt19937 rng;
+  std::unordered_map<ZoProtoNode const*, int> tags;
+  int nextTag = 1;
+};
+
+// Every joint of every skill carries one key, tagged by its node and skill.
+ZoProtoSkill* TaggedSkill(ZoProtoActor* actor, EditModel const& model, int s) {
+  auto* skill = new ZoProtoSkill;
+  skill->SetName(ZoString("Skill") + ZoString(s));
+  skill->SetupFromPrototype(actor);
+  for (int i = 0; i < skill->NumJoints(); ++i) {
+    auto* key = new ZoJointKeyframe;
+    key->tag = model.tags.at(actor->GeomTraversal()->Node(i)) * kSkills + s;
+    skill->InitJoint(i)->Insert(key);
+  }
+  return skill;
+}
+
+void ExpectSkillsFollowTheirNodes(ZoProtoActor& actor, EditModel const& model, std::vector<ZoProtoSkill*> const& skills) {
+  ZoProtoTraversal const* joints = actor.GeomTraversal();
+  for (int s = 0; s < kSkills; ++s) {
+    ZoProtoSkill* skill = skills[static_cast<size_t>(s)];
+    ASSERT_EQ(skill->NumJoints(), joints->NumNodes());
+    for (int i = 0; i < joints->NumNodes(); ++i) {
+      ZoProtoNode* node = joints->Node(i);
+      auto found = model.tags.find(node);
+      ASSERT_NE(found, model.tags.end()) << "joint " << i << " is a node the model does not know";
+      ZoJointKeyList* keys = skill->Joint(i);
+      ZoTreeNode* up = node->parent();
+      EXPECT_EQ(skill->ParentIndex(i), up != nullptr ? joints->NodeIndex(static_cast<ZoProtoNode*>(up)) : -1);
+      if (found->second == 0) {
+        ASSERT_EQ(keys, nullptr) << "new joint " << i << " has keys";
+        continue;
+      }
+      ASSERT_NE(keys, nullptr) << "joint " << i << " lost its keys";
+      ZoKeyListNode* p = nullptr;
+      ZoJointKeyframe const* key = keys->GetFirst(p);
+      ASSERT_NE(key, nullptr);
+      EXPECT_EQ(key->tag, found->second * kSkills + s) << "joint " << i;
+      EXPECT_EQ(keys->GetNext(p), nullptr);
+    }
+  }
+  ZoProtoTraversal const* all = actor.NodeTraversal();
+  for (int i = 0; i < all->NumNodes(); ++i) ASSERT_EQ(all->Node(i)->GetActor(), &actor);
+}
+
+}  // namespace
+
+TEST(ZoSkeletonEditing, RandomEditsKeepEveryJointsKeysWithItsNode) {
+  for (uint32_t seed = 1; seed <= 20; ++seed) {
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    EditModel model(seed);
+    ActorRef actor(new ZoProtoActor);
+    actor->SetSkeleton(model.NewSubtree(12, true));
+    std::vector<ZoProtoSkill*> skills;
+    for (int s = 0; s < kSkills; ++s) {
+      skills.push_back(TaggedSkill(actor.get(), model, s));
+      actor->AddSkill(skills.back());
+    }
+    for (int step = 0; step < 300 && !::testing::Test::HasFailure(); ++step) {
+      ZoProtoTraversal const* all = actor->NodeTraversal();
+      int n = all->NumNodes();
+      ZoProtoNode* node = all->Node(model.Below(n));
+      ZoProtoNode* other = all->Node(model.Below(n));
+      // Adds three times as often as removals and collapses, moves twice.
+      static int const kEdits[] = {0, 0, 0, 1, 2, 2, 3};
+      int edit = n < 4 ? 0 : n > kMaxNodes ? 1 : kEdits[model.Below(7)];
+      SCOPED_TRACE(::testing::Message() << "step " << step << ", edit " << edit << " of a tree of " << n);
+      if (edit == 0) {
+        actor->AddSubtree(model.NewSubtree(1 + model.Below(3), false), node);
+      } else if (edit == 1 && node->parent() != nullptr) {
+        actor->RemoveSubtree(node);
+        model.Forget(node, false);
+        delete node;
+      } else if (edit == 2 && node->parent() != nullptr && !node->hasDescendant(other)) {
+        actor->MoveSubtree(node, other);
+      } else if (edit == 3 && node->Style() == ZoProtoNode::Geometry) {
+        model.Forget(node, true);
+        actor->Collapse(node);
+      }
+      ExpectSkillsFollowTheirNodes(*actor, model, skills);
+    }
+  }
+}
