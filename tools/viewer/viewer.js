@@ -2,14 +2,19 @@
 // and lights it, lists its skills (glTF animations) and nodes, and plays the
 // chosen skill on a loop (?skill= picks the first one; else the first
 // animation). window.zoViewer lets a test drive it: play(name), pause(),
-// resume(), seek(seconds).
+// resume(), seek(seconds), and capture(), which draws the current pose at
+// once and returns the canvas as a PNG data URL with the skill's time.
 import * as THREE from 'three';
 import { GLTFLoader } from 'three/addons/loaders/GLTFLoader.js';
 import { OrbitControls } from 'three/addons/controls/OrbitControls.js';
 
 const BACKGROUND = 0x1d2128;
 // How much room the framing leaves around the actor's bounds.
-const FRAME_MARGIN = 1.6;
+const FRAME_MARGIN = 1.15;
+// The longest step of the animation clock between two frames (seconds): a
+// slow renderer still plays in real time, and a tab that was hidden does
+// not jump far.
+const LONGEST_STEP = 0.5;
 
 const params = new URLSearchParams(window.location.search);
 const canvas = document.getElementById('canvas');
@@ -153,7 +158,7 @@ function listNodes(json) {
 }
 
 function animate() {
-  const delta = Math.min(timer.update().getDelta(), 0.1);
+  const delta = Math.min(timer.update().getDelta(), LONGEST_STEP);
   if (state.playing) {
     mixer.update(delta);
     showTime();
@@ -169,7 +174,16 @@ slider.addEventListener('input', () => {
 });
 window.addEventListener('resize', resize);
 
-window.zoViewer = { clips: [], play, seek, pause: () => setPlaying(false), resume: () => setPlaying(true), state };
+// The pose of this moment drawn now (not at the next frame), so that what
+// a caller reads matches the time it is given.
+function capture() {
+  renderer.render(scene, camera);
+  return { image: canvas.toDataURL('image/png'), time: state.action ? state.action.time : 0 };
+}
+
+window.zoViewer = {
+  clips: [], play, seek, capture, pause: () => setPlaying(false), resume: () => setPlaying(true), state,
+};
 
 new GLTFLoader().load(
   params.get('model') || './actor.glb',
