@@ -23,11 +23,12 @@ void WriteBytes(std::string const& path, void const* bytes, size_t size) {
   out.write(static_cast<char const*>(bytes), static_cast<std::streamsize>(size));
 }
 
-ZoProtoNode* Node(char const* name, int32_t style, ZoVector3 const& offset, ZoProtoNode* parent) {
+ZoProtoNode* Node(char const* name, int32_t style, ZoVector3 const& offset, ZoProtoNode* parent,
+                  ZoRotation3 const& turn = ZoRotation3()) {
   auto* node = new ZoProtoNode;
   node->SetName(name);
   node->SetStyle(style);
-  node->SetHomeTransform(ZoTransform3(offset, ZoRotation3()));
+  node->SetHomeTransform(ZoTransform3(offset, turn));
   if (parent != nullptr) parent->addChild(node);
   return node;
 }
@@ -102,7 +103,9 @@ std::string WriteEveryStyleActor(std::string const& parent) {
   glass.flags |= ZoMaterial::FLAG_TWO_SIDED;
   ZoProtoNode* body = Node("Body", ZoProtoNode::Geometry, ZoVector3(0, 1, 0), nullptr);
   body->SetColModel(TexturedQuad(Textured("TEXTURES\\CHECKER.PNG"), &glass));
-  ZoProtoNode* grip = Node("Grip", ZoProtoNode::Handle, ZoVector3(0.5f, 0, 0), body);
+  ZoRotation3 quarterTurn;
+  quarterTurn.setValue(1.5707964f, ZoVector3(0, 0, 1));
+  ZoProtoNode* grip = Node("Grip", ZoProtoNode::Handle, ZoVector3(0.5f, 0, 0), body, quarterTurn);
   Node("Ground", ZoProtoNode::Floor, ZoVector3(0, -1, 0), body);
   ZoProtoNode* cam = Node("Cam", ZoProtoNode::Camera, ZoVector3(0, 0.5f, 2), body);
   cam->CameraInfo()->angle = 0.8f;

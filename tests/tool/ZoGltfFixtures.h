@@ -12,9 +12,10 @@ namespace zogltftest {
 // `parent`/EveryStyle: "Body" (geometry: a textured quad of two triangles
 // with two materials, the first naming "TEXTURES\CHECKER.PNG" for the file
 // Textures/Checker.png, the second half transparent and two-sided), below
-// it "Grip" (handle), "Ground" (floor), "Cam" (camera), "Spot" (spot light
-// shining down), "Bulb" (point light), "Sun" (directional light), "Path"
-// (spline), "Odd" (style 7), and "Arm" (geometry, a cube) below Grip.
+// it "Grip" (handle, a quarter turn about z), "Ground" (floor), "Cam"
+// (camera), "Spot" (spot light shining down), "Bulb" (point light), "Sun"
+// (directional light), "Path" (spline), "Odd" (style 7), and "Arm"
+// (geometry, a cube) below Grip.
 // Skill "Turn": Body moves and Arm turns, keys at 0, 100 and 200.
 // Returns the actor folder.
 std::string WriteEveryStyleActor(std::string const& parent);
