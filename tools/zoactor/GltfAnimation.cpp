@@ -137,7 +137,8 @@ void GltfBuilder::AddAnimation(ZoProtoSkill& skill) {
     Skip("bad-sample", name, fmt::format("{} sampled translations were not finite; they hold the home", badSamples));
   model.animations.push_back(animation);
   report.animations.push_back(GltfAnimationFacts{name, static_cast<int>(animation.channels.size()),
-                                                 static_cast<int>(seconds.size()), static_cast<double>(seconds.back())});
+                                                 static_cast<int>(seconds.size()),
+                                                 static_cast<double>(times.back()) * options.secondsPerUnit});
 }
 
 }  // namespace zotool

@@ -81,7 +81,9 @@ struct GltfSkip {
 struct GltfAnimationFacts {
   std::string name;
   int channels = 0;
+  // The sample times of every channel.
   int samples = 0;
+  // The time of the last sample: the skill's last key in seconds.
   double seconds = 0.0;
 };
 
