@@ -14,6 +14,8 @@ void AddDumpCommand(CLI::App& app, int& status);
 void AddValidateCommand(CLI::App& app, int& status);
 void AddUpgradeCommand(CLI::App& app, int& status);
 void AddSampleCommand(CLI::App& app, int& status);
+void AddExportCommand(CLI::App& app, int& status);
+void AddViewCommand(CLI::App& app, int& status);
 
 // Runs the tool on `argc`/`argv` as main does; returns the exit status.
 int RunTool(int argc, char const* const* argv);

@@ -8,7 +8,7 @@
 namespace zotool {
 
 int RunTool(int argc, char const* const* argv) {
-  CLI::App app{"zoactor: inspect, validate, upgrade and demonstrate actor folders and files.\n"
+  CLI::App app{"zoactor: inspect, validate, upgrade, export and demonstrate actor folders and files.\n"
                "JSON goes to stdout, messages to stderr; exit status 0 ok, 1 a file failed, 2 a usage error."};
   app.require_subcommand(1, 1);
   app.set_version_flag("--version", ZoActorVersion());
@@ -19,6 +19,8 @@ int RunTool(int argc, char const* const* argv) {
   AddValidateCommand(app, status);
   AddUpgradeCommand(app, status);
   AddSampleCommand(app, status);
+  AddExportCommand(app, status);
+  AddViewCommand(app, status);
   app.add_subcommand("version", "Print the library's version")->callback([] { fmt::print("{}\n", ZoActorVersion()); });
   try {
     app.parse(argc, argv);

@@ -1,0 +1,444 @@
+// `zoactor export` read back with tinygltf and compared with what the
+// library itself says of the same actor: node names and order, world
+// transforms, triangles per mesh, and every animation channel against
+// ZoJointKeyList::SampleAtTime; the faults the export reports and survives;
+// `--scale`, `--time-unit`, `--gltf`; `zoactor view`; and the byte layout of
+// the export's buffer.
+#include "GltfBuffer.h"
+#include "ToolFiles.h"
+#include "ToolLoad.h"
+#include "ZoGltfFixtures.h"
+#include "ZoToolTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <set>
+
+namespace {
+
+using namespace zotooltest;
+namespace fs = std::filesystem;
+
+// Transforms read back agree with the library's to this much (lengths in
+// the actor's units, quaternion components): float32 products of a few
+// home transforms.
+constexpr float kTransformTolerance = 1e-4f;
+
+// Keeps an embedded image's bytes as they are (nothing is decoded), so the
+// test can compare them with the texture file.
+bool KeepImageBytes(tinygltf::Image* image, int, std::string*, std::string*, int, int, unsigned char const* bytes,
+                    int size, void*) {
+  image->image.assign(bytes, bytes + size);
+  return true;
+}
+
+// What the tool wrote and what tinygltf read of it.
+struct Export {
+  ToolRun run;
+  tinygltf::Model model;
+  std::string loadError;
+};
+
+Export ExportAndRead(std::string const& actor, std::string const& file, std::string const& options) {
+  Export out;
+  out.run = RunTool("export " + Quoted(actor) + " -o " + Quoted(file) + " " + options);
+  tinygltf::TinyGLTF loader;
+  loader.SetImageLoader(KeepImageBytes, nullptr);
+  std::string warning;
+  bool binary = file.size() >= 4 && file.compare(file.size() - 4, 4, ".glb") == 0;
+  bool ok = binary ? loader.LoadBinaryFromFile(&out.model, &out.loadError, &warning, file)
+                   : loader.LoadASCIIFromFile(&out.model, &out.loadError, &warning, file);
+  if (!ok && out.loadError.empty()) out.loadError = "tinygltf cannot read " + file;
+  return out;
+}
+
+ZoRef<ZoProtoActor> LoadFolder(std::string const& folder) {
+  zotool::Issue failure;
+  return zotool::LoadActor(zotool::ActorFileOf(folder), failure);
+}
+
+std::vector<float> Floats(tinygltf::Model const& model, int accessorIndex) {
+  tinygltf::Accessor const& accessor = model.accessors.at(static_cast<size_t>(accessorIndex));
+  tinygltf::BufferView const& view = model.bufferViews.at(static_cast<size_t>(accessor.bufferView));
+  size_t components = static_cast<size_t>(tinygltf::GetNumComponentsInType(static_cast<uint32_t>(accessor.type)));
+  std::vector<float> values(accessor.count * components);
+  unsigned char const* data = model.buffers.at(static_cast<size_t>(view.buffer)).data.data() + view.byteOffset +
+                              accessor.byteOffset;
+  std::memcpy(values.data(), data, values.size() * sizeof(float));
+  return values;
+}
+
+ZoTransform3 LocalOf(tinygltf::Node const& node) {
+  ZoTransform3 t;
+  if (node.translation.size() == 3)
+    t.translation = ZoVector3(static_cast<float>(node.translation[0]), static_cast<float>(node.translation[1]),
+                              static_cast<float>(node.translation[2]));
+  if (node.rotation.size() == 4)
+    t.rotation = ZoRotation3(static_cast<float>(node.rotation[3]), static_cast<float>(node.rotation[0]),
+                             static_cast<float>(node.rotation[1]), static_cast<float>(node.rotation[2]));
+  return t;
+}
+
+// The world transform of every glTF node, from the scene's roots down.
+std::vector<ZoTransform3> WorldTransforms(tinygltf::Model const& model) {
+  std::vector<ZoTransform3> world(model.nodes.size());
+  std::vector<std::pair<int, ZoTransform3>> pending;
+  for (int root : model.scenes.at(0).nodes) pending.emplace_back(root, ZoTransform3());
+  while (!pending.empty()) {
+    auto [index, parent] = pending.back();
+    pending.pop_back();
+    world[static_cast<size_t>(index)] = parent * LocalOf(model.nodes[static_cast<size_t>(index)]);
+    for (int child : model.nodes[static_cast<size_t>(index)].children)
+      pending.emplace_back(child, world[static_cast<size_t>(index)]);
+  }
+  return world;
+}
+
+void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, std::string const& what) {
+  EXPECT_NEAR(a.x, b.x, kTransformTolerance) << what;
+  EXPECT_NEAR(a.y, b.y, kTransformTolerance) << what;
+  EXPECT_NEAR(a.z, b.z, kTransformTolerance) << what;
+}
+
+// Rotations agree up to sign (q and -q are one rotation).
+void ExpectSameRotation(ZoRotation3 const& a, ZoRotation3 const& b, std::string const& what) {
+  float dot = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
+  EXPECT_NEAR(std::fabs(dot), 1.0f, kTransformTolerance) << what;
+}
+
+// A glTF LINEAR sampler's value at `seconds`: lerp for translations, the
+// shorter-arc slerp for rotations (x, y, z, w in the file).
+ZoTransform3 SampleChannel(tinygltf::Model const& model, tinygltf::AnimationSampler const& sampler, float seconds,
+                           bool rotation) {
+  std::vector<float> times = Floats(model, sampler.input);
+  std::vector<float> values = Floats(model, sampler.output);
+  size_t n = rotation ? 4 : 3;
+  size_t b = static_cast<size_t>(std::upper_bound(times.begin(), times.end(), seconds) - times.begin());
+  size_t a = b == 0 ? 0 : b - 1;
+  b = std::min(b, times.size() - 1);
+  float u = b == a ? 0.0f : (seconds - times[a]) / (times[b] - times[a]);
+  ZoTransform3 out;
+  if (rotation) {
+    auto at = [&](size_t i) { return ZoRotation3(values[i * n + 3], values[i * n], values[i * n + 1], values[i * n + 2]); };
+    out.rotation.interpolate(at(a), at(b), u);
+  } else {
+    auto at = [&](size_t i) { return ZoVector3(values[i * n], values[i * n + 1], values[i * n + 2]); };
+    out.translation = at(a) + (at(b) - at(a)) * u;
+  }
+  return out;
+}
+
+int NodeNamed(tinygltf::Model const& model, std::string const& name) {
+  for (size_t i = 0; i < model.nodes.size(); ++i)
+    if (model.nodes[i].name == name) return static_cast<int>(i);
+  return -1;
+}
+
+std::set<std::string> SkipCodes(Json const& summary) {
+  std::set<std::string> codes;
+  for (Json const& skip : summary.at("skipped")) codes.insert(skip.at("subject").get<std::string>() + ":" +
+                                                              skip.at("code").get<std::string>());
+  return codes;
+}
+
+// The demo actor and the fixture actors, each exported once with all its
+// skills.
+class ZoGltfExport : public ::testing::Test {
+ protected:
+  struct Case {
+    std::string name;
+    std::string folder;
+    Export exported;
+  };
+
+  static void SetUpTestSuite() {
+    folder = new zotest::TempFolder;
+    cases = new std::vector<Case>;
+    std::string const parent = folder->path();
+    for (std::string const& actor : {DemoFolder(), zogltftest::WriteEveryStyleActor(parent),
+                                     zogltftest::WriteOlderActor(parent), zogltftest::WriteFaultyActor(parent)}) {
+      std::string name = fs::path(actor).filename().string();
+      cases->push_back(Case{name, actor, ExportAndRead(actor, *folder / (name + ".glb"), "--all-skills")});
+    }
+  }
+  static void TearDownTestSuite() {
+    delete cases;
+    delete folder;
+  }
+  static Case const& Named(std::string const& name) {
+    return *std::find_if(cases->begin(), cases->end(), [&](Case const& c) { return c.name == name; });
+  }
+
+  static zotest::TempFolder* folder;
+  static std::vector<Case>* cases;
+};
+
+zotest::TempFolder* ZoGltfExport::folder = nullptr;
+std::vector<ZoGltfExport::Case>* ZoGltfExport::cases = nullptr;
+
+TEST_F(ZoGltfExport, EveryActorIsWrittenAndReadBack) {
+  for (Case const& c : *cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(c.exported.run.status, 0) << c.exported.run.err;
+    EXPECT_EQ(c.exported.loadError, "");
+    EXPECT_EQ(c.exported.model.asset.version, "2.0");
+  }
+}
+
+TEST_F(ZoGltfExport, NodesKeepTheirNamesOrderAndWorldTransforms) {
+  for (Case const& c : *cases) {
+    SCOPED_TRACE(c.name);
+    ZoRef<ZoProtoActor> actor = LoadFolder(c.folder);
+    ASSERT_TRUE(actor);
+    ZoProtoTraversal const& nodes = *actor->NodeTraversal();
+    tinygltf::Model const& model = c.exported.model;
+    int helpers = c.exported.run.json.at("helperNodes").get<int>();
+    ASSERT_EQ(static_cast<int>(model.nodes.size()), nodes.NumNodes() + helpers);
+    ASSERT_EQ(model.scenes.at(0).nodes, std::vector<int>{0});
+    std::vector<ZoTransform3> world = WorldTransforms(model);
+    for (int i = 0; i < nodes.NumNodes(); ++i) {
+      ZoProtoNode const* node = nodes.Node(i);
+      std::string name = node->Name().c_str();
+      EXPECT_EQ(model.nodes[static_cast<size_t>(i)].name, name);
+      ZoTransform3 expected;
+      ZoProtoNode::GetRelativeHomeTransform(node, nullptr, expected);
+      ExpectNear(world[static_cast<size_t>(i)].translation, expected.translation, name);
+      ExpectSameRotation(world[static_cast<size_t>(i)].rotation, expected.rotation, name);
+    }
+  }
+}
+
+TEST_F(ZoGltfExport, EveryGeometryNodeWithTrianglesHasAMeshOfThemAll) {
+  for (Case const& c : *cases) {
+    SCOPED_TRACE(c.name);
+    ZoRef<ZoProtoActor> actor = LoadFolder(c.folder);
+    ASSERT_TRUE(actor);
+    tinygltf::Model const& model = c.exported.model;
+    ZoProtoTraversal const& nodes = *actor->NodeTraversal();
+    for (int i = 0; i < nodes.NumNodes(); ++i) {
+      ZoProtoNode const* node = nodes.Node(i);
+      ZoTriangleSet const* set = node->ColModel() != nullptr ? node->ColModel()->GetTriangleSet() : nullptr;
+      bool drawn = node->Style() == ZoProtoNode::Geometry && set != nullptr && set->GetNumTriangles() > 0;
+      tinygltf::Node const& out = model.nodes[static_cast<size_t>(i)];
+      ASSERT_EQ(out.mesh >= 0, drawn) << node->Name().c_str();
+      if (!drawn) continue;
+      tinygltf::Mesh const& mesh = model.meshes[static_cast<size_t>(out.mesh)];
+      size_t corners = 0;
+      std::set<int> materials;
+      for (tinygltf::Primitive const& primitive : mesh.primitives) {
+        corners += model.accessors[static_cast<size_t>(primitive.indices)].count;
+        EXPECT_EQ(model.accessors[static_cast<size_t>(primitive.attributes.at("POSITION"))].count,
+                  static_cast<size_t>(set->GetNumVertices()));
+        materials.insert(primitive.material);
+      }
+      EXPECT_EQ(corners, 3u * static_cast<size_t>(set->GetNumTriangles())) << node->Name().c_str();
+      EXPECT_EQ(materials.size(), mesh.primitives.size()) << "one primitive per material";
+    }
+  }
+}
+
+// Each skill's channels agree with SampleAtTime at a key time, at a time
+// between two samples, and at the last key.
+TEST_F(ZoGltfExport, AnimationsFollowSampleAtTime) {
+  struct Probe {
+    char const* actor;
+    char const* skill;
+    uint32_t times[3];
+  };
+  Probe const probes[] = {
+      {"Robo", "Walk", {250, 377, 1000}},
+      {"Robo", "Wave", {0, 511, 800}},
+      {"EveryStyle", "Turn", {100, 133, 200}},
+      {"Old", "Step", {0, 37, 100}},
+  };
+  for (Probe const& probe : probes) {
+    SCOPED_TRACE(std::string(probe.actor) + "/" + probe.skill);
+    Case const& c = Named(probe.actor);
+    ZoRef<ZoProtoActor> actor = LoadFolder(c.folder);
+    ASSERT_TRUE(actor);
+    ZoProtoSkill* skill = actor->GetSkill(probe.skill, 0);
+    ASSERT_NE(skill, nullptr);
+    tinygltf::Model const& model = c.exported.model;
+    auto animation = std::find_if(model.animations.begin(), model.animations.end(),
+                                  [&](tinygltf::Animation const& a) { return a.name == probe.skill; });
+    ASSERT_NE(animation, model.animations.end());
+    int keyed = 0;
+    for (int j = 0; j < skill->NumJoints(); ++j) keyed += skill->Joint(j) != nullptr && skill->Joint(j)->NumKeyframes() > 0;
+    ASSERT_EQ(animation->channels.size(), 2u * static_cast<size_t>(keyed));
+    for (tinygltf::AnimationChannel const& channel : animation->channels) {
+      ZoProtoNode const* node = actor->NodeTraversal()->Node(channel.target_node);
+      int joint = actor->GeomTraversal()->NodeIndex(node);
+      ASSERT_GE(joint, 0) << "channels drive joints only";
+      bool rotation = channel.target_path == "rotation";
+      for (uint32_t time : probe.times) {
+        ZoJointKeyframe expected;
+        ASSERT_EQ(skill->Joint(joint)->SampleAtTime(std::max(time, skill->Joint(joint)->FirstTime()), expected, 1), 1);
+        ZoTransform3 got = SampleChannel(model, animation->samplers[static_cast<size_t>(channel.sampler)],
+                                         static_cast<float>(time) * 0.001f, rotation);
+        std::string what = std::string(node->Name().c_str()) + " " + channel.target_path + " at " +
+                           std::to_string(time);
+        if (rotation) {
+          ExpectSameRotation(got.rotation, expected.localTransform.rotation, what);
+        } else {
+          ExpectNear(got.translation, expected.localTransform.translation, what);
+        }
+      }
+    }
+  }
+}
+
+TEST_F(ZoGltfExport, MaterialsTexturesCamerasAndLightsOfEveryStyle) {
+  Case const& c = Named("EveryStyle");
+  tinygltf::Model const& model = c.exported.model;
+  // Body's quad: the textured white material and the half-transparent red one.
+  tinygltf::Mesh const& body = model.meshes.at(static_cast<size_t>(model.nodes.at(0).mesh));
+  ASSERT_EQ(body.primitives.size(), 2u);
+  tinygltf::Material const& textured = model.materials.at(static_cast<size_t>(body.primitives[0].material));
+  tinygltf::Material const& glass = model.materials.at(static_cast<size_t>(body.primitives[1].material));
+  EXPECT_EQ(textured.alphaMode, "OPAQUE");
+  ASSERT_EQ(model.images.size(), 1u);
+  EXPECT_EQ(textured.pbrMetallicRoughness.baseColorTexture.index, 0);
+  EXPECT_EQ(model.images[0].mimeType, "image/png");
+  Bytes file = FileBytes(c.folder + "/Textures/Checker.png");
+  EXPECT_EQ(Bytes(model.images[0].image.begin(), model.images[0].image.end()), file) << "embedded as it is";
+  EXPECT_EQ(glass.pbrMetallicRoughness.baseColorFactor, (std::vector<double>{0.9f, 0.2f, 0.2f, 0.5f}));
+  EXPECT_EQ(glass.alphaMode, "BLEND");
+  EXPECT_TRUE(glass.doubleSided);
+  EXPECT_EQ(glass.pbrMetallicRoughness.baseColorTexture.index, -1);
+
+  tinygltf::Node const& cam = model.nodes.at(static_cast<size_t>(NodeNamed(model, "Cam")));
+  ASSERT_GE(cam.camera, 0);
+  tinygltf::PerspectiveCamera const& lens = model.cameras[static_cast<size_t>(cam.camera)].perspective;
+  EXPECT_FLOAT_EQ(static_cast<float>(lens.yfov), 0.8f);
+  EXPECT_FLOAT_EQ(static_cast<float>(lens.znear), 0.2f);
+  EXPECT_FLOAT_EQ(static_cast<float>(lens.zfar), 50.0f);
+
+  // Lights: the point light on its node; directed ones on a helper child
+  // turned so that its -z is the light's vector.
+  struct Expected {
+    char const* node;
+    char const* type;
+    ZoVector3 direction;
+  };
+  Expected const lights[] = {{"Spot", "spot", ZoVector3(0, -1, 0)},
+                             {"Bulb", "point", ZoVector3()},
+                             {"Sun", "directional", ZoVector3(0.70710678f, -0.70710678f, 0)}};
+  ASSERT_EQ(model.lights.size(), 3u);
+  for (Expected const& light : lights) {
+    SCOPED_TRACE(light.node);
+    int index = NodeNamed(model, light.node);
+    ASSERT_GE(index, 0);
+    tinygltf::Node const* carrier = &model.nodes[static_cast<size_t>(index)];
+    if (std::string(light.type) != "point") {
+      carrier = &model.nodes.at(static_cast<size_t>(NodeNamed(model, std::string(light.node) + ".light")));
+      ExpectNear(LocalOf(*carrier).rotation * ZoVector3(0, 0, -1), light.direction, "direction");
+    }
+    ASSERT_TRUE(carrier->extensions.count("KHR_lights_punctual"));
+    int used = carrier->extensions.at("KHR_lights_punctual").Get("light").GetNumberAsInt();
+    EXPECT_EQ(model.lights.at(static_cast<size_t>(used)).type, light.type);
+  }
+}
+
+TEST_F(ZoGltfExport, FaultsAreReportedAndTheRestIsExported) {
+  Case const& c = Named("Faulty");
+  EXPECT_EQ(c.exported.run.status, 0);
+  std::set<std::string> expected = {"Other.skl:skill-mismatch", "Blank:empty-skill", "Empty:no-geometry",
+                                    "Missing.png:missing-texture"};
+  EXPECT_EQ(SkipCodes(c.exported.run.json), expected);
+  for (char const* subject : {"Other.skl", "Blank", "Empty", "Missing.png"})
+    EXPECT_NE(c.exported.run.err.find(std::string("skipped ") + subject), std::string::npos) << subject;
+  tinygltf::Model const& model = c.exported.model;
+  ASSERT_EQ(model.animations.size(), 1u);
+  EXPECT_EQ(model.animations[0].name, "Moves");
+  EXPECT_TRUE(model.images.empty());
+  EXPECT_GE(model.nodes.at(0).mesh, 0) << "Root keeps its mesh and colour without the texture";
+  EXPECT_EQ(model.nodes.at(1).mesh, -1);
+  for (Case const& clean : *cases)
+    if (clean.name != "Faulty") {
+      EXPECT_EQ(clean.exported.run.json.at("skipped"), Json::array()) << clean.name;
+    }
+}
+
+// Options that change what is written: lengths, times, the text form and
+// the choice of skills.
+TEST_F(ZoGltfExport, OptionsScaleLengthsAndTimesAndChooseSkills) {
+  struct Row {
+    char const* name;
+    char const* options;
+    char const* file;
+    float scale;
+    float secondsPerUnit;
+    std::vector<std::string> animations;
+  };
+  Row const rows[] = {
+      {"defaults", "--skills wave", "a.glb", 1.0f, 0.001f, {"Wave"}},
+      {"scaled", "--all-skills --scale 2 --time-unit 0.01", "b.glb", 2.0f, 0.01f, {"Walk", "Wave"}},
+      {"text", "--gltf --skills Walk", "c.gltf", 1.0f, 0.001f, {"Walk"}},
+      {"no skills", "--time-unit 0.5", "d.glb", 1.0f, 0.5f, {}},
+  };
+  Case const& demo = Named("Robo");
+  for (Row const& row : rows) {
+    SCOPED_TRACE(row.name);
+    Export out = ExportAndRead(demo.folder, *folder / row.file, row.options);
+    ASSERT_EQ(out.run.status, 0) << out.run.err;
+    ASSERT_EQ(out.loadError, "");
+    std::vector<std::string> names;
+    for (tinygltf::Animation const& a : out.model.animations) names.push_back(a.name);
+    EXPECT_EQ(names, row.animations);
+    for (size_t i = 0; i < out.model.nodes.size(); ++i)
+      ExpectNear(LocalOf(out.model.nodes[i]).translation,
+                 LocalOf(demo.exported.model.nodes[i]).translation * row.scale, out.model.nodes[i].name);
+    for (tinygltf::Animation const& a : out.model.animations) {
+      std::vector<float> times = Floats(out.model, a.samplers.at(0).input);
+      float lastKey = a.name == "Walk" ? 1000.0f : 800.0f;
+      EXPECT_FLOAT_EQ(times.back(), lastKey * row.secondsPerUnit) << a.name;
+    }
+  }
+  ToolRun refused = RunTool("export " + Quoted(demo.folder) + " -o x.glb --scale -1");
+  EXPECT_EQ(refused.status, 2);
+}
+
+TEST_F(ZoGltfExport, ViewWritesThePageTheModelAndThreeJs) {
+  std::string out = *folder / "view";
+  ToolRun run = RunTool("view " + Quoted(Named("Robo").folder) + " -o " + Quoted(out));
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.json.at("animations").size(), 2u);
+  for (char const* file : {"index.html", "viewer.js", "actor.glb", "three/build/three.module.js",
+                           "three/examples/jsm/loaders/GLTFLoader.js", "three/examples/jsm/controls/OrbitControls.js"})
+    EXPECT_TRUE(fs::is_regular_file(out + "/" + file)) << file;
+  EXPECT_EQ(FileBytes(out + "/actor.glb"), FileBytes(*folder / "Robo.glb")) << "the same export as export's";
+  EXPECT_EQ(RunTool("view " + Quoted(*folder / "nothing") + " -o " + Quoted(out)).status, 1);
+}
+
+// The buffer: each array at a four-byte boundary, zero padding between,
+// bounds on request.
+TEST(ZoGltfBuffer, AlignsEveryArrayAndBoundsWhatIsAsked) {
+  tinygltf::Model model;
+  zotool::GltfBuffer buffer(model);
+  int image = buffer.AddImageBytes({'a', 'b', 'c', 'd', 'e'});
+  int floats = buffer.AddFloats({1.5f, -2.0f, 3.0f, 0.5f, 4.0f, -1.0f}, 3, TINYGLTF_TARGET_ARRAY_BUFFER, true);
+  int indices = buffer.AddIndices({2, 0, 1});
+  EXPECT_EQ(buffer.AddFloats({}, 3, 0, false), -1);
+  Bytes expected = ByteBuilder()
+                       .chars("abcde")
+                       .raw({0, 0, 0})
+                       .f32(1.5f).f32(-2.0f).f32(3.0f).f32(0.5f).f32(4.0f).f32(-1.0f)
+                       .u32(2).u32(0).u32(1);
+  ASSERT_EQ(model.buffers.size(), 1u);
+  EXPECT_EQ(Bytes(model.buffers[0].data.begin(), model.buffers[0].data.end()), expected);
+  ASSERT_EQ(model.bufferViews.size(), 3u);
+  EXPECT_EQ(image, 0);
+  EXPECT_EQ(model.bufferViews[1].byteOffset, 8u);
+  EXPECT_EQ(model.bufferViews[2].byteOffset, 32u);
+  tinygltf::Accessor const& positions = model.accessors.at(static_cast<size_t>(floats));
+  EXPECT_EQ(positions.count, 2u);
+  EXPECT_EQ(positions.minValues, (std::vector<double>{0.5, -2.0, -1.0}));
+  EXPECT_EQ(positions.maxValues, (std::vector<double>{1.5, 4.0, 3.0}));
+  EXPECT_EQ(model.accessors.at(static_cast<size_t>(indices)).componentType, TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT);
+}
+
+}  // namespace
