@@ -4,6 +4,8 @@
 
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "animation/ZoKeyBlock.h"
+
 #include <new>
 
 ZoKeyframe::~ZoKeyframe() = default;
@@ -32,6 +34,18 @@ ZoStreamError ZoKeyframe::WriteToStream(ZoStream& stream) const {
   stream << keyTime << tag;
   return stream.Status();
 }
+
+void* ZoKeyframe::operator new(size_t size) {
+  void* object = zokeyblock::AllocateAlone(size);
+  if (object == nullptr) throw std::bad_alloc();
+  return object;
+}
+
+void* ZoKeyframe::operator new(size_t size, std::nothrow_t const&) noexcept { return zokeyblock::AllocateAlone(size); }
+
+void ZoKeyframe::operator delete(void* object) noexcept { zokeyblock::Release(object); }
+
+void ZoKeyframe::operator delete(void* object, std::nothrow_t const&) noexcept { zokeyblock::Release(object); }
 
 ZoStreamObject* ZoKeyframe::Create() { return new (std::nothrow) ZoKeyframe; }
 
