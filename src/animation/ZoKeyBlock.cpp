@@ -7,21 +7,21 @@ namespace zokeyblock {
 
 // A block: its count of live pieces (the carver counts as one while it
 // carves), then the pieces, each behind its header.
-struct alignas(16) Block {
+struct alignas(kPieceAlign) Block {
   std::atomic<int64_t> live;
 };
 
 namespace {
 
-// The word in front of every piece; 16 bytes keep the piece aligned as the
-// allocator aligns.
-struct alignas(16) Header {
+// The word in front of every piece. Eight bytes keep keys and nodes (whose
+// members need at most eight) aligned, and keep a key or node allocated
+// alone in the allocator's size class it had without a header.
+struct Header {
   Block* block;
 };
+static_assert(sizeof(Header) == kPieceAlign, "a header keeps the piece behind it aligned");
 
-constexpr size_t kAlign = alignof(Header);
-
-constexpr size_t Rounded(size_t size) { return (size + kAlign - 1) / kAlign * kAlign; }
+constexpr size_t Rounded(size_t size) { return (size + kPieceAlign - 1) / kPieceAlign * kPieceAlign; }
 
 Header* HeaderOf(void* object) { return static_cast<Header*>(object) - 1; }
 

@@ -26,6 +26,8 @@ namespace zokeyblock {
 // The largest block a carver allocates (below the allocator's threshold for
 // mapping pages of its own).
 constexpr size_t kMaxBlockBytes = 64 * 1024;
+// The alignment of every piece: objects placed here may need no more.
+constexpr size_t kPieceAlign = 8;
 
 // Room for `size` bytes with a header of its own: the object's address, or
 // null when no memory could be had.

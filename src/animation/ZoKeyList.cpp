@@ -263,6 +263,8 @@ bool ZoKeyList::KeyframesBetween(uint32_t t1, uint32_t t2, ZoDblList& out) {
 
 // --- Stream ------------------------------------------------------------------------
 
+static_assert(alignof(ZoJointKeyframe) <= zokeyblock::kPieceAlign, "joint keys fit the alignment of key blocks");
+
 ZoStreamError ZoKeyList::ReadFromStream(ZoStream& stream) {
   // The smallest entry is a null frame of four bytes.
   int32_t entries = 0;

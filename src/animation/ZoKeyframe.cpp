@@ -47,6 +47,18 @@ void ZoKeyframe::operator delete(void* object) noexcept { zokeyblock::Release(ob
 
 void ZoKeyframe::operator delete(void* object, std::nothrow_t const&) noexcept { zokeyblock::Release(object); }
 
+void* ZoKeyframe::operator new(size_t size, std::align_val_t align) { return ::operator new(size, align); }
+
+void* ZoKeyframe::operator new(size_t size, std::align_val_t align, std::nothrow_t const&) noexcept {
+  return ::operator new(size, align, std::nothrow);
+}
+
+void ZoKeyframe::operator delete(void* object, std::align_val_t align) noexcept { ::operator delete(object, align); }
+
+void ZoKeyframe::operator delete(void* object, std::align_val_t align, std::nothrow_t const&) noexcept {
+  ::operator delete(object, align);
+}
+
 ZoStreamObject* ZoKeyframe::Create() { return new (std::nothrow) ZoKeyframe; }
 
 static ZoStreamConstructorEntry const kRegisterKeyframe(ZoTypeCode::Keyframe, &ZoKeyframe::Create);

@@ -56,5 +56,6 @@ struct ZoListNode : ZoKeyListNode {
   static void operator delete(void* object, std::nothrow_t const&) noexcept { zokeyblock::Release(object); }
   static void operator delete(void*, void*) noexcept {}
 };
+static_assert(alignof(ZoListNode) <= zokeyblock::kPieceAlign, "list nodes fit the alignment of key blocks");
 
 #endif

@@ -61,11 +61,18 @@ class ZOACTOR_API ZoKeyframe : public ZoStreamObject {
   // blocks shared with the list's other keys; `delete` frees either kind
   // (a block goes with its last key), so a key is owned and deleted the
   // same way whichever it is.
+  // Storage is aligned to eight bytes (enough for every key class of the
+  // library); a derived class that needs more declares its own operators.
+  // Over-aligned classes go to the global aligned operators.
   static void* operator new(size_t size);
   static void* operator new(size_t size, std::nothrow_t const&) noexcept;
+  static void* operator new(size_t size, std::align_val_t align);
+  static void* operator new(size_t size, std::align_val_t align, std::nothrow_t const&) noexcept;
   static void* operator new(size_t, void* where) noexcept { return where; }
   static void operator delete(void* object) noexcept;
   static void operator delete(void* object, std::nothrow_t const&) noexcept;
+  static void operator delete(void* object, std::align_val_t align) noexcept;
+  static void operator delete(void* object, std::align_val_t align, std::nothrow_t const&) noexcept;
   static void operator delete(void*, void*) noexcept {}
 
  private:
