@@ -1,8 +1,10 @@
 #include <zoactor/animation/ZoKeyList.h>
 
 #include <zoactor/animation/ZoJointKeyframe.h>
+#include <zoactor/serialization/ZoReadLimits.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "animation/ZoKeyBlock.h"
 #include "animation/ZoSegmentMemo.h"
 #include "serialization/ZoStreamIo.h"
 
@@ -261,42 +263,101 @@ bool ZoKeyList::KeyframesBetween(uint32_t t1, uint32_t t2, ZoDblList& out) {
 
 // --- Stream ------------------------------------------------------------------------
 
+static_assert(alignof(ZoJointKeyframe) <= zokeyblock::kPieceAlign, "joint keys fit the alignment of key blocks");
+
 ZoStreamError ZoKeyList::ReadFromStream(ZoStream& stream) {
   // The smallest entry is a null frame of four bytes.
   int32_t entries = 0;
   if (!stream.ReadLoopCount(entries, 4)) return stream.Status();
-  // The keys are gathered first and merged in time order afterwards, which
-  // gives the list that inserting them one by one in stream order would
-  // (a stable sort keeps the later of two equal times last, so it wins)
-  // at O(n log n) whatever order the stream holds them in.
-  std::vector<ZoKeyframe*> keys;
+  // A key later than every key held is appended as it arrives, which is
+  // what inserting it does. Any other key is gathered and merged in after
+  // the entries are read, in time order, which gives the list that
+  // inserting the keys one by one in stream order would (a stable sort
+  // keeps the later of two equal times last, so it wins; a key appended
+  // after a gathered one is later than it, so the two never tie) at
+  // O(n log n) whatever order the stream holds them in.
+  //
+  // Joint keyframes, what lists nearly always hold, are read straight into
+  // keys that share blocks with their nodes, without the registry and
+  // without casts, as long as the library's own class is the one
+  // registered for them. Any other entry goes through the registry.
+  bool const direct = ZoStreamConstructorEntry::Find(ZoJointKeyframe::STREAM_TYPE) == &ZoJointKeyframe::Create;
+  size_t const keyRoom = zokeyblock::PieceBytes(sizeof(ZoJointKeyframe)) + zokeyblock::PieceBytes(sizeof(ZoListNode));
+  zokeyblock::Carver carver;
+  std::vector<ZoKeyframe*> gathered;
   for (int32_t i = 0; i < entries && stream.Status() == ZoStreamOk; ++i) {
-    ZoStreamObject* object = stream.ReadObject(nullptr);
-    if (object == nullptr) continue;
-    auto* kf = dynamic_cast<ZoKeyframe*>(object);
-    if (kf == nullptr) {
-      int32_t found = object->StreamType();
-      delete object;
-      stream.Fail(ZoStreamFormatError, "an object of type code 0x%08X in a key list", static_cast<uint32_t>(found));
-      break;
+    int32_t tag = 0;
+    if ((stream >> tag).Status() != ZoStreamOk) break;
+    size_t const wanted = static_cast<size_t>(entries - i) * keyRoom;
+    ZoKeyframe* kf = nullptr;
+    ZoJointKeyframe* joint = nullptr;
+    if (direct && tag == ZoJointKeyframe::STREAM_TYPE && stream.Depth() < ZoReadLimits::MaxDepth()) {
+      void* room = carver.Carve(sizeof(ZoJointKeyframe), wanted);
+      if (room == nullptr) {
+        zostreamio::OutOfMemory(stream);
+        break;
+      }
+      kf = joint = new (room) ZoJointKeyframe;
+      if (joint->ZoJointKeyframe::ReadFromStream(stream) != ZoStreamOk) {
+        delete joint;
+        break;
+      }
+    } else {
+      ZoStreamObject* object = stream.ReadObjectAfterTag(tag, nullptr);
+      if (object == nullptr) continue;
+      kf = dynamic_cast<ZoKeyframe*>(object);
+      if (kf == nullptr) {
+        int32_t found = object->StreamType();
+        delete object;
+        stream.Fail(ZoStreamFormatError, "an object of type code 0x%08X in a key list", static_cast<uint32_t>(found));
+        break;
+      }
+      if (stream.Status() != ZoStreamOk) {
+        delete kf;
+        break;
+      }
+      joint = dynamic_cast<ZoJointKeyframe*>(kf);
     }
-    if (stream.Status() != ZoStreamOk) {
-      delete kf;
-      break;
+    bool kept = false;
+    if (tail == nullptr || kf->time() > tail->time) {
+      kept = Append(kf, joint, carver.Carve(sizeof(ZoListNode), wanted));
+    } else {
+      kept = Keep(gathered, kf);
     }
-    if (!Keep(keys, kf)) {
+    if (!kept) {
       zostreamio::OutOfMemory(stream);
       break;
     }
   }
-  std::stable_sort(keys.begin(), keys.end(),
+  std::stable_sort(gathered.begin(), gathered.end(),
                    [](ZoKeyframe const* a, ZoKeyframe const* b) { return a->time() < b->time(); });
   ZoKeyListNode* hint = nullptr;
-  for (ZoKeyframe* kf : keys) {
+  for (ZoKeyframe* kf : gathered) {
     ZoKeyListNode* node = InsertFrom(kf, hint);
     if (node != nullptr) hint = node;
   }
   return stream.Status();
+}
+
+bool ZoKeyList::Append(ZoKeyframe* kf, ZoJointKeyframe* joint, void* room) {
+  if (room == nullptr) {
+    delete kf;
+    return false;
+  }
+  ZoKeyListNode* node = new (room) ZoListNode;
+  node->keyframe = kf;
+  node->time = kf->time();
+  node->joint = joint;
+  kf->listNode = node;
+  node->prev = tail;
+  if (tail != nullptr) {
+    tail->next = node;
+  } else {
+    head = node;
+  }
+  tail = node;
+  ++count;
+  return true;
 }
 
 ZoStreamError ZoKeyList::WriteToStream(ZoStream& stream) const {

@@ -4,6 +4,8 @@
 
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 
+#include "animation/ZoKeyBlock.h"
+
 #include <new>
 
 ZoKeyframe::~ZoKeyframe() = default;
@@ -31,6 +33,30 @@ ZoStreamError ZoKeyframe::ReadFromStream(ZoStream& stream) {
 ZoStreamError ZoKeyframe::WriteToStream(ZoStream& stream) const {
   stream << keyTime << tag;
   return stream.Status();
+}
+
+void* ZoKeyframe::operator new(size_t size) {
+  void* object = zokeyblock::AllocateAlone(size);
+  if (object == nullptr) throw std::bad_alloc();
+  return object;
+}
+
+void* ZoKeyframe::operator new(size_t size, std::nothrow_t const&) noexcept { return zokeyblock::AllocateAlone(size); }
+
+void ZoKeyframe::operator delete(void* object) noexcept { zokeyblock::Release(object); }
+
+void ZoKeyframe::operator delete(void* object, std::nothrow_t const&) noexcept { zokeyblock::Release(object); }
+
+void* ZoKeyframe::operator new(size_t size, std::align_val_t align) { return ::operator new(size, align); }
+
+void* ZoKeyframe::operator new(size_t size, std::align_val_t align, std::nothrow_t const&) noexcept {
+  return ::operator new(size, align, std::nothrow);
+}
+
+void ZoKeyframe::operator delete(void* object, std::align_val_t align) noexcept { ::operator delete(object, align); }
+
+void ZoKeyframe::operator delete(void* object, std::align_val_t align, std::nothrow_t const&) noexcept {
+  ::operator delete(object, align);
 }
 
 ZoStreamObject* ZoKeyframe::Create() { return new (std::nothrow) ZoKeyframe; }

@@ -21,7 +21,11 @@
 
 #include <zoactor/animation/ZoKeyList.h>
 
+#include "animation/ZoKeyBlock.h"
+
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 // The arcs of a segment's first rotation pairs, in the lanes the sampler
 // blends them in, and the rotations they were computed from: for a linear
@@ -41,9 +45,17 @@ struct ZoSegmentMemo {
   int32_t kind = None;
 };
 
-// Every node a key list allocates is one of these.
+// Every node a key list allocates is one of these, alone or in a block
+// shared with the keys it read (see ZoKeyBlock.h).
 struct ZoListNode : ZoKeyListNode {
   ZoSegmentMemo memo;
+
+  static void* operator new(size_t size, std::nothrow_t const&) noexcept { return zokeyblock::AllocateAlone(size); }
+  static void* operator new(size_t, void* where) noexcept { return where; }
+  static void operator delete(void* object) noexcept { zokeyblock::Release(object); }
+  static void operator delete(void* object, std::nothrow_t const&) noexcept { zokeyblock::Release(object); }
+  static void operator delete(void*, void*) noexcept {}
 };
+static_assert(alignof(ZoListNode) <= zokeyblock::kPieceAlign, "list nodes fit the alignment of key blocks");
 
 #endif

@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace {
@@ -449,32 +450,23 @@ ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
   numSpheres = sphereCount;
   depth = treeDepth;
 
-  unsigned char record[28];
-  auto readNode = [&](ZoNode& node, uint32_t size) {
-    if (stream.ReadBytes(size, record) != ZoStreamOk) return false;
-    float center[3];
-    uint32_t word = 0;
-    std::memcpy(center, record, 12);
-    std::memcpy(&word, record + 12, 4);
-    node.center = ZoVector3(center[0], center[1], center[2]);
-    node.type = word & 3u;
-    node.index = word >> 2;
-    node.radius = 0.0f;
-    if (recordSize == 20) std::memcpy(&node.radius, record + 16, 4);
-    return true;
+  // A record that is out of place fails at the offset behind it, as if the
+  // records had been read one by one.
+  int64_t const start = stream.Position();
+  auto failAt = [&stream, start](int64_t recordEnd, char const* reason) {
+    if (stream.Status() == ZoStreamOk) stream.FailAt(start >= 0 ? start + recordEnd : -1, ZoStreamFormatError, "%s", reason);
+    return stream.Status();
   };
-  for (int32_t i = 0; i < n; ++i) {
-    ZoLeafNode& leaf = leaves[i];
-    if (!readNode(leaf, recordSize)) return stream.Status();
-    if (leaf.type != 0 || leaf.index != static_cast<uint32_t>(i)) return fail("a leaf record out of place");
-  }
-  for (int32_t k = 0; k < sphereCount; ++k) {
-    ZoSphereNode& node = spheres[k];
-    if (!readNode(node, recordSize + 8)) return stream.Status();
-    std::memcpy(&node.left, record + recordSize, 4);
-    std::memcpy(&node.right, record + recordSize + 4, 4);
-    if (node.type != 1 || node.index != 0) return fail("a sphere record out of place");
-  }
+  if (ReadNodeRecords(stream, leaves, n, sizeof(ZoLeafNode), recordSize) != ZoStreamOk) return stream.Status();
+  for (int32_t i = 0; i < n; ++i)
+    if (leaves[i].type != 0 || leaves[i].index != static_cast<uint32_t>(i))
+      return failAt((i + 1) * int64_t{recordSize}, "a leaf record out of place");
+  if (ReadNodeRecords(stream, spheres, sphereCount, sizeof(ZoSphereNode), recordSize + 8) != ZoStreamOk)
+    return stream.Status();
+  int64_t const leafBytes = int64_t{n} * recordSize;
+  for (int32_t k = 0; k < sphereCount; ++k)
+    if (spheres[k].type != 1 || spheres[k].index != 0)
+      return failAt(leafBytes + (k + 1) * int64_t{recordSize + 8}, "a sphere record out of place");
   if (stream.version >= zoversion::kOrientedBox) {
     float box[10];
     if (zogeometry::ReadBlock(stream, box, sizeof box) != ZoStreamOk) return stream.Status();
@@ -486,52 +478,71 @@ ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
   return stream.Status();
 }
 
+ZoStreamError ZoColModel::ReadNodeRecords(ZoStream& stream, void* nodes, int32_t count, size_t nodeSize,
+                                          uint32_t recordSize) {
+  // A record is the image of its node (the type is the low two bits of the
+  // word, as bit-fields are laid out here), so the records arrive as one
+  // block straight into the array.
+  if (zogeometry::ReadBlock(stream, nodes, int64_t{count} * recordSize) != ZoStreamOk) return stream.Status();
+  if (recordSize == nodeSize) return stream.Status();
+  // Short records lack the radius, which reads as 0. They are moved to
+  // their places from the back, so that none is overwritten before it has
+  // moved: centre and word stay in front, the child references behind
+  // them move behind the radius.
+  auto* bytes = static_cast<unsigned char*>(nodes);
+  size_t const tail = recordSize - 16;
+  for (size_t i = static_cast<size_t>(count); i-- > 0;) {
+    unsigned char* to = bytes + i * nodeSize;
+    std::memmove(to, bytes + i * recordSize, recordSize);
+    std::memmove(to + 20, to + 16, tail);
+    std::memset(to + 16, 0, 4);
+  }
+  return stream.Status();
+}
+
 bool ZoColModel::CheckTree() const {
   if (numLeaves == 1)
     return numSpheres == 1 && spheres[0].left == 0 && spheres[0].right == 0 && depth == 1;
   if (numSpheres != numLeaves - 1) return false;
-  // Walk the tree from the root in pre-order: sphere nodes must come up in
-  // the order 0, 1, 2, ... (so every reference points forward and no node
-  // is shared), every leaf exactly once, and the deepest leaf must be at
-  // the stored depth. Each sphere pops once and pushes two, so the stack
-  // never holds more than numSpheres + 1 entries.
-  struct Entry {
-    uint32_t reference;
-    int32_t level;
+  // One pass from the last sphere node back to the root. In the pre-order
+  // numbering the builder makes, the subtree of sphere node k holds the
+  // sphere nodes k, k + 1, ... k + size − 1: its left child, when a sphere
+  // node, is k + 1, and its right child, when a sphere node, comes right
+  // after the left subtree's run. Walking backwards, both children's runs
+  // are known when a node is checked. When every node passes and the
+  // root's run holds every sphere node, the links form a tree of every
+  // sphere node once (runs nest, so none is shared or unreached); the
+  // numSpheres + 1 leaf references of such a tree then reach every leaf
+  // once exactly when none is reached twice. Heights come along, leaves
+  // counting 1, so the deepest leaf is checked against the stored depth.
+  struct Run {
+    uint32_t size;
+    int32_t height;
   };
-  auto* stack = new (std::nothrow) Entry[static_cast<size_t>(numSpheres) + 1];
-  auto* seen = new (std::nothrow) unsigned char[static_cast<size_t>(numLeaves)]();
-  bool ok = stack != nullptr && seen != nullptr;
-  size_t top = 0;
-  uint32_t expected = 0;
-  int32_t leavesSeen = 0;
-  int32_t height = 0;
-  if (ok) stack[top++] = {ZoSphereNode::SphereReference(0), 0};
-  while (ok && top > 0) {
-    Entry entry = stack[--top];
-    uint32_t index = ZoSphereNode::ReferenceIndex(entry.reference);
-    if (ZoSphereNode::IsSphereReference(entry.reference)) {
-      if (index != expected || index >= static_cast<uint32_t>(numSpheres)) {
-        ok = false;
-        break;
-      }
-      ++expected;
-      stack[top++] = {spheres[index].right, entry.level + 1};
-      stack[top++] = {spheres[index].left, entry.level + 1};
-    } else {
-      if (index >= static_cast<uint32_t>(numLeaves) || seen[index] != 0) {
-        ok = false;
-        break;
-      }
-      seen[index] = 1;
-      ++leavesSeen;
-      if (entry.level + 1 > height) height = entry.level + 1;
+  std::unique_ptr<Run[]> runs(new (std::nothrow) Run[static_cast<size_t>(numSpheres)]);
+  std::unique_ptr<unsigned char[]> seen(new (std::nothrow) unsigned char[static_cast<size_t>(numLeaves)]());
+  if (runs == nullptr || seen == nullptr) return false;
+  uint32_t const sphereCount = static_cast<uint32_t>(numSpheres);
+  uint32_t const leafCount = static_cast<uint32_t>(numLeaves);
+  // The run of a child that must be sphere node `expected` if it is one.
+  auto child = [&](uint32_t reference, uint32_t expected, Run& run) {
+    uint32_t index = ZoSphereNode::ReferenceIndex(reference);
+    if (ZoSphereNode::IsSphereReference(reference)) {
+      if (index != expected || index >= sphereCount) return false;
+      run = runs[index];
+      return true;
     }
+    if (index >= leafCount || seen[index] != 0) return false;
+    seen[index] = 1;
+    run = {0, 1};
+    return true;
+  };
+  for (uint32_t k = sphereCount; k-- > 0;) {
+    Run left, right;
+    if (!child(spheres[k].left, k + 1, left) || !child(spheres[k].right, k + 1 + left.size, right)) return false;
+    runs[k] = {1 + left.size + right.size, 1 + (left.height > right.height ? left.height : right.height)};
   }
-  ok = ok && expected == static_cast<uint32_t>(numSpheres) && leavesSeen == numLeaves && height == depth;
-  delete[] stack;
-  delete[] seen;
-  return ok;
+  return runs[0].size == sphereCount && runs[0].height == depth;
 }
 
 ZoStreamObject* ZoColModel::CreateStreamObject() { return new (std::nothrow) ZoColModel; }

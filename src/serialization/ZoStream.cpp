@@ -156,6 +156,10 @@ ZoStreamError ZoStream::WriteObject(ZoStreamObject const* object) {
 ZoStreamObject* ZoStream::ReadObject(ZoStreamObject* (*fallback)()) {
   int32_t tag = 0;
   if ((*this >> tag).status != ZoStreamOk) return nullptr;
+  return ReadObjectAfterTag(tag, fallback);
+}
+
+ZoStreamObject* ZoStream::ReadObjectAfterTag(int32_t tag, ZoStreamObject* (*fallback)()) {
   if (tag == kNullTag) return nullptr;
 
   int32_t type = 0;

@@ -238,7 +238,13 @@ Bytes OlderActorFile(int32_t version) {
   if (version >= 24) b.i32(8);
   b.str("Old");
   hips.Write(b, version);
-  b.i32(1).i32(2).str("legs").i32(4);  // a property in the oldest layout
+  // One property: a kind, the name and an unframed int below version 42,
+  // the name and a framed int from 42 on.
+  if (version >= 42) {
+    b.i32(1).str("legs").i32(-1).i32(ZoTypeCode::IntValue).i32(4).i32(4);
+  } else {
+    b.i32(1).i32(2).str("legs").i32(4);
+  }
   b.i32(1).str("near").f32(2).f32(3).f32(4);
   if (version >= 34) b.i32(7);
   b.i32(1).str("Walk").i32(1).str("step");
@@ -250,7 +256,7 @@ TEST(ZoProtoActorFile, ContainerHeaderFilesReadTheOlderBody) {
     int32_t version;
     int32_t actorVersion, flag;
     bool squareShape;
-  } const cases[] = {{20, 1, 1, false}, {33, 8, 1, true}, {34, 8, 7, true}};
+  } const cases[] = {{20, 1, 1, false}, {33, 8, 1, true}, {34, 8, 7, true}, {45, 8, 7, true}};
   for (Case const& c : cases) {
     SCOPED_TRACE(c.version);
     Bytes file = OlderActorFile(c.version);

@@ -158,9 +158,13 @@ class ZOACTOR_API ZoKeyList : public ZoStreamObject {
   // entry is an object of a class that is not a keyframe
   // (ZoStreamFormatError; the object is destroyed), or when an entry cannot
   // be read whole (the partly read key is destroyed, not inserted). A null
-  // entry, or one of an unregistered class, inserts nothing. The keys are
-  // merged in after the entries are read, in O(n log n) whatever their
-  // order; the result is the list that inserting them one by one would give.
+  // entry, or one of an unregistered class, inserts nothing. Keys later
+  // than every key held are appended as they come; the others are merged
+  // in after the entries are read, in O(n log n) whatever their order; the
+  // result is the list that inserting them one by one would give. Joint
+  // keyframes (while ZoJointKeyframe::Create is registered for their code)
+  // are read without the registry, and share blocks of memory with their
+  // nodes (see ZoKeyframe's operator new).
   // Returns the stream's status.
   ZoStreamError ReadFromStream(ZoStream& stream) override;
   // Writes the count and every key from head to tail as a framed object,
@@ -179,6 +183,10 @@ class ZOACTOR_API ZoKeyList : public ZoStreamObject {
   // Insert, with the walk for the key's place starting at `from` when that
   // is a node not later than the key (null: no hint).
   ZoKeyListNode* InsertFrom(ZoKeyframe* kf, ZoKeyListNode* from);
+  // Links `kf` (later than every key held; `joint` is the same key as a
+  // joint keyframe, or null) behind the tail in a node made in `room`.
+  // Without room, destroys `kf` and returns false.
+  bool Append(ZoKeyframe* kf, ZoJointKeyframe* joint, void* room);
 
   ZoKeyListNode* head;
   ZoKeyListNode* tail;

@@ -16,7 +16,9 @@
 #include <zoactor/serialization/ZoStreamObject.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 struct ZoKeyListNode;
 
@@ -54,6 +56,24 @@ class ZOACTOR_API ZoKeyframe : public ZoStreamObject {
 
   // The registry's creation function: a default keyframe, or null.
   static ZoStreamObject* Create();
+
+  // Keyframes are allocated alone or, when a key list reads them, in
+  // blocks shared with the list's other keys; `delete` frees either kind
+  // (a block goes with its last key), so a key is owned and deleted the
+  // same way whichever it is.
+  // Storage is aligned to eight bytes (enough for every key class of the
+  // library); a derived class that needs more declares its own operators.
+  // Over-aligned classes go to the global aligned operators.
+  static void* operator new(size_t size);
+  static void* operator new(size_t size, std::nothrow_t const&) noexcept;
+  static void* operator new(size_t size, std::align_val_t align);
+  static void* operator new(size_t size, std::align_val_t align, std::nothrow_t const&) noexcept;
+  static void* operator new(size_t, void* where) noexcept { return where; }
+  static void operator delete(void* object) noexcept;
+  static void operator delete(void* object, std::nothrow_t const&) noexcept;
+  static void operator delete(void* object, std::align_val_t align) noexcept;
+  static void operator delete(void* object, std::align_val_t align, std::nothrow_t const&) noexcept;
+  static void operator delete(void*, void*) noexcept {}
 
  private:
   friend class ZoKeyList;

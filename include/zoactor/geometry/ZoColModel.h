@@ -197,6 +197,11 @@ class ZOACTOR_API ZoColModel : public ZoStreamObject {
  private:
   void FreeTree();
   ZoStreamError ReadTree(ZoStream& stream, int32_t treeDepth);
+  // Reads `count` node records of `recordSize` bytes into `nodes`, an array
+  // of nodes of `nodeSize` bytes (20 or 28; the records are 4 bytes shorter
+  // when they lack the radius).
+  static ZoStreamError ReadNodeRecords(ZoStream& stream, void* nodes, int32_t count, size_t nodeSize,
+                                       uint32_t recordSize);
   bool CheckTree() const;
 
   ZoTriangleSet* triangleSet;

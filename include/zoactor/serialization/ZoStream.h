@@ -180,6 +180,10 @@ class ZOACTOR_API ZoStream {
   // ZoStreamFormatError), and when the frame cannot be read. An object whose
   // body failed to read is still returned; its failure is in Status().
   ZoStreamObject* ReadObject(ZoStreamObject* (*fallback)());
+  // ReadObject for a frame whose first int32, `tag`, the caller has read
+  // already (a reader that handles some classes itself looks at the tag
+  // first): everything ReadObject does after reading it.
+  ZoStreamObject* ReadObjectAfterTag(int32_t tag, ZoStreamObject* (*fallback)());
 
   // Reads a framed object that must be a T. A null frame returns null with
   // the status unchanged; an object of another class is destroyed and the
