@@ -56,10 +56,13 @@ struct alignas(16) ArcRows {
   int32_t near[kLanes];
 };
 
-// What every segment needs: both keys' transforms, the translation steps
-// b − a, the arcs of the local and actor rotation pairs, and which lanes
-// blend their actor transform as a cubic Bézier.
+// What every segment needs: its length and easing handles (as the key
+// list takes them: the length as a float, the first key's easeOut, the
+// second key's easeIn), both keys' transforms, the translation steps b − a,
+// the arcs of the local and actor rotation pairs, and which lanes blend
+// their actor transform as a cubic Bézier.
 struct alignas(16) LinearGroup {
+  float length[kLanes], easeOut[kLanes], easeIn[kLanes];
   QuatRows localA, localB, actorA, actorB;
   VectorRows localT, localStep, actorT, actorStep;
   ArcRows localArc, actorArc;
@@ -210,6 +213,15 @@ ZO_MOTION_INLINE void BlendGroup(LinearGroup const& linear, CubicGroup const& cu
       actor = cubicRotation;
       for (int c = 0; c < 3; ++c) actorT[c] = cubicT[c];
     }
+  }
+  if (!zolanes::Any(copy)) {  // the usual case: every lane blends
+    pose.localRotation = local;
+    pose.actorRotation = actor;
+    for (int c = 0; c < 3; ++c) {
+      pose.localT[c] = localT[c];
+      pose.actorT[c] = actorT[c];
+    }
+    return;
   }
   pose.localRotation = SelectQuats(copy, localA, local);
   pose.actorRotation = SelectQuats(copy, actorA, actor);

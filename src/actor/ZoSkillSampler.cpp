@@ -54,9 +54,6 @@ struct JointState {
   uint32_t start = 0;
   int32_t key = kNoKey;  // the key at or before start (an index into the key arrays)
   uint64_t span = kAllTimes;
-  float length = 1.0f;   // the segment's length as the key list takes it, as a float
-  float easeOut = 0.0f;  // the handles of the segment's keys
-  float easeIn = 0.0f;
   int32_t first = 0;  // the joint's keys in the key arrays
   int32_t count = 0;
   SegmentKind kind = SegmentKind::None;
@@ -83,6 +80,7 @@ struct ZoSkillSampler::Compiled {
   int32_t LastKeyUntil(JointState const& state, uint32_t time) const;
   void Seek(int32_t joint, uint32_t time);
   void SetSegment(int32_t joint, int32_t a);
+  void SetTiming(int32_t joint, float length, float easeOut, float easeIn);
   void LoadLanes(int32_t joint, int32_t a, int32_t b);
   int SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
   void SampleOutside(int32_t joint, float s, ZoTransform3* local, ZoTransform3* actor) const;
@@ -105,6 +103,9 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
     for (int lane = 0; lane < kLanes; ++lane) {
       for (zopose::QuatRows* rows : {&group.localA, &group.localB, &group.actorA, &group.actorB})
         zopose::SetLane(*rows, lane, ZoRotation3());
+      group.length[lane] = 1.0f;
+      group.easeOut[lane] = zo_motion::kDefaultEaseOut;
+      group.easeIn[lane] = zo_motion::kDefaultEaseIn;
     }
     group.stale = true;
   }
@@ -208,13 +209,23 @@ void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
     KeyTiming const& second = timing[static_cast<size_t>(a) + 1];
     state.kind = SegmentKind::Blend;
     state.cubic = !(first.blendMode == ZoJointKeyframe::Linear && second.blendMode == ZoJointKeyframe::Linear);
-    state.length = static_cast<float>(static_cast<int32_t>(times[static_cast<size_t>(a) + 1] - state.start));
-    state.easeOut = first.easeOut;
-    state.easeIn = second.easeIn;
+    float const length = static_cast<float>(static_cast<int32_t>(times[static_cast<size_t>(a) + 1] - state.start));
+    SetTiming(joint, length, first.easeOut, second.easeIn);
     LoadLanes(joint, a, a + 1);
     return;
   }
+  SetTiming(joint, 1.0f, zo_motion::kDefaultEaseOut, zo_motion::kDefaultEaseIn);
   LoadLanes(joint, a, a);
+}
+
+// The segment timing of `joint`'s lane; a lane that does not blend gets a
+// length of 1 and the default handles, so its parameter stays finite.
+void ZoSkillSampler::Compiled::SetTiming(int32_t joint, float length, float easeOut, float easeIn) {
+  zopose::LinearGroup& group = linear[static_cast<size_t>(joint / kLanes)];
+  int const lane = joint % kLanes;
+  group.length[lane] = length;
+  group.easeOut[lane] = easeOut;
+  group.easeIn[lane] = easeIn;
 }
 
 // Puts keys a and b of `joint` into its lane (b = a for a held key).
@@ -263,42 +274,42 @@ void ZoSkillSampler::Compiled::SampleOutside(int32_t joint, float s, ZoTransform
   }
 }
 
-// Samples the four joints of `group`; returns how many it filled.
+// Samples the four joints of `group`; returns how many it filled. The
+// parameters of the lanes that blend are divided and eased side by side.
 int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
-  alignas(16) float eased[kLanes];
-  alignas(16) int32_t copy[kLanes];
-  float outside[kLanes] = {};
-  int skip = 0, outsideBits = 0;
+  alignas(16) float elapsed[kLanes];
+  alignas(16) int32_t blending[kLanes];
+  int skip = 0;
   int32_t const base = group * kLanes;
   for (int lane = 0; lane < kLanes; ++lane) {
     JointState* state = &joints[static_cast<size_t>(base + lane)];
     if (uint64_t{time - state->start} >= state->span) Seek(base + lane, time);
-    eased[lane] = 0.0f;
-    copy[lane] = -1;
-    if (state->kind == SegmentKind::None || (state->kind == SegmentKind::HoldAtStart && time != state->start)) {
+    bool const blends = state->kind == SegmentKind::Blend && time != state->start;
+    elapsed[lane] = blends ? static_cast<float>(time - state->start) : 0.0f;
+    blending[lane] = blends ? -1 : 0;
+    if (state->kind == SegmentKind::None || (state->kind == SegmentKind::HoldAtStart && time != state->start))
       skip |= 1 << lane;
-    } else if (state->kind == SegmentKind::Blend && time != state->start) {
-      float const t = static_cast<float>(time - state->start) / state->length;
-      float const s = zo_motion::Eased(state->easeOut, state->easeIn, t);
-      if (s >= 0.0f && s <= 1.0f) {
-        eased[lane] = s;
-        copy[lane] = 0;
-      } else {
-        outside[lane] = s;
-        outsideBits |= 1 << lane;
-      }
-    }
   }
   if (skip == (1 << kLanes) - 1) return 0;
   zopose::LinearGroup& lanes = linear[static_cast<size_t>(group)];
   zopose::CubicGroup& controlLanes = cubic[static_cast<size_t>(group)];
+  Lanes const t = zolanes::Load(elapsed) / zolanes::Load(lanes.length);
+  Lanes const s = zo_motion::Eased(zolanes::Load(lanes.easeOut), zolanes::Load(lanes.easeIn), t);
+  Mask const blend = zopose::LoadMask(blending);
+  Mask const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
+  Mask const lanesBlend = blend & inside;
+  int const outsideBits = zolanes::Bits(blend & ~inside);
   if (lanes.stale) zopose::ComputeArcs(lanes, controlLanes);
   zopose::PoseLanes pose;
-  zopose::BlendGroup(lanes, controlLanes, zolanes::Load(eased), zopose::LoadMask(copy), pose);
+  zopose::BlendGroup(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
   if (local != nullptr) zopose::StoreTransforms(local + base, skip, pose.localRotation, pose.localT);
   if (actor != nullptr) zopose::StoreTransforms(actor + base, skip, pose.actorRotation, pose.actorT);
-  for (int lane = 0; outsideBits != 0 && lane < kLanes; ++lane)
-    if ((outsideBits & (1 << lane)) != 0) SampleOutside(base + lane, outside[lane], local, actor);
+  if (outsideBits != 0) {
+    alignas(16) float outside[kLanes];
+    zolanes::Store(outside, s);
+    for (int lane = 0; lane < kLanes; ++lane)
+      if ((outsideBits & (1 << lane)) != 0) SampleOutside(base + lane, outside[lane], local, actor);
+  }
   int filled = 0;
   for (int lane = 0; lane < kLanes; ++lane) filled += (skip & (1 << lane)) == 0 ? 1 : 0;
   return filled;

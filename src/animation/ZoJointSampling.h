@@ -32,6 +32,14 @@ ZO_MOTION_INLINE float Eased(float easeOut, float easeIn, float t) {
   return 3.0f * easeOut * r * r * t + 3.0f * easeIn * r * t * t + t * t * t;
 }
 
+// The scalar Eased in each lane: the same bits lane by lane.
+ZO_MOTION_INLINE Lanes Eased(Lanes easeOut, Lanes easeIn, Lanes t) {
+  Mask const defaults = (easeOut == kDefaultEaseOut) & (easeIn == kDefaultEaseIn);
+  Lanes const r = 1.0f - t;
+  Lanes const poly = 3.0f * easeOut * r * r * t + 3.0f * easeIn * r * t * t + t * t * t;
+  return Select(defaults, t, poly);
+}
+
 // The eased parameter of the segment from a to b at t.
 ZO_MOTION_INLINE float Eased(ZoJointKeyframe const& a, ZoJointKeyframe const& b, float t) {
   return Eased(a.easeOut, b.easeIn, t);
