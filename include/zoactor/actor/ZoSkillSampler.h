@@ -81,15 +81,17 @@ class ZOACTOR_API ZoSkillSampler {
   // cursors start afresh. False when it ran out of memory.
   bool Rebuild();
 
-  // The joints of the compiled skill.
+  // The joints of the skill as last compiled.
   int NumJoints() const;
 
   // Samples every joint at `time` into local[j] (the joint relative to its
-  // parent) and actor[j] (in the actor's frame), each an array of
-  // NumJoints() transforms or null to leave that kind out. Joints that are
-  // not sampled keep what their entries held (see Edge cases). Compiles
-  // first when the skill's revision moved. Returns the number of joints
-  // filled. Allocates nothing unless it compiles.
+  // parent) and actor[j] (in the actor's frame), each null to leave that
+  // kind out or an array of as many transforms as the skill has joints now
+  // (Skill()->NumJoints(): when the skill changed since the last compile,
+  // this call compiles first, so the sampler's NumJoints() of before may be
+  // stale). Joints that are not sampled keep what their entries held (see
+  // Edge cases). Returns the number of joints filled. Allocates nothing
+  // unless it compiles.
   int SamplePose(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
 
   // True when SamplePose at `time` fills joint `joint` (as compiled; the
