@@ -44,6 +44,17 @@ Bytes SequenceFile(int32_t frames, char const* record = "Walker") {
   return b.get();
 }
 
+// A sequence of two frames whose record has no files, with `lists` for
+// its four event lists (each its count and events as written).
+Bytes SequenceWithEvents(ByteBuilder const& lists) {
+  ByteBuilder b = Container("Sequ");
+  b.i32(2).i32(1).str("Walker").str("Robo");
+  Bytes bytes = b.get();
+  Bytes const tail = lists.get();
+  bytes.insert(bytes.end(), tail.begin(), tail.end());
+  return bytes;
+}
+
 std::vector<Json> Issues(Json const& file, char const* list, char const* code) {
   std::vector<Json> found;
   for (Json const& issue : file[list])
@@ -156,6 +167,33 @@ TEST(ZoToolSequences, FindsEachPlantedFaultWithItsCodeAndOffset) {
     size_t issues = file["errors"].size() + file["warnings"].size();
     EXPECT_EQ(issues, 1u) << file.dump();
   }
+}
+
+// Events are listed in full by dump, in their lists' order; a count that
+// the file cannot hold fails the file where the count stands.
+TEST(ZoToolSequences, EventListsAreDumpedAndAnOverlongCountIsRefused) {
+  zotest::TempFolder folder;
+  ByteBuilder events;
+  events.i32(1).i32(1).u32(0).str("Walker");  // add-actor: type 1 at frame 0
+  events.i32(0);
+  events.i32(2).i32(7).u32(40).str("").i32(8).u32(0xFFFFFFFFu).str("Walker");  // two sound events
+  events.i32(0);
+  ToolRun dump = RunTool("dump " + Quoted(folder.WriteFile("Events.seq", SequenceWithEvents(events))));
+  ASSERT_EQ(dump.status, 0) << dump.err;
+  Json const& listed = dump.json["sequence"]["events"];
+  EXPECT_EQ(listed["addActor"], Json::parse(R"([{"type":1,"frameTime":0,"actor":"Walker"}])"));
+  EXPECT_EQ(listed["removeActor"], Json::array());
+  EXPECT_EQ(listed["sound"], Json::parse(R"([{"type":7,"frameTime":40,"actor":""},)"
+                                          R"({"type":8,"frameTime":4294967295,"actor":"Walker"}])"));
+  EXPECT_EQ(listed["material"], Json::array());
+
+  // Header 16, frames and count 8, record 4 + 6 + 4 + 4: the first count at 42.
+  ByteBuilder overlong;
+  overlong.i32(0).i32(0).i32(1000000).i32(0);
+  ToolRun run = RunTool("validate " + Quoted(folder.WriteFile("Overlong.seq", SequenceWithEvents(overlong))));
+  EXPECT_EQ(run.status, 1);
+  ASSERT_EQ(run.json["files"][0]["errors"].size(), 1u) << run.out;
+  EXPECT_EQ(run.json["files"][0]["errors"][0]["offset"], 50) << run.out;  // the third list's count
 }
 
 // The whole-pose sampler and the key lists give the same pose: before,
