@@ -89,6 +89,7 @@
 #include <zoactor/actor/ZoReadReport.h>
 #include <zoactor/actor/ZoRef.h>
 #include <zoactor/actor/ZoSkillAnnotations.h>
+#include <zoactor/actor/ZoSkillSampler.h>
 
 // Sequence: recording actors' motion into a sequence folder and playing it back.
 #include <zoactor/sequence/ZoActorRecord.h>

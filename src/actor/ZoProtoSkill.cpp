@@ -74,6 +74,7 @@ ZoProtoSkill::~ZoProtoSkill() { ZoProtoSkill::Clear(); }
 ZoStreamObject* ZoProtoSkill::Create() { return new (std::nothrow) ZoProtoSkill; }
 
 void ZoProtoSkill::Clear() {
+  KeysChanged();
   for (int32_t i = 0; i < numJoints; ++i) delete joints[i].keys;
   joints.reset();
   numJoints = 0;
@@ -81,6 +82,7 @@ void ZoProtoSkill::Clear() {
 }
 
 bool ZoProtoSkill::ResetJoints(int32_t count) {
+  KeysChanged();
   for (int32_t i = 0; i < numJoints; ++i) delete joints[i].keys;
   joints.reset();
   numJoints = 0;
@@ -110,6 +112,7 @@ void ZoProtoSkill::Copy(ZoProtoSkill const& source) {
 ZoProtoSkill* ZoProtoSkill::Duplicate() const { return new (std::nothrow) ZoProtoSkill(*this); }
 
 ZoJointKeyList* ZoProtoSkill::InitJoint(int i) {
+  KeysChanged();
   if (joints[i].keys == nullptr) joints[i].keys = new (std::nothrow) ZoJointKeyList;
   return joints[i].keys;
 }
@@ -117,6 +120,7 @@ ZoJointKeyList* ZoProtoSkill::InitJoint(int i) {
 // --- The actor's skeleton ----------------------------------------------------------------
 
 void ZoProtoSkill::SetupFromPrototype(ZoProtoActor* actor) {
+  KeysChanged();
   ZoProtoTraversal const* traversal = actor != nullptr ? actor->GeomTraversal() : nullptr;
   int32_t n = traversal != nullptr ? traversal->NumNodes() : 0;
   if (n != numJoints) ResetJoints(n);
@@ -136,6 +140,7 @@ void ZoProtoSkill::SetParentIndices(ZoProtoActor* actor) {
 }
 
 void ZoProtoSkill::PermuteJoints(ZoProtoActor* actor, ZoPermutation* perm) {
+  KeysChanged();
   std::unique_ptr<ZoSkillJoint[]> old = std::move(joints);
   int32_t oldCount = numJoints;
   numJoints = 0;
@@ -164,6 +169,7 @@ bool ZoProtoSkill::InSubtree(int k, int j) const {
 }
 
 void ZoProtoSkill::TransformJoint(int j, ZoTransform3 const& x, int adjustChildren) {
+  KeysChanged();
   ZoTransform3 inverse = ~x;
   if (j >= 0 && j < numJoints && joints[j].keys != nullptr) {
     ZoKeyListNode* p = nullptr;
@@ -185,6 +191,7 @@ void ZoProtoSkill::TransformJoint(int j, ZoTransform3 const& x, int adjustChildr
 
 void ZoProtoSkill::ScaleJoint(int j, ZoVector3 const& s) {
   if (j < 0) return;
+  KeysChanged();
   for (int32_t k = j; k < numJoints && InSubtree(k, j); ++k) {
     if (joints[k].keys == nullptr) continue;
     ZoKeyListNode* p = nullptr;
@@ -238,6 +245,7 @@ void ZoProtoSkill::GetHandleTransform(ZoTransform3&) {}
 // --- Body ---------------------------------------------------------------------------------------
 
 ZoStreamError ZoProtoSkill::ReadFromStream(ZoStream& stream) {
+  KeysChanged();
   // 1, 2. The stream version and the format; an old body of versions 1 to
   // 37 has neither and takes its format from the file's header instead.
   if (stream.version <= 0 || stream.version >= zoversion::kSkillSampleRate) {

@@ -21,14 +21,28 @@ namespace zo_motion {
 constexpr float kDefaultEaseIn = 2.0f / 3.0f;
 constexpr float kDefaultEaseOut = 1.0f / 3.0f;
 
-// The eased parameter of the segment from a to b at t.
-ZO_MOTION_INLINE float Eased(ZoJointKeyframe const& a, ZoJointKeyframe const& b, float t) {
+// The eased parameter at t of a segment whose first key has the handle
+// `easeOut` and whose second key has `easeIn`.
+ZO_MOTION_INLINE float Eased(float easeOut, float easeIn, float t) {
   // With the default handles 1/3 and 2/3 the polynomial is t itself, which
   // is taken as it is: most keys keep the defaults, and the polynomial would
   // otherwise sit at the head of the sample's dependency chain.
-  if (a.easeOut == kDefaultEaseOut && b.easeIn == kDefaultEaseIn) return t;
+  if (easeOut == kDefaultEaseOut && easeIn == kDefaultEaseIn) return t;
   float const r = 1.0f - t;
-  return 3.0f * a.easeOut * r * r * t + 3.0f * b.easeIn * r * t * t + t * t * t;
+  return 3.0f * easeOut * r * r * t + 3.0f * easeIn * r * t * t + t * t * t;
+}
+
+// The scalar Eased in each lane: the same bits lane by lane.
+ZO_MOTION_INLINE Lanes Eased(Lanes easeOut, Lanes easeIn, Lanes t) {
+  Mask const defaults = (easeOut == kDefaultEaseOut) & (easeIn == kDefaultEaseIn);
+  Lanes const r = 1.0f - t;
+  Lanes const poly = 3.0f * easeOut * r * r * t + 3.0f * easeIn * r * t * t + t * t * t;
+  return Select(defaults, t, poly);
+}
+
+// The eased parameter of the segment from a to b at t.
+ZO_MOTION_INLINE float Eased(ZoJointKeyframe const& a, ZoJointKeyframe const& b, float t) {
+  return Eased(a.easeOut, b.easeIn, t);
 }
 
 // The arcs of a segment's first pairs: the remembered ones while the memo

@@ -1,8 +1,10 @@
 // zoactor demo [DIR] [--tour]: builds the demo actor, saves its folder under
 // DIR (a fresh temporary folder by default), loads it back through the
-// prototype database, samples a skill, casts a ray and measures a distance
-// against a node's collision model, and prints what it found. --tour runs
-// the demo sections of every subsystem instead.
+// prototype database, samples a skill's whole pose, records the actor
+// walking into a sequence folder beside it and reads one node's track back,
+// casts a ray and measures a distance against a node's collision model, and
+// prints what it found. --tour runs the demo sections of every subsystem
+// instead.
 #include "Commands.h"
 #include "Demo.h"
 #include "DemoEditing.h"
@@ -17,12 +19,20 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zotool {
 
 namespace {
 
 constexpr uint32_t kSampleTime = 375;
+// The recorded walk: its sequence folder (and file) under DIR, the actor's
+// name in it, its frames, and the node whose track is read back.
+constexpr char const* kSequenceName = "RoboWalk";
+constexpr char const* kWalkerName = "Walker";
+constexpr int kRecordedFrames = 20;
+constexpr char const* kTrackedNode = "LegL";
+constexpr int kTrackShownEvery = 4;
 constexpr float kRayStart = 2.0f;
 constexpr float kProbeOffset = 0.6f;
 constexpr float kProbeSize = 0.1f;
@@ -62,18 +72,70 @@ ZoTransform3 Placement(ZoProtoNode const& node) {
   return placement;
 }
 
+// The whole pose of Walk at kSampleTime, through a skill sampler.
 bool SampleWalk(ZoProtoActor& actor) {
   ZoProtoSkill* walk = actor.GetSkill("Walk", 0);
   if (walk == nullptr) return false;
-  fmt::print("sampled Walk at t = {} (joint: translation in the actor's frame):\n", kSampleTime);
-  bool ok = true;
+  ZoSkillSampler sampler(walk);
+  std::vector<ZoTransform3> pose(static_cast<size_t>(walk->NumJoints()));
+  int filled = sampler.SamplePose(kSampleTime, nullptr, pose.data());
+  fmt::print("sampled Walk's whole pose at t = {} (joint: translation in the actor's frame):\n", kSampleTime);
   for (int j = 0; j < walk->NumJoints(); ++j) {
-    ZoJointKeyframe pose;
-    ok = ok && walk->Joint(j) != nullptr && walk->Joint(j)->SampleAtTime(kSampleTime, pose, 1) == 1;
-    ZoVector3 const& at = pose.actorTransform.translation;
+    ZoVector3 const& at = pose[static_cast<size_t>(j)].translation;
     fmt::print("  {:<6} ({:6.3f}, {:6.3f}, {:6.3f})\n", actor.GeomTraversal()->Node(j)->Name().c_str(), at.x, at.y, at.z);
   }
-  return ok;
+  return filled == walk->NumJoints();
+}
+
+float DegreesAboutX(ZoRotation3 const& q) { return 2.0f * std::atan2(q.x, q.w) * 180.0f / ZoMath::PI; }
+
+// Records kRecordedFrames frames of the actor walking (Walk's pose at every
+// time step, through a sampler) into the sequence folder `parent`/RoboWalk,
+// replacing one an earlier run left; returns the sequence file, or empty.
+fs::path RecordWalk(ZoProtoActor& actor, fs::path const& parent, std::vector<ZoTransform3>& trackRecorded) {
+  ZoProtoSkill* walk = actor.GetSkill("Walk", 0);
+  int node = actor.GeomTraversal()->NodeIndex(actor.NodeTraversal()->NodeWithName(kTrackedNode));
+  if (walk == nullptr || node < 0) return {};
+  std::error_code error;
+  fs::path folder = fs::absolute(parent, error) / kSequenceName;
+  fs::remove_all(folder, error);
+  fs::path file = folder / (std::string(kSequenceName) + ".seq");
+  ZoAnimSequence sequence;
+  if (sequence.Open(file.string().c_str(), 1) != 1 || sequence.PostAddActorEvent(&actor, kWalkerName) != 1) return {};
+  ZoSkillSampler sampler(walk);
+  std::vector<ZoTransform3> pose(static_cast<size_t>(walk->NumJoints()));
+  bool ok = true;
+  for (int f = 0; ok && f < kRecordedFrames; ++f) {
+    sampler.SamplePose(static_cast<uint32_t>(f) * sequence.GetTimeStep(), nullptr, pose.data());
+    trackRecorded.push_back(pose[static_cast<size_t>(node)]);
+    ok = sequence.WriteFrameData(kWalkerName, pose.data(), walk->NumJoints()) == 1;
+    sequence.NextFrame();
+  }
+  fmt::print("recorded {} frames of {} walking (every {} ms) into the sequence {}\n", kRecordedFrames, kWalkerName,
+             sequence.GetTimeStep(), file.string());
+  return sequence.Close() == 1 && ok ? file : fs::path();
+}
+
+// Opens the recorded sequence without the actor folder and reads the
+// tracked node's track back; true when it is what was recorded.
+bool ReadTrackBack(fs::path const& file, ZoProtoActor const& actor, std::vector<ZoTransform3> const& recorded) {
+  ZoAnimSequence playback;
+  if (playback.Open(file.string().c_str(), 0) != 1) {
+    fmt::print(stderr, "{}: the sequence could not be read back: {}\n", file.string(), playback.FailureReason());
+    return false;
+  }
+  int node = actor.GeomTraversal()->NodeIndex(actor.NodeTraversal()->NodeWithName(kTrackedNode));
+  std::vector<ZoTransform3> track(recorded.size());
+  int rotations = 0, positions = 0;
+  bool ok = playback.ReadNodeFrames(kWalkerName, node, track.data(), static_cast<int>(track.size()), rotations,
+                                    positions) == 1;
+  std::string angles;
+  for (size_t f = 0; f < track.size(); f += kTrackShownEvery)
+    angles += fmt::format(" {:.1f}", DegreesAboutX(track[f].rotation));
+  fmt::print("read {}'s track back ({} frames): its swing about x every {} frames:{} degrees\n", kTrackedNode,
+             playback.GetNumFrames(), kTrackShownEvery, angles);
+  playback.Close();
+  return ok && track == recorded && rotations == 1;
 }
 
 // A ray from in front of the head straight at it; returns the hit distance
@@ -139,6 +201,9 @@ int RunDemo(DemoOptions const& options) {
              actor->NodeTraversal()->NumNodes(), actor->Skills().GetCount(), status == 1 ? "read from disk" : "shared");
   bool ok = actor->NodeTraversal()->NumNodes() == kDemoNodes && actor->Skills().GetCount() == 2;
   ok = SampleWalk(*actor) && ok;
+  std::vector<ZoTransform3> trackRecorded;
+  fs::path sequence = RecordWalk(*actor, parent, trackRecorded);
+  ok = !sequence.empty() && ReadTrackBack(sequence, *actor, trackRecorded) && ok;
 
   ZoProtoNode const* head = actor->NodeTraversal()->NodeWithName("Head");
   float hit = CastRayAtHead(*head);
@@ -153,8 +218,8 @@ int RunDemo(DemoOptions const& options) {
 
   actor.reset();
   ZoProtoDB::RemoveAllPrototypes();
-  fmt::print("\ndemo {}. Next: zoactor info {}   zoactor validate {}\n", ok ? "completed" : "FAILED", folder.string(),
-             folder.string());
+  fmt::print("\ndemo {}. Next: zoactor info {}   zoactor validate {}   zoactor info {}\n",
+             ok ? "completed" : "FAILED", folder.string(), folder.string(), sequence.string());
   return ok ? kExitOk : kExitFileFailed;
 }
 

@@ -1,12 +1,15 @@
-// zoactor dump PATH [--geometry]: every field of an actor file, a skill file
-// or an actor folder as JSON (docs/cli.md); mesh vertices and triangles only
-// with --geometry. Sequence, motion and container files give their header.
+// zoactor dump PATH [--geometry]: every field of an actor file, a skill file,
+// a sequence or motion file, or an actor folder as JSON (docs/cli.md); mesh
+// vertices and triangles only with --geometry. Other container files give
+// their header.
 #include "Commands.h"
 #include "ToolJson.h"
 #include "ToolLoad.h"
+#include "ToolSequences.h"
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zotool {
 
@@ -36,6 +39,13 @@ bool DumpFile(fs::path const& path, bool geometry, Json& out) {
   } else if (facts.kind == FileKind::Skill) {
     ZoRef<ZoProtoSkill> skill = LoadSkill(path, failure);
     if (skill) out["skill"] = JsonOf(*skill);
+  } else if (facts.kind == FileKind::Sequence) {
+    SequenceFacts sequence;
+    if (ReadSequence(path, sequence, failure)) out["sequence"] = DumpOfSequence(sequence);
+  } else if (facts.kind == FileKind::Motion) {
+    MotionFacts motion;
+    std::vector<std::vector<ZoTransform3>> frames;
+    if (ReadMotion(path, motion, failure, &frames)) out["motion"] = DumpOfMotion(motion, frames);
   } else if (facts.kind == FileKind::Missing) {
     failure = Issue{"missing", "no such file or folder", -1};
   } else if (facts.kind == FileKind::Unknown || facts.kind == FileKind::Folder) {
@@ -69,7 +79,7 @@ int RunDump(DumpOptions const& options) {
 
 void AddDumpCommand(CLI::App& app, int& status) {
   auto options = std::make_shared<DumpOptions>();
-  CLI::App* dump = app.add_subcommand("dump", "Print every field of an actor or skill file, or an actor folder, as JSON");
+  CLI::App* dump = app.add_subcommand("dump", "Print every field of an actor, skill, sequence or motion file, or an actor folder, as JSON");
   dump->add_option("PATH", options->path, "A file or an actor folder")->required();
   dump->add_flag("--geometry", options->geometry, "Include mesh vertices, normals and triangles");
   dump->callback([options, &status] { status = RunDump(*options); });

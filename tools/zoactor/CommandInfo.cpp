@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "ToolJson.h"
 #include "ToolLoad.h"
+#include "ToolSequences.h"
 
 #include <fmt/format.h>
 
@@ -106,6 +107,12 @@ bool SummaryOfFile(fs::path const& path, FileFacts const& facts, Json& out) {
   } else if (facts.kind == FileKind::Skill) {
     ZoRef<ZoProtoSkill> skill = LoadSkill(path, failure);
     if (skill) out["skill"] = SummaryOfSkill(*skill);
+  } else if (facts.kind == FileKind::Sequence) {
+    SequenceFacts sequence;
+    if (ReadSequence(path, sequence, failure)) out["sequence"] = SummaryOfSequence(sequence);
+  } else if (facts.kind == FileKind::Motion) {
+    MotionFacts motion;
+    if (ReadMotion(path, motion, failure)) out["motion"] = SummaryOfMotion(motion);
   } else if (facts.kind == FileKind::Missing) {
     failure = Issue{"missing", "no such file or folder", -1};
   } else if (facts.kind == FileKind::Unknown || facts.kind == FileKind::Folder) {
@@ -152,7 +159,7 @@ void PrintActor(Json const& a) {
   fmt::print("  properties:");
   for (Json const& p : a["properties"]) {
     if (p["value"].is_string() && p["value"].get<std::string>().empty()) continue;
-    fmt::print(" {}={}", p["name"].get<std::string>(), p["value"].dump());
+    fmt::print(" {}={}", p["name"].get<std::string>(), p["value"].dump(-1, ' ', false, Json::error_handler_t::replace));
   }
   fmt::print("\n  proximity definitions: {}; behaviour maps:", a["proximityDefs"].size());
   for (Json const& m : a["behaviorMaps"]) fmt::print(" {} {}", m["space"].get<std::string>(), m["active"].dump());
@@ -169,6 +176,27 @@ void PrintSkill(Json const& s, std::string const& indent) {
                                                                           : "");
 }
 
+std::string MotionLine(Json const& m) {
+  return fmt::format("\"{}\": {} frames of {} transforms ({} bytes of data from byte {}{})", m["name"].get<std::string>(),
+                     m["frames"].get<int64_t>(), m["frameSize"].get<int>(), m["dataBytes"].get<int64_t>(),
+                     m["dataStart"].get<int64_t>(),
+                     m["tornBytes"].get<int64_t>() > 0 ? fmt::format(", {} torn", m["tornBytes"].get<int64_t>()) : "");
+}
+
+void PrintSequence(Json const& s, std::string const& indent) {
+  Json const& e = s["events"];
+  fmt::print("{}sequence: {} frames, {} actors; events: {} add, {} remove, {} sound, {} material{}\n", indent,
+             s["frames"].get<int>(), s["actors"].size(), e["addActor"].get<size_t>(), e["removeActor"].get<size_t>(),
+             e["sound"].get<size_t>(), e["material"].get<size_t>(), s["recorded"].get<bool>() ? "" : " (header only)");
+  for (Json const& a : s["actors"]) {
+    std::string prototype = a["prototypeFile"].is_null() ? "missing" : a["prototypeFile"].get<std::string>();
+    if (!a["joints"].is_null()) prototype += fmt::format(", {} joints", a["joints"].get<int>());
+    fmt::print("{}  actor \"{}\": prototype \"{}\" ({}); motion {}\n", indent, a["name"].get<std::string>(),
+               a["prototype"].get<std::string>(), prototype,
+               a["motion"].is_null() ? "missing" : a["motionFile"].get<std::string>() + " " + MotionLine(a["motion"]));
+  }
+}
+
 void PrintFile(Json const& f, std::string const& indent) {
   fmt::print("{}{}: {}{}\n", indent, f["path"].get<std::string>(), f["kind"].get<std::string>(),
              f["version"].is_null() ? "" : fmt::format(", format version {}", f["version"].get<int>()));
@@ -181,6 +209,8 @@ void PrintFile(Json const& f, std::string const& indent) {
                f["error"]["message"].get<std::string>());
   if (f.contains("actor")) PrintActor(f["actor"]);
   if (f.contains("skill")) PrintSkill(f["skill"], indent + "  ");
+  if (f.contains("sequence")) PrintSequence(f["sequence"], indent + "  ");
+  if (f.contains("motion")) fmt::print("{}  motion {}\n", indent, MotionLine(f["motion"]));
 }
 
 void PrintSummary(Json const& s) {

@@ -1,7 +1,9 @@
-// zoactor sample ACTOR SKILL --time T [--json]: every joint's transform at
-// time T (ZoJointKeyList::SampleAtTime, holding the last key after the
-// end). ACTOR is an actor folder or file; SKILL a skill name, found through
-// the actor's skill cache, or the path of a skill file.
+// zoactor sample ACTOR SKILL --time T [--json] [--reference]: every joint's
+// transform at time T, holding the last key after the end: the whole pose at
+// once through ZoSkillSampler, or with --reference joint by joint through
+// ZoJointKeyList::SampleAtTime (the two agree; the tool's tests compare
+// them). ACTOR is an actor folder or file; SKILL a skill name, found
+// through the actor's skill cache, or the path of a skill file.
 #include "Commands.h"
 #include "ToolJson.h"
 #include "ToolLoad.h"
@@ -10,6 +12,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zotool {
 
@@ -20,6 +23,7 @@ struct SampleOptions {
   std::string skill;
   uint32_t time = 0;
   bool json = false;
+  bool reference = false;
 };
 
 // The skill the options name, held for the caller; null with `failure`
@@ -52,20 +56,45 @@ ZoRef<ZoProtoSkill> FindSkill(ZoProtoActor& actor, std::string const& skill, Iss
   return {};
 }
 
-Json SampleJoints(ZoProtoActor const& actor, ZoProtoSkill const& skill, uint32_t time) {
+// A sampled pose: every joint's transforms and whether it was sampled.
+struct Pose {
+  std::vector<ZoTransform3> local, actor;
+  std::vector<bool> sampled;
+};
+
+Pose SampleWithSampler(ZoProtoSkill& skill, uint32_t time) {
+  Pose pose{std::vector<ZoTransform3>(static_cast<size_t>(skill.NumJoints())),
+            std::vector<ZoTransform3>(static_cast<size_t>(skill.NumJoints())), {}};
+  ZoSkillSampler sampler(&skill);
+  sampler.SamplePose(time, pose.local.data(), pose.actor.data());
+  for (int j = 0; j < skill.NumJoints(); ++j) pose.sampled.push_back(sampler.Covers(j, time));
+  return pose;
+}
+
+Pose SampleWithKeyLists(ZoProtoSkill const& skill, uint32_t time) {
+  Pose pose;
+  for (int j = 0; j < skill.NumJoints(); ++j) {
+    ZoJointKeyframe key;
+    pose.sampled.push_back(skill.Joint(j) != nullptr && skill.Joint(j)->SampleAtTime(time, key, 1) == 1);
+    pose.local.push_back(key.localTransform);
+    pose.actor.push_back(key.actorTransform);
+  }
+  return pose;
+}
+
+Json SampleJoints(ZoProtoActor const& actor, ZoProtoSkill& skill, uint32_t time, bool reference) {
+  Pose pose = reference ? SampleWithKeyLists(skill, time) : SampleWithSampler(skill, time);
   Json joints = Json::array();
   ZoProtoTraversal const& nodes = *actor.GeomTraversal();
   for (int j = 0; j < skill.NumJoints(); ++j) {
     int parent = skill.ParentIndex(j);
-    Json joint{{"index", j},
-               {"name", nodes.Node(j)->Name().c_str()},
-               {"parent", parent >= 0 ? Json(nodes.Node(parent)->Name().c_str()) : Json(nullptr)}};
-    ZoJointKeyframe pose;
-    bool sampled = skill.Joint(j) != nullptr && skill.Joint(j)->SampleAtTime(time, pose, 1) == 1;
-    joint["sampled"] = sampled;
-    joint["local"] = sampled ? JsonOf(pose.localTransform) : Json(nullptr);
-    joint["actor"] = sampled ? JsonOf(pose.actorTransform) : Json(nullptr);
-    joints.push_back(joint);
+    bool sampled = pose.sampled[static_cast<size_t>(j)];
+    joints.push_back(Json{{"index", j},
+                          {"name", nodes.Node(j)->Name().c_str()},
+                          {"parent", parent >= 0 ? Json(nodes.Node(parent)->Name().c_str()) : Json(nullptr)},
+                          {"sampled", sampled},
+                          {"local", sampled ? JsonOf(pose.local[static_cast<size_t>(j)]) : Json(nullptr)},
+                          {"actor", sampled ? JsonOf(pose.actor[static_cast<size_t>(j)]) : Json(nullptr)}});
   }
   return joints;
 }
@@ -109,7 +138,8 @@ int RunSample(SampleOptions const& options) {
   Json sample{{"actor", actor->Name().c_str()},
               {"skill", skill->Name().c_str()},
               {"time", options.time},
-              {"joints", SampleJoints(*actor, *skill, options.time)}};
+              {"method", options.reference ? "key-lists" : "sampler"},
+              {"joints", SampleJoints(*actor, *skill, options.time, options.reference)}};
   if (options.json) {
     PrintJson(sample);
   } else {
@@ -128,6 +158,8 @@ void AddSampleCommand(CLI::App& app, int& status) {
       ->required();
   sample->add_option("-t,--time", options->time, "The time, in the engine's time unit")->required();
   sample->add_flag("--json", options->json, "Print JSON instead of a table");
+  sample->add_flag("--reference", options->reference,
+                   "Sample joint by joint through the key lists instead of the whole-pose sampler");
   sample->callback([options, &status] { status = RunSample(*options); });
 }
 

@@ -154,6 +154,17 @@ std::vector<fs::path> ListWithExtension(fs::path const& folder, char const* exte
   return found;
 }
 
+fs::path FindIgnoringCase(fs::path const& folder, std::string const& name) {
+  if (folder.empty()) return {};
+  std::error_code error;
+  if (fs::exists(folder / name, error)) return folder / name;
+  std::vector<fs::path> matches;
+  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error))
+    if (SameIgnoringCase(it->path().filename().string(), name)) matches.push_back(it->path());
+  if (matches.empty()) return {};
+  return *std::min_element(matches.begin(), matches.end());
+}
+
 fs::path SkillFolderOf(fs::path const& actorFolder) {
   std::error_code error;
   for (fs::directory_iterator it(actorFolder, error), end; !error && it != end; it.increment(error)) {

@@ -5,8 +5,7 @@
 // Kinds: an actor or skill file of today starts with its magic; an older one
 // starts with the chunked container's header, whose framed object tells the
 // two apart. Sequence ("Sequ") and motion ("Aazo") files are containers
-// too; they are recognised by the container's type and described by their
-// header until the library reads them (see KindOfContainer).
+// too, recognised by the container's type (ToolSequences.h reads them).
 //
 // Edge cases:
 // - A container whose object is neither an actor nor a skill, and whose
@@ -69,6 +68,10 @@ std::string BaseName(fs::path const& path);
 // The entries of `folder` whose extension is `extension` (".act", ".skl";
 // matched ignoring case), sorted by upper-cased name; empty when none.
 std::vector<fs::path> ListWithExtension(fs::path const& folder, char const* extension);
+// The entry `name` of `folder`: as spelled when it exists, else the first
+// (in sorted order) that matches ignoring case; empty when none does or
+// `folder` is empty.
+fs::path FindIgnoringCase(fs::path const& folder, std::string const& name);
 // The folder's "Skills" subfolder, matched ignoring case, or empty.
 fs::path SkillFolderOf(fs::path const& actorFolder);
 // The actor file of a folder: the one named after the folder when there is

@@ -74,7 +74,9 @@ void LogReport(FileReport const& report) {
   for (Issue const& issue : report.warnings) LogIssue(report.path, issue, true);
 }
 
-void PrintJson(Json const& json) { std::cout << json.dump(2) << '\n'; }
+// Names read from files may hold bytes that are not UTF-8; they print as
+// U+FFFD instead of ending the tool.
+void PrintJson(Json const& json) { std::cout << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n'; }
 
 Progress::Progress(bool allowed, size_t count) : shown(allowed && isatty(STDERR_FILENO) == 1), total(count) {}
 

@@ -3,6 +3,7 @@
 #include "SkillLayout.h"
 #include "ToolJson.h"
 #include "ToolLoad.h"
+#include "ToolSequences.h"
 
 #include <zoactor/zoactor.h>
 
@@ -295,6 +296,14 @@ FileReport ValidateFile(fs::path const& path, ValidateContext& context) {
       break;
     case FileKind::Sequence:
     case FileKind::Motion:
+      if (report.facts.truncatedHeader) {
+        report.Error("truncated", 0, fmt::format("the file ends within its header ({} bytes)", report.bytes));
+      } else if (report.facts.kind == FileKind::Sequence) {
+        CheckSequence(path, report);
+      } else {
+        CheckMotion(path, report);
+      }
+      break;
     case FileKind::Container:
       if (report.facts.truncatedHeader) {
         report.Error("truncated", 0, fmt::format("the file ends within its header ({} bytes)", report.bytes));

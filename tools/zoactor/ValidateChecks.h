@@ -6,11 +6,14 @@
 // Errors: unreadable, too-large, missing, unknown-kind, truncated, malformed,
 // trailing-bytes, duplicate-node-name, non-finite, skill-name-mismatch,
 // duplicate-skill-name, joint-count-mismatch, keys-out-of-order,
-// non-unit-rotation.
+// non-unit-rotation; for sequences no-frames, missing-prototype,
+// missing-motion, motion-name-mismatch; for motion files torn-frame.
 // Warnings: older-layout, skipped-object, unknown-style, unknown-handle-kind,
 // material-index-range, unknown-face-node, missing-role-skill,
 // actor-name-mismatch, duplicate-key-time, unknown-blend-mode,
-// joints-unchecked, not-checked.
+// joints-unchecked, not-checked; for sequences frame-count-mismatch,
+// frame-size-mismatch; for motion files unused-bytes, stored-frames-differ,
+// motion-name-mismatch.
 //
 // Edge cases:
 // - Node rotations are normalised by the reader, so only key rotations,

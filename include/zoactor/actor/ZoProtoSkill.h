@@ -51,6 +51,15 @@
 // - The copy constructor keeps the source's sample rate (Copy alone does not
 //   copy it); forward-facing transform and conversion start from their
 //   defaults, and annotation records are not copied, as Copy says.
+//
+// Revision: a counter that every change of the joints or their keys made
+// through the skill's own operations raises, so that what was compiled from
+// the keys (ZoSkillSampler) knows when to compile again. Raised by InitJoint
+// (its caller is about to edit the list it returns), SetupFromPrototype,
+// PermuteJoints, TransformJoint, ScaleJoint, Copy and assignment, reading a
+// body (ReadFromStream) and Clear. Not raised by edits made on a key list or
+// a key directly (Joint(i)->Insert, Remove, DeleteKeyframes, writing a key's
+// fields, setTime): whoever edits keys that way calls KeysChanged() after.
 #ifndef ZOACTOR_ACTOR_ZOPROTOSKILL_H
 #define ZOACTOR_ACTOR_ZOPROTOSKILL_H
 
@@ -145,6 +154,13 @@ class ZOACTOR_API ZoProtoSkill : public ZoStreamObject, public ZoAiSkill {
   int32_t RefCount() const { return refCount; }
   // The annotation records in list order (owned), or null when there are none.
   ZoDblList const* SubclassData() const { return subclassData.get(); }
+
+  // The revision of the joints and keys (see the file comment); it starts at
+  // 0 and only grows (wrapping after 2^32 changes).
+  uint32_t Revision() const { return revision; }
+  // Raises the revision: call it after editing keys directly through a key
+  // list or a key, so that samplers of this skill compile it again.
+  void KeysChanged() { ++revision; }
 
   // --- Copying and the actor's skeleton -------------------------------------------
 
@@ -261,6 +277,7 @@ class ZOACTOR_API ZoProtoSkill : public ZoStreamObject, public ZoAiSkill {
   int32_t interpolate;
   ZoRotation3 conversion;
   std::unique_ptr<ZoDblList> subclassData;
+  uint32_t revision = 0;
 };
 
 #endif

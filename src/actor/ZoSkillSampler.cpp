@@ -1,0 +1,366 @@
+#include <zoactor/actor/ZoSkillSampler.h>
+
+#include <zoactor/animation/ZoJointKeyList.h>
+#include <zoactor/animation/ZoJointKeyframe.h>
+
+#include "actor/ZoPoseLanes.h"
+#include "animation/ZoJointSampling.h"
+
+#include <algorithm>
+#include <new>
+#include <vector>
+
+using zopose::kLanes;
+using zopose::Lanes;
+using zopose::Mask;
+
+namespace {
+
+// A span that covers every time from its start on.
+constexpr uint64_t kAllTimes = uint64_t{1} << 32;
+constexpr int32_t kNoKey = -1;
+
+// What a joint's current segment gives.
+enum class SegmentKind : uint8_t {
+  None,         // nothing: no keys, before the first key, or a key that is no joint keyframe
+  Hold,         // the first key as it is: after the last key, or a step segment
+  HoldAtStart,  // the first key at its own time, nothing later (the second key is no joint keyframe)
+  Blend         // the blend of the two keys (the first key at its own time)
+};
+
+// The transforms a sample reads from a key.
+struct KeyPose {
+  ZoTransform3 local;
+  ZoTransform3 actor;
+};
+
+// The controls a cubic segment reads.
+struct KeyControls {
+  ZoTransform3 actorOut;
+  ZoTransform3 actorIn;
+};
+
+struct KeyTiming {
+  float easeIn = 0.0f;
+  float easeOut = 0.0f;
+  int32_t blendMode = 0;
+  // False for a key of another class than ZoJointKeyframe.
+  bool joint = false;
+};
+
+// A joint's keys and its cursor. The state holds while the unsigned
+// difference time − start stays below span.
+struct JointState {
+  uint32_t start = 0;
+  int32_t key = kNoKey;  // the key at or before start (an index into the key arrays)
+  uint64_t span = kAllTimes;
+  int32_t first = 0;  // the joint's keys in the key arrays
+  int32_t count = 0;
+  SegmentKind kind = SegmentKind::None;
+  bool cubic = false;
+};
+
+}  // namespace
+
+struct ZoSkillSampler::Compiled {
+  uint32_t revision = 0;
+  int32_t numJoints = 0;
+  std::vector<uint32_t> times;
+  std::vector<KeyPose> poses;
+  std::vector<KeyControls> controls;
+  std::vector<KeyTiming> timing;
+  // One per lane: joints past the last one are padding without keys.
+  std::vector<JointState> joints;
+  std::vector<zopose::LinearGroup> linear;
+  std::vector<zopose::CubicGroup> cubic;
+
+  bool Build(ZoProtoSkill const& skill);
+  void AddKeys(ZoJointKeyList const& list);
+  void Reset(int32_t joints);
+  int32_t LastKeyUntil(JointState const& state, uint32_t time) const;
+  void Seek(int32_t joint, uint32_t time);
+  void SetSegment(int32_t joint, int32_t a);
+  void SetTiming(int32_t joint, float length, float easeOut, float easeIn);
+  void LoadLanes(int32_t joint, int32_t a, int32_t b);
+  int SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
+  void SampleOutside(int32_t joint, float s, ZoTransform3* local, ZoTransform3* actor) const;
+};
+
+// --- Compiling ---------------------------------------------------------------------
+
+void ZoSkillSampler::Compiled::Reset(int32_t count) {
+  numJoints = count;
+  int32_t const groups = (count + kLanes - 1) / kLanes;
+  times.clear();
+  poses.clear();
+  controls.clear();
+  timing.clear();
+  joints.assign(static_cast<size_t>(groups) * kLanes, JointState{});
+  linear.assign(static_cast<size_t>(groups), zopose::LinearGroup{});
+  cubic.assign(static_cast<size_t>(groups), zopose::CubicGroup{});
+  // Identity rotations everywhere, so lanes without keys blend finite numbers.
+  for (zopose::LinearGroup& group : linear) {
+    for (int lane = 0; lane < kLanes; ++lane) {
+      for (zopose::QuatRows* rows : {&group.localA, &group.localB, &group.actorA, &group.actorB})
+        zopose::SetLane(*rows, lane, ZoRotation3());
+      group.length[lane] = 1.0f;
+      group.easeOut[lane] = zo_motion::kDefaultEaseOut;
+      group.easeIn[lane] = zo_motion::kDefaultEaseIn;
+    }
+    group.stale = true;
+  }
+  for (zopose::CubicGroup& group : cubic) {
+    for (int lane = 0; lane < kLanes; ++lane) {
+      zopose::SetLane(group.out, lane, ZoRotation3());
+      zopose::SetLane(group.in, lane, ZoRotation3());
+    }
+  }
+}
+
+void ZoSkillSampler::Compiled::AddKeys(ZoJointKeyList const& list) {
+  ZoKeyListNode* p = nullptr;
+  ZoKeyList const& keys = list;
+  for (ZoKeyframe* kf = keys.GetFirst(p); kf != nullptr; kf = keys.GetNext(p)) {
+    auto const* joint = dynamic_cast<ZoJointKeyframe const*>(kf);
+    times.push_back(kf->time());
+    KeyTiming timed;
+    if (joint != nullptr) {
+      poses.push_back({joint->localTransform, joint->actorTransform});
+      controls.push_back({joint->actorOut, joint->actorIn});
+      timed = KeyTiming{joint->easeIn, joint->easeOut, joint->blendMode, true};
+    } else {
+      poses.push_back({});
+      controls.push_back({});
+    }
+    timing.push_back(timed);
+  }
+}
+
+bool ZoSkillSampler::Compiled::Build(ZoProtoSkill const& skill) {
+  revision = skill.Revision();
+  try {
+    Reset(skill.NumJoints());
+    for (int32_t j = 0; j < numJoints; ++j) {
+      JointState& state = joints[static_cast<size_t>(j)];
+      state.first = static_cast<int32_t>(times.size());
+      if (skill.Joint(j) != nullptr) AddKeys(*skill.Joint(j));
+      state.count = static_cast<int32_t>(times.size()) - state.first;
+      // Before the first key (or with none) the joint gives nothing.
+      state.span = state.count > 0 ? times[static_cast<size_t>(state.first)] : kAllTimes;
+    }
+  } catch (std::bad_alloc const&) {
+    Reset(0);
+    return false;
+  }
+  return true;
+}
+
+// --- Cursors -----------------------------------------------------------------------
+
+// The index of the joint's last key at or before `time`, or kNoKey. Tries
+// one key on and one key back from the cursor before searching.
+int32_t ZoSkillSampler::Compiled::LastKeyUntil(JointState const& state, uint32_t time) const {
+  uint32_t const* keys = times.data() + state.first;
+  int32_t const n = state.count;
+  if (n == 0 || time < keys[0]) return kNoKey;
+  int32_t k = state.key != kNoKey ? state.key - state.first : -1;
+  auto holds = [&](int32_t i) { return keys[i] <= time && (i + 1 == n || time < keys[i + 1]); };
+  if (k + 1 < n && holds(k + 1)) return state.first + k + 1;
+  if (k >= 1 && holds(k - 1)) return state.first + k - 1;
+  int32_t const found = static_cast<int32_t>(std::upper_bound(keys, keys + n, time) - keys) - 1;
+  return state.first + found;
+}
+
+void ZoSkillSampler::Compiled::Seek(int32_t joint, uint32_t time) {
+  JointState& state = joints[static_cast<size_t>(joint)];
+  int32_t const a = LastKeyUntil(state, time);
+  if (a == kNoKey) {
+    state.kind = SegmentKind::None;
+    state.cubic = false;
+    linear[static_cast<size_t>(joint / kLanes)].cubic[joint % kLanes] = 0;
+    state.key = kNoKey;
+    state.start = 0;
+    state.span = state.count > 0 ? times[static_cast<size_t>(state.first)] : kAllTimes;
+    return;
+  }
+  SetSegment(joint, a);
+}
+
+// Enters the segment that starts at key a (which the joint has).
+void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
+  JointState& state = joints[static_cast<size_t>(joint)];
+  KeyTiming const& first = timing[static_cast<size_t>(a)];
+  bool const last = a + 1 == state.first + state.count;
+  state.key = a;
+  state.start = times[static_cast<size_t>(a)];
+  state.span = last ? kAllTimes - state.start : uint64_t{times[static_cast<size_t>(a) + 1] - state.start};
+  state.cubic = false;
+  if (!first.joint) {
+    state.kind = SegmentKind::None;
+    return;
+  }
+  if (last) {
+    state.kind = SegmentKind::Hold;
+  } else if (!timing[static_cast<size_t>(a) + 1].joint) {
+    state.kind = SegmentKind::HoldAtStart;
+  } else if (first.blendMode == ZoJointKeyframe::Step) {
+    state.kind = SegmentKind::Hold;
+  } else {
+    KeyTiming const& second = timing[static_cast<size_t>(a) + 1];
+    state.kind = SegmentKind::Blend;
+    state.cubic = !(first.blendMode == ZoJointKeyframe::Linear && second.blendMode == ZoJointKeyframe::Linear);
+    float const length = static_cast<float>(static_cast<int32_t>(times[static_cast<size_t>(a) + 1] - state.start));
+    SetTiming(joint, length, first.easeOut, second.easeIn);
+    LoadLanes(joint, a, a + 1);
+    return;
+  }
+  SetTiming(joint, 1.0f, zo_motion::kDefaultEaseOut, zo_motion::kDefaultEaseIn);
+  LoadLanes(joint, a, a);
+}
+
+// The segment timing of `joint`'s lane; a lane that does not blend gets a
+// length of 1 and the default handles, so its parameter stays finite.
+void ZoSkillSampler::Compiled::SetTiming(int32_t joint, float length, float easeOut, float easeIn) {
+  zopose::LinearGroup& group = linear[static_cast<size_t>(joint / kLanes)];
+  int const lane = joint % kLanes;
+  group.length[lane] = length;
+  group.easeOut[lane] = easeOut;
+  group.easeIn[lane] = easeIn;
+}
+
+// Puts keys a and b of `joint` into its lane (b = a for a held key).
+void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
+  zopose::LinearGroup& group = linear[static_cast<size_t>(joint / kLanes)];
+  int const lane = joint % kLanes;
+  KeyPose const& from = poses[static_cast<size_t>(a)];
+  KeyPose const& to = poses[static_cast<size_t>(b)];
+  zopose::SetLane(group.localA, lane, from.local.rotation);
+  zopose::SetLane(group.localB, lane, to.local.rotation);
+  zopose::SetLane(group.actorA, lane, from.actor.rotation);
+  zopose::SetLane(group.actorB, lane, to.actor.rotation);
+  zopose::SetLane(group.localT, lane, from.local.translation);
+  zopose::SetLane(group.localStep, lane, to.local.translation - from.local.translation);
+  zopose::SetLane(group.actorT, lane, from.actor.translation);
+  zopose::SetLane(group.actorStep, lane, to.actor.translation - from.actor.translation);
+  bool const isCubic = joints[static_cast<size_t>(joint)].cubic;
+  group.cubic[lane] = isCubic ? -1 : 0;
+  group.stale = true;
+  if (!isCubic) return;
+  zopose::CubicGroup& controlGroup = cubic[static_cast<size_t>(joint / kLanes)];
+  KeyControls const& out = controls[static_cast<size_t>(a)];
+  KeyControls const& in = controls[static_cast<size_t>(b)];
+  zopose::SetLane(controlGroup.out, lane, out.actorOut.rotation);
+  zopose::SetLane(controlGroup.in, lane, in.actorIn.rotation);
+  zopose::SetLane(controlGroup.outT, lane, out.actorOut.translation);
+  zopose::SetLane(controlGroup.inT, lane, in.actorIn.translation);
+  zopose::SetLane(controlGroup.endT, lane, to.actor.translation);
+}
+
+// --- Sampling -------------------------------------------------------------------------
+
+// A joint whose eased parameter left [0, 1]: blended as the key list blends
+// it there, through ZoTransform3::interpolate.
+void ZoSkillSampler::Compiled::SampleOutside(int32_t joint, float s, ZoTransform3* local, ZoTransform3* actor) const {
+  int32_t const a = joints[static_cast<size_t>(joint)].key;
+  KeyPose const& from = poses[static_cast<size_t>(a)];
+  KeyPose const& to = poses[static_cast<size_t>(a) + 1];
+  if (local != nullptr) local[joint].interpolate(from.local, to.local, s);
+  if (actor == nullptr) return;
+  if (joints[static_cast<size_t>(joint)].cubic) {
+    actor[joint].interpolate(from.actor, controls[static_cast<size_t>(a)].actorOut,
+                             controls[static_cast<size_t>(a) + 1].actorIn, to.actor, s);
+  } else {
+    actor[joint].interpolate(from.actor, to.actor, s);
+  }
+}
+
+// Samples the four joints of `group`; returns how many it filled. The
+// parameters of the lanes that blend are divided and eased side by side.
+int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
+  alignas(16) float elapsed[kLanes];
+  alignas(16) int32_t blending[kLanes];
+  int skip = 0;
+  int32_t const base = group * kLanes;
+  for (int lane = 0; lane < kLanes; ++lane) {
+    JointState* state = &joints[static_cast<size_t>(base + lane)];
+    if (uint64_t{time - state->start} >= state->span) Seek(base + lane, time);
+    bool const blends = state->kind == SegmentKind::Blend && time != state->start;
+    elapsed[lane] = blends ? static_cast<float>(time - state->start) : 0.0f;
+    blending[lane] = blends ? -1 : 0;
+    if (state->kind == SegmentKind::None || (state->kind == SegmentKind::HoldAtStart && time != state->start))
+      skip |= 1 << lane;
+  }
+  if (skip == (1 << kLanes) - 1) return 0;
+  zopose::LinearGroup& lanes = linear[static_cast<size_t>(group)];
+  zopose::CubicGroup& controlLanes = cubic[static_cast<size_t>(group)];
+  Lanes const t = zolanes::Load(elapsed) / zolanes::Load(lanes.length);
+  Lanes const s = zo_motion::Eased(zolanes::Load(lanes.easeOut), zolanes::Load(lanes.easeIn), t);
+  Mask const blend = zopose::LoadMask(blending);
+  Mask const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
+  Mask const lanesBlend = blend & inside;
+  int const outsideBits = zolanes::Bits(blend & ~inside);
+  if (lanes.stale) zopose::ComputeArcs(lanes, controlLanes);
+  zopose::PoseLanes pose;
+  zopose::BlendGroup(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
+  if (local != nullptr) zopose::StoreTransforms(local + base, skip, pose.localRotation, pose.localT);
+  if (actor != nullptr) zopose::StoreTransforms(actor + base, skip, pose.actorRotation, pose.actorT);
+  if (outsideBits != 0) {
+    alignas(16) float outside[kLanes];
+    zolanes::Store(outside, s);
+    for (int lane = 0; lane < kLanes; ++lane)
+      if ((outsideBits & (1 << lane)) != 0) SampleOutside(base + lane, outside[lane], local, actor);
+  }
+  int filled = 0;
+  for (int lane = 0; lane < kLanes; ++lane) filled += (skip & (1 << lane)) == 0 ? 1 : 0;
+  return filled;
+}
+
+// --- The sampler ---------------------------------------------------------------------------
+
+ZoSkillSampler::ZoSkillSampler() = default;
+
+ZoSkillSampler::ZoSkillSampler(ZoProtoSkill* source) { SetSkill(source); }
+
+ZoSkillSampler::~ZoSkillSampler() = default;
+
+ZoSkillSampler::ZoSkillSampler(ZoSkillSampler&& other) noexcept = default;
+
+ZoSkillSampler& ZoSkillSampler::operator=(ZoSkillSampler&& other) noexcept = default;
+
+bool ZoSkillSampler::SetSkill(ZoProtoSkill* source) {
+  skill = ZoRef<ZoProtoSkill>::Share(source);
+  return Rebuild();
+}
+
+bool ZoSkillSampler::Rebuild() {
+  if (compiled == nullptr) {
+    compiled.reset(new (std::nothrow) Compiled);
+    if (compiled == nullptr) return false;
+  }
+  if (!skill) {
+    compiled->Reset(0);
+    return true;
+  }
+  return compiled->Build(*skill);
+}
+
+int ZoSkillSampler::NumJoints() const { return compiled != nullptr ? compiled->numJoints : 0; }
+
+int ZoSkillSampler::SamplePose(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
+  if (skill && (compiled == nullptr || compiled->revision != skill->Revision())) Rebuild();
+  if (compiled == nullptr) return 0;
+  int filled = 0;
+  int32_t const groups = static_cast<int32_t>(compiled->linear.size());
+  for (int32_t g = 0; g < groups; ++g) filled += compiled->SampleGroup(g, time, local, actor);
+  return filled;
+}
+
+bool ZoSkillSampler::Covers(int joint, uint32_t time) const {
+  if (compiled == nullptr || joint < 0 || joint >= compiled->numJoints) return false;
+  JointState probe = compiled->joints[static_cast<size_t>(joint)];
+  probe.key = kNoKey;
+  int32_t const a = compiled->LastKeyUntil(probe, time);
+  if (a == kNoKey || !compiled->timing[static_cast<size_t>(a)].joint) return false;
+  bool const last = a + 1 == probe.first + probe.count;
+  return last || time == compiled->times[static_cast<size_t>(a)] || compiled->timing[static_cast<size_t>(a) + 1].joint;
+}

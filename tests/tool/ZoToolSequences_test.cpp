@@ -1,0 +1,224 @@
+// The tool on recorded sequences and on whole-pose sampling: the sequence
+// the demo records beside its actor folder read by info, dump and
+// validate; sequence and motion files built by hand with one fault each;
+// and `sample` through the sampler against `sample --reference`.
+#include "ZoToolTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+
+namespace {
+
+using namespace zotooltest;
+namespace fs = std::filesystem;
+
+constexpr int32_t kContainerMagic = 0x424F5A20;
+constexpr int kDemoJoints = 7;
+constexpr int kRecordedFrames = 20;
+
+std::string DemoSequence() { return (fs::path(DemoFolder()).parent_path() / "RoboWalk" / "RoboWalk.seq").string(); }
+
+ByteBuilder Container(char const* type) {
+  ByteBuilder b;
+  b.i32(kContainerMagic).u16(2).u16(1).chars(type).i32(0);
+  return b;
+}
+
+// A motion file: header (name, frame size, stored count), then `transforms`
+// identity transforms with translation x = their index.
+Bytes MotionFile(char const* name, int32_t frameSize, int32_t storedFrames, int transforms) {
+  ByteBuilder b = Container("Aazo");
+  b.str(name).i32(frameSize).i32(storedFrames);
+  for (int i = 0; i < transforms; ++i) b.f32(static_cast<float>(i)).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0);
+  return b.get();
+}
+
+// A sequence file: frame count, one record "Walker" of prototype "Robo",
+// four empty event lists.
+Bytes SequenceFile(int32_t frames, char const* record = "Walker") {
+  ByteBuilder b = Container("Sequ");
+  b.i32(frames).i32(1).str(record).str("Robo");
+  for (int list = 0; list < 4; ++list) b.i32(0);
+  return b.get();
+}
+
+// A sequence of two frames whose record has no files, with `lists` for
+// its four event lists (each its count and events as written).
+Bytes SequenceWithEvents(ByteBuilder const& lists) {
+  ByteBuilder b = Container("Sequ");
+  b.i32(2).i32(1).str("Walker").str("Robo");
+  Bytes bytes = b.get();
+  Bytes const tail = lists.get();
+  bytes.insert(bytes.end(), tail.begin(), tail.end());
+  return bytes;
+}
+
+std::vector<Json> Issues(Json const& file, char const* list, char const* code) {
+  std::vector<Json> found;
+  for (Json const& issue : file[list])
+    if (issue["code"] == code) found.push_back(issue);
+  return found;
+}
+
+TEST(ZoToolSequences, InfoAndDumpReadTheRecordedWalk) {
+  ToolRun info = RunTool("info --json " + Quoted(DemoSequence()));
+  ASSERT_EQ(info.status, 0) << info.err;
+  Json const& sequence = info.json.at(0)["sequence"];
+  EXPECT_EQ(info.json[0]["kind"], "sequence");
+  EXPECT_EQ(sequence["frames"], kRecordedFrames);
+  ASSERT_EQ(sequence["actors"].size(), 1u);
+  Json const& walker = sequence["actors"][0];
+  EXPECT_EQ(walker["name"], "Walker");
+  EXPECT_EQ(walker["prototype"], "Robo");
+  EXPECT_EQ(walker["offset"], 24);
+  EXPECT_EQ(walker["prototypeFile"], "Actors/Robo/Robo.act");
+  EXPECT_EQ(walker["joints"], kDemoJoints);
+  EXPECT_EQ(walker["motionFile"], "Motion/Walker.anm");
+  // Header 16, name 4 + 6, frame size and count 8: frames from byte 34.
+  Json const expectedMotion{{"name", "Walker"}, {"frameSize", kDemoJoints},  {"frames", kRecordedFrames},
+                            {"storedFrames", kRecordedFrames}, {"dataStart", 34},
+                            {"dataBytes", kRecordedFrames * kDemoJoints * 28}, {"tornBytes", 0}};
+  EXPECT_EQ(walker["motion"], expectedMotion);
+  EXPECT_EQ(sequence["events"], (Json{{"addActor", 0}, {"removeActor", 0}, {"sound", 0}, {"material", 0}}));
+
+  // Frame 3 of the motion file is Walk's pose at 3 × 50 ms.
+  std::string motion = (fs::path(DemoSequence()).parent_path() / "Motion" / "Walker.anm").string();
+  ToolRun dump = RunTool("dump " + Quoted(motion));
+  ASSERT_EQ(dump.status, 0) << dump.err;
+  EXPECT_EQ(dump.json["kind"], "motion");
+  ASSERT_EQ(dump.json["motion"]["frameData"].size(), static_cast<size_t>(kRecordedFrames));
+  ToolRun pose = RunTool("sample " + Quoted(DemoFolder()) + " Walk --time 150 --json");
+  for (int j = 0; j < kDemoJoints; ++j)
+    EXPECT_EQ(dump.json["motion"]["frameData"][3][j], pose.json["joints"][j]["actor"]) << "joint " << j;
+  ToolRun sequenceDump = RunTool("dump " + Quoted(DemoSequence()));
+  EXPECT_EQ(sequenceDump.json["sequence"]["events"]["sound"], Json::array());
+
+  ToolRun text = RunTool("info " + Quoted(DemoSequence()));
+  EXPECT_NE(text.out.find("sequence: 20 frames, 1 actors"), std::string::npos) << text.out;
+}
+
+TEST(ZoToolSequences, TheRecordedFolderValidatesClean) {
+  ToolRun run = RunTool("validate --recursive " + Quoted(fs::path(DemoSequence()).parent_path().string()));
+  EXPECT_EQ(run.status, 0) << run.out;
+  EXPECT_EQ(run.json["summary"]["files"], 3);  // the sequence, the prototype's copy, the motion file
+  EXPECT_EQ(run.json["summary"]["errors"], 0);
+  // The prototype's copy comes without its skills, so its walk role names
+  // a skill it has no file for; nothing else is found.
+  for (Json const& file : run.json["files"]) {
+    size_t roles = Issues(file, "warnings", "missing-role-skill").size();
+    EXPECT_EQ(file["warnings"].size(), roles) << file.dump();
+  }
+}
+
+// Sequence folders and motion files with one planted fault each: the code,
+// whether it is an error, and its offset.
+TEST(ZoToolSequences, FindsEachPlantedFaultWithItsCodeAndOffset) {
+  zotest::TempFolder folder;
+  Bytes prototype = FileBytes(fs::path(DemoFolder()) / "Robo.act");
+  Bytes torn = MotionFile("Torn", 3, 2, 7);  // two frames of three and a third of one more
+  Bytes trailing = SequenceFile(2);
+  trailing.insert(trailing.end(), {9, 9});
+  struct Case {
+    char const* name;
+    Bytes sequence;  // empty: the case is a lone motion file
+    Bytes motion;
+    bool withPrototype;
+    char const* code;
+    bool error;
+    int64_t offset;
+  } const cases[] = {
+      // Frames start at 28 + the name's length.
+      {"Torn", {}, torn, false, "torn-frame", true, 32 + 2 * 3 * 28},
+      {"BadSize", {}, MotionFile("BadSize", -5, 0, 0), false, "malformed", true, -1},
+      {"Unused", {}, MotionFile("Unused", -1, 0, 2), false, "unused-bytes", false, 34},
+      {"Unclosed", {}, MotionFile("Unclosed", 2, 0, 4), false, "stored-frames-differ", false, 36 - 4},
+      {"Renamed", {}, MotionFile("Other", 2, 1, 2), false, "motion-name-mismatch", false, 16},
+      // A stored name that is not UTF-8 prints replaced, not as a crash.
+      {"Binary", {}, MotionFile("Bin\xff", 2, 1, 2), false, "motion-name-mismatch", false, 16},
+      {"HeaderOnly", Container("Sequ").get(), {}, false, "no-frames", true, 16},
+      {"Trailing", trailing, MotionFile("Walker", 7, 2, 14), true, "trailing-bytes", true, 58},
+      {"NoPrototype", SequenceFile(2), MotionFile("Walker", 7, 2, 14), false, "missing-prototype", true, 24},
+      {"NoMotion", SequenceFile(2), {}, true, "missing-motion", true, 24},
+      {"Misnamed", SequenceFile(2), MotionFile("Walk", 7, 2, 14), true, "motion-name-mismatch", true, 24},
+      {"Shorter", SequenceFile(3), MotionFile("Walker", 7, 2, 14), true, "frame-count-mismatch", false, 24},
+      {"Narrow", SequenceFile(2), MotionFile("Walker", 4, 2, 8), true, "frame-size-mismatch", false, 24},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::string target;
+    if (c.sequence.empty()) {
+      target = folder.WriteFile(std::string(c.name) + ".anm", c.motion);
+    } else {
+      target = folder.WriteFile(std::string(c.name) + "/" + c.name + ".seq", c.sequence);
+      if (!c.motion.empty()) folder.WriteFile(std::string(c.name) + "/Motion/Walker.anm", c.motion);
+      if (c.withPrototype) folder.WriteFile(std::string(c.name) + "/Actors/Robo/Robo.act", prototype);
+    }
+    ToolRun run = RunTool("validate " + Quoted(target));
+    ASSERT_EQ(run.json["files"].size(), 1u) << run.out;
+    Json const& file = run.json["files"][0];
+    EXPECT_EQ(run.status, c.error ? 1 : 0) << file.dump();
+    std::vector<Json> found = Issues(file, c.error ? "errors" : "warnings", c.code);
+    ASSERT_EQ(found.size(), 1u) << file.dump();
+    if (c.offset >= 0) {
+      EXPECT_EQ(found[0]["offset"], c.offset);
+    }
+    size_t issues = file["errors"].size() + file["warnings"].size();
+    EXPECT_EQ(issues, 1u) << file.dump();
+  }
+}
+
+// Events are listed in full by dump, in their lists' order; a count that
+// the file cannot hold fails the file where the count stands.
+TEST(ZoToolSequences, EventListsAreDumpedAndAnOverlongCountIsRefused) {
+  zotest::TempFolder folder;
+  ByteBuilder events;
+  events.i32(1).i32(1).u32(0).str("Walker");  // add-actor: type 1 at frame 0
+  events.i32(0);
+  events.i32(2).i32(7).u32(40).str("").i32(8).u32(0xFFFFFFFFu).str("Walker");  // two sound events
+  events.i32(0);
+  ToolRun dump = RunTool("dump " + Quoted(folder.WriteFile("Events.seq", SequenceWithEvents(events))));
+  ASSERT_EQ(dump.status, 0) << dump.err;
+  Json const& listed = dump.json["sequence"]["events"];
+  EXPECT_EQ(listed["addActor"], Json::parse(R"([{"type":1,"frameTime":0,"actor":"Walker"}])"));
+  EXPECT_EQ(listed["removeActor"], Json::array());
+  EXPECT_EQ(listed["sound"], Json::parse(R"([{"type":7,"frameTime":40,"actor":""},)"
+                                          R"({"type":8,"frameTime":4294967295,"actor":"Walker"}])"));
+  EXPECT_EQ(listed["material"], Json::array());
+
+  // Header 16, frames and count 8, record 4 + 6 + 4 + 4: the first count at 42.
+  ByteBuilder overlong;
+  overlong.i32(0).i32(0).i32(1000000).i32(0);
+  ToolRun run = RunTool("validate " + Quoted(folder.WriteFile("Overlong.seq", SequenceWithEvents(overlong))));
+  EXPECT_EQ(run.status, 1);
+  ASSERT_EQ(run.json["files"][0]["errors"].size(), 1u) << run.out;
+  EXPECT_EQ(run.json["files"][0]["errors"][0]["offset"], 50) << run.out;  // the third list's count
+}
+
+// The whole-pose sampler and the key lists give the same pose: before,
+// on, between and after Walk's keys (every 250 from 0 to 1000).
+TEST(ZoToolSequences, SampleThroughTheSamplerEqualsTheReference) {
+  for (uint32_t time : {0u, 1u, 250u, 375u, 601u, 999u, 1000u, 5000u}) {
+    SCOPED_TRACE(time);
+    std::string arguments = "sample " + Quoted(DemoFolder()) + " Walk --json --time " + std::to_string(time);
+    ToolRun sampler = RunTool(arguments);
+    ToolRun reference = RunTool(arguments + " --reference");
+    ASSERT_EQ(sampler.status, 0) << sampler.err;
+    EXPECT_EQ(sampler.json["method"], "sampler");
+    EXPECT_EQ(reference.json["method"], "key-lists");
+    ASSERT_EQ(sampler.json["joints"].size(), static_cast<size_t>(kDemoJoints));
+    for (int j = 0; j < kDemoJoints; ++j) {
+      Json const& a = sampler.json["joints"][j];
+      Json const& b = reference.json["joints"][j];
+      ASSERT_EQ(a["sampled"], b["sampled"]);
+      if (!b["sampled"].get<bool>()) continue;
+      for (char const* kind : {"local", "actor"})
+        for (char const* part : {"translation", "rotation"})
+          for (size_t i = 0; i < b[kind][part].size(); ++i)
+            EXPECT_NEAR(a[kind][part][i].get<double>(), b[kind][part][i].get<double>(), 1e-6) << kind << " " << part;
+    }
+  }
+}
+
+}  // namespace
