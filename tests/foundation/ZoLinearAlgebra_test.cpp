@@ -3,8 +3,7 @@
 // in double from the same inputs: directly built rotations agree within 1e-6
 // (which catches acos near 0 and pi, asin near gimbal lock and a linear blend
 // used too far apart), well separated eigen-decompositions within 1e-4.
-// Composed and inverted transforms are checked against worked values where
-// the skeleton, spline and query tests place things.
+// Composed and inverted transforms and points agree within 1e-4.
 #include <zoactor/foundation/ZoMath.h>
 #include <zoactor/foundation/ZoMatrix3.h>
 #include <zoactor/foundation/ZoRotation3.h>
@@ -41,6 +40,7 @@ class Random {
     q.normalize();
     return q;
   }
+  ZoTransform3 Transform() { return {Vector(), Rotation()}; }
 
  private:
   std::mt19937 engine;
@@ -48,6 +48,12 @@ class Random {
 
 Quat ToEigen(ZoRotation3 const& q) { return Quat(q.w, q.x, q.y, q.z); }
 Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
+Eigen::Isometry3d ToEigen(ZoTransform3 const& t) {
+  Eigen::Isometry3d iso = Eigen::Isometry3d::Identity();
+  iso.linear() = ToEigen(t.rotation).toRotationMatrix();
+  iso.translation() = ToEigen(t.translation);
+  return iso;
+}
 
 // q and −q are the same rotation.
 double RotationDistance(ZoRotation3 const& a, Quat const& b) {
@@ -230,6 +236,43 @@ TEST(ZoLinearAlgebraRotations, EulerAnglesAreRzRyRxAndRoundTrip) {
     m.getEuler(ex, ey, ez);
     again.setEuler(ex, ey, ez);
     ASSERT_LT(RotationDistance(again, expected), 1e-6) << x << " " << y << " " << z;
+  }
+}
+
+TEST(ZoLinearAlgebraTransforms, CompositionInverseAndPointsMatchEigen) {
+  Random random(6);
+  for (int i = 0; i < 5000; ++i) {
+    ZoTransform3 a = random.Transform(), b = random.Transform();
+    ZoVector3 p = random.Vector();
+    Eigen::Isometry3d ea = ToEigen(a), eb = ToEigen(b);
+    ASSERT_LT(Distance(a * p, ea * ToEigen(p)), 1e-4);
+    ASSERT_LT(Distance((a * b) * p, ea * (eb * ToEigen(p))), 1e-4);
+    ASSERT_LT(Distance((~a) * p, ea.inverse() * ToEigen(p)), 1e-4);
+    ZoTransform3 composed;
+    composed.Multiply(a, b);
+    ASSERT_EQ(composed, a * b);
+    composed.Multiply(composed, b);  // aliasing the result
+    ASSERT_LT(Distance(composed * p, ea * (eb * (eb * ToEigen(p)))), 2e-4);
+    ZoVector3 moved = p;
+    moved.Premultiply(a);
+    ASSERT_EQ(moved, a * p);
+  }
+}
+
+TEST(ZoLinearAlgebraMatrices, XformMatrixAgreesWithTheRotationItWasMadeFrom) {
+  Random random(8);
+  for (int i = 0; i < 2000; ++i) {
+    ZoRotation3 q = random.Rotation();
+    ZoVector3 t = random.Vector(), p = random.Vector();
+    ZoXformMatrix3 m;
+    m.setValue(q, t);
+    Quat eq = ToEigen(q);
+    ASSERT_LT(Distance(m * p, eq * ToEigen(p) + ToEigen(t)), 1e-4);
+    ASSERT_LT(Distance((~m) * p, eq.inverse() * (ToEigen(p) - ToEigen(t))), 1e-4);
+    ASSERT_LT(Distance((m * m) * p, eq * (eq * ToEigen(p) + ToEigen(t)) + ToEigen(t)), 1e-3);
+    ASSERT_LT(RotationDistance(m.getRotation(), eq), 1e-5);
+    ASSERT_LT(RotationDistance(ZoTransform3(m).rotation, eq), 1e-5);
+    ASSERT_NEAR(m.determinant(), 1.0f, 1e-5f);
   }
 }
 
