@@ -159,4 +159,16 @@ TEST(ZoProtoNodeOlder, GoldenSkeletonsDecodeToTheirFacts) {
   }
 }
 
+TEST(ZoProtoNodeOlder, EveryTruncatedGoldenBodyFails) {
+  for (int32_t version : {24, 33, 45, 47, 99}) {
+    Bytes bytes = Golden(version);
+    for (size_t length = 0; length < bytes.size(); ++length) {
+      ZoProtoNode node;
+      Reader reader(Bytes(bytes.begin(), bytes.begin() + static_cast<long>(length)), version);
+      *reader >> node;
+      ASSERT_NE(reader->Status(), ZoStreamOk) << "version " << version << ", " << length << " of " << bytes.size();
+    }
+  }
+}
+
 }  // namespace

@@ -168,6 +168,24 @@ TEST(ZoSkeletonReadFailures, EachBadBodyNamesWhereAndWhyAndKeepsNothing) {
   }
 }
 
+TEST(ZoSkeletonReadFailures, JointLimitsCutShortAndEveryPrefixOfEveryKind) {
+  ZoJLHinge hinge;
+  ZoJLEuler euler;
+  ZoJLLinear linear;
+  ZoJLTranslate box;
+  for (ZoJLimit const* limit : std::initializer_list<ZoJLimit const*>{&hinge, &euler, &linear, &box}) {
+    Bytes body = Body(*limit);
+    for (size_t length = 0; length < body.size(); ++length) {
+      std::unique_ptr<ZoJLimit> target(static_cast<ZoJLimit*>(ZoStream::CreateObject(limit->StreamType())));
+      Reader reader(Bytes(body.begin(), body.begin() + static_cast<long>(length)));
+      *reader >> *target;
+      ASSERT_EQ(reader->Status(), ZoStreamReadError) << limit->GetType() << " cut at " << length;
+      EXPECT_LE(reader->FailureOffset(), static_cast<int64_t>(length));  // where the cut field began
+      EXPECT_NE(std::strstr(reader->FailureReason(), "bytes wanted"), nullptr) << reader->FailureReason();
+    }
+  }
+}
+
 TEST(ZoSkeletonReadFailures, ChildrenNestAtMostToTheCap) {
   ZoReadLimits::SetMaxDepth(40);
   for (bool older : {false, true}) {

@@ -35,7 +35,8 @@ constexpr int32_t kSentinel = 0x7E7E7E7E;
 Bytes Golden(std::string const& name) { return zotest::DataFile("older-records/" + name + ".bin"); }
 
 // Reads `bytes` (a record and a sentinel) into `target` under `version` and
-// checks that exactly the record was consumed.
+// checks that exactly the record was consumed, and that every shorter prefix
+// of the record fails to read.
 template <class Target, class Read>
 void ReadRecord(Bytes const& bytes, int32_t version, Target& target, Read read) {
   Reader reader(bytes, version);
@@ -44,6 +45,12 @@ void ReadRecord(Bytes const& bytes, int32_t version, Target& target, Read read) 
   int32_t sentinel = 0;
   *reader >> sentinel;
   EXPECT_EQ(sentinel, kSentinel) << "version " << version << " consumed the wrong number of bytes";
+  for (size_t length = 0; length + 4 < bytes.size(); ++length) {
+    Target fresh;
+    Reader prefix(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length)), version);
+    read(fresh, *prefix);
+    ASSERT_NE(prefix->Status(), ZoStreamOk) << "version " << version << " cut at " << length;
+  }
 }
 
 void ReadMaterial(ZoMaterial& m, ZoStream& s) { s >> m; }
