@@ -129,9 +129,11 @@ TEST(ZoLinearAlgebraRotations, AxisAngleAndFromTo) {
     ASSERT_LT(Distance(turn * from.unit(), ToEigen(to.unit())), 1e-4);
     ASSERT_LT(RotationDistance(turn, Quat::FromTwoVectors(ToEigen(from), ToEigen(to))), 1e-4);
   }
-  ZoRotation3 same;
+  ZoRotation3 same, none(0.5f, 0.5f, 0.5f, 0.5f);
   same.setValue(ZoVector3(1, 1, 0), ZoVector3(2, 2, 0));
   EXPECT_EQ(same, ZoRotation3());
+  none.setValue(ZoVector3(), ZoVector3(1, 0, 0));  // no direction: the identity
+  EXPECT_EQ(none, ZoRotation3());
   for (ZoVector3 from : {ZoVector3(1, 0, 0), ZoVector3(0, 0, -3), ZoVector3(0.3f, -0.2f, 0.9f)}) {
     ZoRotation3 half;
     half.setValue(from, -from);
