@@ -155,20 +155,3 @@ TEST(ZoAnimationReadFailures, JointKeyframeTruncatedAtEveryLengthKeepsItsBlock) 
     EXPECT_EQ(kf.marker, 0) << length;
   }
 }
-
-TEST(ZoAnimationReadFailures, SplineTruncatedAtEveryLength) {
-  ZoSpline spline;
-  spline.SetLinear(ZoTransform3({1, 2, 3}, ZoRotation3()), ZoTransform3({4, 5, 6}, ZoRotation3()), 90);
-  spline.InsertControlPoint(30);
-  spline.Integrate();
-  Bytes whole = Framed(spline);
-  for (size_t length = 0; length < whole.size(); ++length) {
-    Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
-    ZoMemoryStream in(cut.data(), static_cast<int32_t>(cut.size()));
-    std::unique_ptr<ZoStreamObject> object(in.ReadObject(nullptr));
-    EXPECT_NE(in.Status(), ZoStreamOk) << length;
-    if (auto* read = dynamic_cast<ZoSpline*>(object.get())) {
-      EXPECT_EQ(read->Length(), 0.0f) << length;
-    }
-  }
-}

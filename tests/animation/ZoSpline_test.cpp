@@ -124,43 +124,6 @@ TEST(ZoSplineSubdivision, InsertingPointsKeepsAStraightSplineExactly) {
   EXPECT_EQ(ZoSpline().InsertControlPoint(5), nullptr);
 }
 
-TEST(ZoSplineSubdivision, CurvedSplineKeepsItsPath) {
-  std::mt19937 engine(7);
-  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
-  auto vector = [&] { return ZoVector3(unit(engine) * 5, unit(engine) * 5, unit(engine) * 5); };
-  auto rotation = [&] { return AboutAxis(unit(engine) * 1.5f, ZoVector3(unit(engine), unit(engine), 1.0f)); };
-  float worstTranslation = 0.0f, worstRotation = 0.0f;
-  for (int trial = 0; trial < 20; ++trial) {
-    ZoSpline spline;
-    uint32_t t = 0;
-    for (int i = 0; i < 5; ++i) {
-      ZoSplineControlPoint point;
-      point.time = t;
-      point.transform = {vector(), rotation()};
-      point.inControl = {vector(), rotation()};
-      point.outControl = {vector(), rotation()};
-      ASSERT_NE(spline.AppendControlPoint(point), nullptr);
-      t += 50 + static_cast<uint32_t>(engine() % 200);
-    }
-    std::vector<ZoTransform3> before = SampleEvery(spline, 200);
-    for (int k = 0; k < 12; ++k)
-      spline.InsertControlPoint(1 + static_cast<uint32_t>(engine() % (spline.LengthInTime() - 1)));
-    std::vector<ZoTransform3> after = SampleEvery(spline, 200);
-    for (size_t i = 0; i < before.size(); ++i) {
-      float gap = (after[i].translation - before[i].translation).length();
-      worstTranslation = std::max(worstTranslation, gap);
-      worstRotation = std::max(worstRotation, RotationGap(after[i].rotation, before[i].rotation));
-    }
-  }
-  // Translations follow a polynomial, which subdivides exactly up to float
-  // rounding. Rotations follow repeated slerps, which subdivide exactly only
-  // along one arc: the largest difference is reported, not bounded.
-  EXPECT_LT(worstTranslation, 5e-5f);
-  RecordProperty("worst_rotation_deviation", std::to_string(worstRotation));
-  std::printf("subdivision of curved splines: largest translation gap %.3g, largest rotation gap %.3g\n",
-              static_cast<double>(worstTranslation), static_cast<double>(worstRotation));
-}
-
 TEST(ZoSplineArcLength, TablesAndDistanceLookups) {
   ZoSpline spline;
   ZoTransform3 out({9, 9, 9}, ZoRotation3());

@@ -1,9 +1,9 @@
-// Vectors, rotations, transforms and matrices against Eigen as an independent
-// oracle, on many random inputs with fixed seeds. The library computes in
-// float, Eigen in double from the same inputs: directly built rotations agree
-// within 1e-6 (which catches acos near 0 and pi, asin near gimbal lock and a
-// linear blend used too far apart), compositions and points of vectors up to
-// 10 long within 1e-5 and 1e-4, well separated eigen-decompositions within 1e-4.
+// Vectors, rotations and matrices against Eigen as an independent oracle, on
+// many random inputs with fixed seeds. The library computes in float, Eigen
+// in double from the same inputs: directly built rotations agree within 1e-6
+// (which catches acos near 0 and pi, asin near gimbal lock and a linear blend
+// used too far apart), well separated eigen-decompositions within 1e-4.
+// Composed and inverted transforms and points agree within 1e-4.
 #include <zoactor/foundation/ZoMath.h>
 #include <zoactor/foundation/ZoMatrix3.h>
 #include <zoactor/foundation/ZoRotation3.h>
@@ -104,36 +104,14 @@ TEST(ZoLinearAlgebraVectors, ArithmeticAndBezierEnds) {
   n.NormalizeCross(ZoVector3(2, 0, 0), ZoVector3(0, 3, 0));
   EXPECT_EQ(n, ZoVector3(0, 0, 1));
 
-  Random random(11);
-  for (int i = 0; i < 500; ++i) {
-    ZoVector3 p0 = random.Vector(), p1 = random.Vector(), p2 = random.Vector(), p3 = random.Vector();
-    float u = random.Uniform(0, 1);
-    ZoVector3 point;
-    point.interpolate(p0, p1, p2, p3, u);
-    // de Casteljau with Eigen.
-    auto lerp = [u](Vec const& x, Vec const& y) { return Vec(x + (y - x) * u); };
-    Vec e01 = lerp(ToEigen(p0), ToEigen(p1)), e12 = lerp(ToEigen(p1), ToEigen(p2)), e23 = lerp(ToEigen(p2), ToEigen(p3));
-    Vec expected = lerp(lerp(e01, e12), lerp(e12, e23));
-    ASSERT_LT(Distance(point, expected), 1e-4);
-  }
-  ZoVector3 start, end;
+  // The cubic Bezier: its ends, and (p0 + 3 p1 + 3 p2 + p3) / 8 half way.
+  ZoVector3 start, middle, end;
   start.interpolate(a, b, b, ZoVector3(9, 9, 9), 0.0f);
+  middle.interpolate(a, b, ZoVector3(0, 1, 0), ZoVector3(9, 9, 9), 0.5f);
   end.interpolate(a, b, b, ZoVector3(9, 9, 9), 1.0f);
   EXPECT_EQ(start, a);
+  EXPECT_LT(Distance(middle, ToEigen((a + b * 3 + ZoVector3(0, 3, 0) + ZoVector3(9, 9, 9)) * 0.125f)), 1e-6);
   EXPECT_EQ(end, ZoVector3(9, 9, 9));
-}
-
-TEST(ZoLinearAlgebraRotations, CompositionAndRotatedVectorsMatchEigen) {
-  Random random(1);
-  for (int i = 0; i < 5000; ++i) {
-    ZoRotation3 a = random.Rotation(), b = random.Rotation();
-    ZoVector3 v = random.Vector();
-    ASSERT_LT(RotationDistance(a * b, ToEigen(a) * ToEigen(b)), 1e-5);
-    ASSERT_LT(Distance(a * v, ToEigen(a) * ToEigen(v)), 1e-4);
-    // a * b applies b first.
-    ASSERT_LT(Distance((a * b) * v, ToEigen(a) * (ToEigen(b) * ToEigen(v))), 1e-4);
-    ASSERT_LT(Distance((~a) * (a * v), ToEigen(v)), 1e-4);
-  }
 }
 
 TEST(ZoLinearAlgebraRotations, AxisAngleAndFromTo) {
@@ -151,9 +129,11 @@ TEST(ZoLinearAlgebraRotations, AxisAngleAndFromTo) {
     ASSERT_LT(Distance(turn * from.unit(), ToEigen(to.unit())), 1e-4);
     ASSERT_LT(RotationDistance(turn, Quat::FromTwoVectors(ToEigen(from), ToEigen(to))), 1e-4);
   }
-  ZoRotation3 same;
+  ZoRotation3 same, none(0.5f, 0.5f, 0.5f, 0.5f);
   same.setValue(ZoVector3(1, 1, 0), ZoVector3(2, 2, 0));
   EXPECT_EQ(same, ZoRotation3());
+  none.setValue(ZoVector3(), ZoVector3(1, 0, 0));  // no direction: the identity
+  EXPECT_EQ(none, ZoRotation3());
   for (ZoVector3 from : {ZoVector3(1, 0, 0), ZoVector3(0, 0, -3), ZoVector3(0.3f, -0.2f, 0.9f)}) {
     ZoRotation3 half;
     half.setValue(from, -from);
@@ -281,40 +261,19 @@ TEST(ZoLinearAlgebraTransforms, CompositionInverseAndPointsMatchEigen) {
   }
 }
 
-TEST(ZoLinearAlgebraTransforms, InterpolationEndsAndBezierRotations) {
-  Random random(7);
-  for (int i = 0; i < 500; ++i) {
-    ZoTransform3 a = random.Transform(), b = random.Transform(), c = random.Transform(), d = random.Transform();
-    ZoTransform3 t;
-    t.interpolate(a, d, 0.0f);
-    ASSERT_LT(Distance(t.translation, ToEigen(a.translation)), 1e-5);
-    ASSERT_LT(RotationDistance(t.rotation, ToEigen(a.rotation)), 1e-6);
-    float u = random.Uniform(0, 1);
-    t.interpolate(a, b, c, d, u);
-    // de Casteljau with Eigen's slerp.
-    auto s = [u](Quat const& x, Quat const& y) { return x.slerp(u, y); };
-    Quat ab = s(ToEigen(a.rotation), ToEigen(b.rotation)), bc = s(ToEigen(b.rotation), ToEigen(c.rotation)),
-         cd = s(ToEigen(c.rotation), ToEigen(d.rotation));
-    ASSERT_LT(RotationDistance(t.rotation, s(s(ab, bc), s(bc, cd))), 5e-5);
-    ZoTransform3 end;
-    end.interpolate(a, b, c, d, 1.0f);
-    ASSERT_LT(RotationDistance(end.rotation, ToEigen(d.rotation)), 1e-5);
-    ASSERT_LT(Distance(end.translation, ToEigen(d.translation)), 1e-5);
-  }
-}
-
 TEST(ZoLinearAlgebraMatrices, XformMatrixAgreesWithTheRotationItWasMadeFrom) {
   Random random(8);
   for (int i = 0; i < 2000; ++i) {
-    ZoTransform3 t = random.Transform();
+    ZoRotation3 q = random.Rotation();
+    ZoVector3 t = random.Vector(), p = random.Vector();
     ZoXformMatrix3 m;
-    m.setValue(t.rotation, t.translation);
-    ZoVector3 p = random.Vector();
-    ASSERT_LT(Distance(m * p, ToEigen(t) * ToEigen(p)), 1e-4);
-    ASSERT_LT(Distance((~m) * p, ToEigen(t).inverse() * ToEigen(p)), 1e-4);
-    ASSERT_LT(RotationDistance(m.getRotation(), ToEigen(t.rotation)), 1e-5);
-    ZoTransform3 back(m);
-    ASSERT_LT(Distance(back * p, ToEigen(t) * ToEigen(p)), 1e-4);
+    m.setValue(q, t);
+    Quat eq = ToEigen(q);
+    ASSERT_LT(Distance(m * p, eq * ToEigen(p) + ToEigen(t)), 1e-4);
+    ASSERT_LT(Distance((~m) * p, eq.inverse() * (ToEigen(p) - ToEigen(t))), 1e-4);
+    ASSERT_LT(Distance((m * m) * p, eq * (eq * ToEigen(p) + ToEigen(t)) + ToEigen(t)), 1e-3);
+    ASSERT_LT(RotationDistance(m.getRotation(), eq), 1e-5);
+    ASSERT_LT(RotationDistance(ZoTransform3(m).rotation, eq), 1e-5);
     ASSERT_NEAR(m.determinant(), 1.0f, 1e-5f);
   }
 }

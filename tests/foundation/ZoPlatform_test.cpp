@@ -71,6 +71,10 @@ TEST(ZoPlatformPaths, AbsolutePathsAndTheFirstMatchInByteOrder) {
   std::string asked = temp.path() + "\\data\\Walk.SKL";
   EXPECT_EQ(ZoPlatform::ResolveExisting(asked.c_str()), temp.path() + "/Data/WALK.skl");  // 'W' < 'w'
   EXPECT_EQ(ZoPlatform::NativePath("C:\\a\\b"), "/a/b");
+  // Only a letter makes a drive, the first and last of either case included.
+  for (std::string drive : {"A", "Z", "a", "z"}) EXPECT_EQ(ZoPlatform::NativePath((drive + ":\\x").c_str()), "/x");
+  for (std::string other : {"@", "[", "`", "{"})
+    EXPECT_EQ(ZoPlatform::NativePath((other + ":\\x").c_str()), other + ":/x");
 }
 
 TEST(ZoPlatformPaths, CreatingReusesExistingFoldersAndKeepsTheNewNamesCase) {

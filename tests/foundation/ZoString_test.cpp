@@ -162,6 +162,11 @@ TEST(ZoStringPaths, SplitPathAcceptsBothSeparators) {
       {".hidden", "", "", "", ".hidden"},
       {"folder\\", "", "folder\\", "", ""},
       {"1:\\x", "", "1:\\", "x", ""},  // only a letter and a colon make a drive
+      {"A:y", "A:", "", "y", ""},
+      {"Z:y", "Z:", "", "y", ""},
+      {"a:y", "a:", "", "y", ""},
+      {"z:y", "z:", "", "y", ""},
+      {"[:y", "", "", "[:y", ""},
       {"", "", "", "", ""},
   };
   for (PathCase const& c : cases) {

@@ -130,30 +130,6 @@ TEST(ZoTriangleSetRobustness, EachBadBodyNamesWhereAndWhy) {
   ZoReadLimits::Reset();
 }
 
-TEST(ZoTriangleSetRobustness, TruncatedAtEveryLength) {
-  // A full-featured set: every array, two materials, one with a property.
-  ZoTriangleSet rich;
-  rich.Create(ZoTriSetIndexed, ZoTriSetAllFlags, 2, 4, 2);
-  rich.SetNumMaterials(2);
-  rich.Material(1).SetOpacityMask(ZoString("mask"));
-  rich.Material(1).numTextures = 1;
-  rich.Material(1).textures[0].name = ZoString("wood");
-  for (int v = 0; v < 4; ++v) rich.Vertex(v) = ZoVector3(static_cast<float>(v), static_cast<float>(v * v), 1);
-  rich.Triangle(0).Set(0, 1, 2);
-  rich.Triangle(1).Set(0, 2, 3);
-  rich.MaterialIndex(1) = 1;
-  Bytes full = Body(rich);
-  for (size_t length = 0; length < full.size(); ++length) {
-    ZoTriangleSet set;
-    EXPECT_NE(ReadBody(set, Bytes(full.begin(), full.begin() + static_cast<std::ptrdiff_t>(length))), ZoStreamOk)
-        << length;
-    ExpectEmptySet(set);
-  }
-  ZoTriangleSet whole;
-  EXPECT_EQ(ReadBody(whole, full), ZoStreamOk);
-  zogeotest::ExpectSameSet(rich, whole);
-}
-
 namespace {
 
 // A valid body of a model over `n` random triangles, with the offsets of
@@ -261,20 +237,6 @@ TEST(ZoColModelRobustness, BrokenTreesAreRefused) {
   EXPECT_EQ(held.GetNumLeaves(), 2);
   EXPECT_EQ(ReadBody(held, zotest::Cut(five.bytes, 1)), ZoStreamReadError);
   EXPECT_EQ(held.GetRoot(), nullptr);
-}
-
-TEST(ZoColModelRobustness, TruncatedAtEveryLength) {
-  for (int32_t version : {kZoCurrentVersion, 100, 103}) {
-    Bytes bytes = MakeModelBody(4, version).bytes;
-    for (size_t length = 0; length < bytes.size(); ++length) {
-      ZoColModel model;
-      Bytes prefix(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
-      EXPECT_NE(ReadBody(model, prefix, version), ZoStreamOk) << version << " " << length;
-      EXPECT_EQ(model.GetRoot(), nullptr);
-    }
-    ZoColModel whole;
-    EXPECT_EQ(ReadBody(whole, bytes, version), ZoStreamOk);
-  }
 }
 
 TEST(ZoColModelRobustness, DeepDegenerateTreesBuildAndReadWithoutRecursion) {

@@ -425,11 +425,9 @@ TEST(ZoTriangleSetStream, EveryLayoutAndFlagCombinationReadsBack) {
       ASSERT_TRUE(set.Create(static_cast<ZoTriangleSetType>(type), flags, 4, 6, 2));
       set.SetNumMaterials(3);
       FillDistinct(set);
-      for (int32_t version : {kZoCurrentVersion, 100}) {
-        ZoTriangleSet back;
-        ASSERT_EQ(ReadBody(back, Body(set, version), version), ZoStreamOk) << type << " " << flags;
-        ExpectSameSet(set, back);
-      }
+      ZoTriangleSet back;  // no version of the current layout changes this body
+      ASSERT_EQ(ReadBody(back, Body(set)), ZoStreamOk) << type << " " << flags;
+      ExpectSameSet(set, back);
     }
 }
 

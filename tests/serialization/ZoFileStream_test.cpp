@@ -324,6 +324,8 @@ TEST(ZoFileStreamWrite, FailedPlatformWriteRefusesLaterWritesAndKeepsPendingByte
   EXPECT_EQ((stream << int32_t{1}).Status(), ZoStreamWriteError);
   EXPECT_TRUE(recorder.events().empty());  // refused without touching the file
   EXPECT_EQ(stream.Flush(), ZoStreamWriteError);  // the device is still full
+  ZoFileStream unbuffered(ZoString("/dev/full"), ZoFileWrite, false);  // fails at the write itself
+  EXPECT_EQ((unbuffered << int32_t{1}).Status(), ZoStreamWriteError);
 }
 
 TEST(ZoFileStreamWrite, SuccessfulFlushClearsAWriteError) {

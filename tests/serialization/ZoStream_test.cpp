@@ -132,23 +132,22 @@ TEST(ZoStreamPrimitives, ReadPastTheEndLeavesVariableAndFailsUntilAReadSucceeds)
   stream >> last;  // a successful read clears the error
   EXPECT_EQ(stream.Status(), ZoStreamOk);
   EXPECT_EQ(last, 0);
-}
 
-TEST(ZoStreamPrimitives, WriteAfterFailedReadIsRefusedWithTheReadError) {
-  ZoMemoryStream stream;
-  stream << int32_t{1};
-  stream.Seek(-4);
-  double d = 0;
-  stream >> d;  // reads into the unwritten part: allowed up to the capacity
-  EXPECT_EQ(stream.Status(), ZoStreamOk);
-  stream.Seek(-8);
+  // A growable stream reads into its unwritten part up to the capacity; a
+  // read past it refuses later writes with the read error.
+  ZoMemoryStream grown;
+  grown << int32_t{1};
+  grown.Seek(-4);
+  grown >> wide;
+  EXPECT_EQ(grown.Status(), ZoStreamOk);
+  grown.Seek(-8);
   char scratch[4096];
-  EXPECT_EQ(stream.ReadBytes(sizeof scratch, scratch), ZoStreamReadError);
-  uint32_t before = stream.GetPosition();
-  EXPECT_EQ((stream << int32_t{5}).Status(), ZoStreamReadError);
-  EXPECT_EQ(stream.GetPosition(), before);
-  stream.SetStatus(ZoStreamOk);
-  EXPECT_EQ((stream << int32_t{5}).Status(), ZoStreamOk);
+  EXPECT_EQ(grown.ReadBytes(sizeof scratch, scratch), ZoStreamReadError);
+  uint32_t before = grown.GetPosition();
+  EXPECT_EQ((grown << int32_t{5}).Status(), ZoStreamReadError);
+  EXPECT_EQ(grown.GetPosition(), before);
+  grown.SetStatus(ZoStreamOk);
+  EXPECT_EQ((grown << int32_t{5}).Status(), ZoStreamOk);
 }
 
 // Strings are written whatever their length and read back up to 512
@@ -264,18 +263,15 @@ TEST(ZoStreamFraming, UnknownFramesAreSkippedWhenSizedAndLeftWhenNot) {
 }
 
 // A frame cut anywhere gives no object and a read error; a frame whose body
-// fails still gives its object.
-TEST(ZoStreamFraming, TruncatedFramesFailWithReadError) {
-  ScopedRegistration value(ZoTypeCode::IntValue, &SizedInt::Create);
+// fails still gives its object. The object operators store its result.
+TEST(ZoStreamFraming, TruncatedFramesFailWithReadErrorAndOperatorsStoreTheResult) {
+  ScopedRegistration registered(ZoTypeCode::IntValue, &SizedInt::Create);
   for (size_t cut = 0; cut < kFramedSeven.size(); ++cut) {
     Reader reader(Bytes(kFramedSeven.begin(), kFramedSeven.begin() + static_cast<ptrdiff_t>(cut)));
     std::unique_ptr<ZoStreamObject> back(reader->ReadObject(nullptr));
     EXPECT_EQ(back != nullptr, cut >= 12) << cut;
     EXPECT_EQ(reader->Status(), ZoStreamReadError) << cut;
   }
-}
-
-TEST(ZoStreamFraming, ObjectOperatorsStoreTheObjectsResult) {
   SizedInt value;
   Reader reader(ByteBuilder().i16(1));
   reader->SetStatus(ZoStreamSeekError);
@@ -337,11 +333,9 @@ TEST(ZoMemoryStreamGrowth, FixedBufferFullRefusesWritesUntilReset) {
   stream << 'y';
   EXPECT_EQ(stream.Status(), ZoStreamOk);
   EXPECT_EQ(storage[0], 'y');
-}
 
-TEST(ZoMemoryStreamSeek, BoundsAreTheCapacityExclusiveAndBytesLeftFollows) {
-  char storage[8] = {};
-  ZoMemoryStream stream(storage, 8);
+  // Seeking: the capacity is exclusive, and a successful seek does not clear an error.
+  stream.Seek(-1);
   EXPECT_EQ(stream.Seek(8), ZoStreamSeekError);
   EXPECT_EQ(stream.GetPosition(), 0u);
   stream.SetStatus(ZoStreamOk);
@@ -350,7 +344,7 @@ TEST(ZoMemoryStreamSeek, BoundsAreTheCapacityExclusiveAndBytesLeftFollows) {
   EXPECT_EQ(stream.Seek(-7), ZoStreamOk);
   EXPECT_EQ(stream.Seek(-1), ZoStreamSeekError);
   EXPECT_EQ(stream.GetPosition(), 0u);
-  EXPECT_EQ(stream.Seek(3), ZoStreamSeekError);  // a successful seek does not clear the error
+  EXPECT_EQ(stream.Seek(3), ZoStreamSeekError);
   EXPECT_EQ(stream.GetPosition(), 3u);
 }
 

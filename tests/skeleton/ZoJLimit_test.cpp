@@ -326,41 +326,16 @@ TEST(ZoJLimitStream, ReadingKeepsStoredCoefficientsAndRecomputesTheLine) {
   EXPECT_EQ(s, ZoVector3(0, -1, 0));
 }
 
-TEST(ZoJLimitStream, EachKindReadsBackAsItsClassAndDuplicates) {
-  ZoJLHinge hinge = SampleHinge();
-  ZoJLEuler euler;
-  euler.SetValue(1, -0.25f, 0.75f);
+// Every kind reads back as its class and duplicates whole inside the skeleton
+// round trip and copy of the node tests; here what a body does not show.
+TEST(ZoJLimitStream, ALinearCopyKeepsItsLineAndABareLimitChangesNothing) {
   ZoJLLinear linear;
   linear.SetValue(ZoVector3(0, 0, -1), ZoVector3(0, 2, 0));
-  ZoJLTranslate box;
-  box.SetValue(ZoVector3(-1, -1, 0), ZoVector3(1, 1, 0));
-  ZoJLimit bare;
-  ZoJLimit const* limits[] = {&bare, &hinge, &euler, &linear, &box};
-  for (int type = 0; type < 5; ++type) {
-    ZoJLimit const* limit = limits[type];
-    SCOPED_TRACE(type);
-    EXPECT_EQ(limit->GetType(), type);
-    Bytes framed = Framed(limit);
-    Reader reader(framed);
-    std::unique_ptr<ZoStreamObject> object(reader->ReadObject(nullptr));
-    EXPECT_EQ(reader->Status(), ZoStreamOk);
-    auto* read = dynamic_cast<ZoJLimit*>(object.get());
-    ASSERT_NE(read, nullptr);
-    EXPECT_EQ(typeid(*read), typeid(*limit));
-    EXPECT_EQ(Body(*read), Body(*limit));
-
-    std::unique_ptr<ZoJLimit> copy(limit->Duplicate());
-    ASSERT_NE(copy, nullptr);
-    EXPECT_NE(copy.get(), limit);
-    EXPECT_EQ(typeid(*copy), typeid(*limit));
-    EXPECT_EQ(Body(*copy), Body(*limit));
-
-  }
   std::unique_ptr<ZoJLLinear> linearCopy(static_cast<ZoJLLinear*>(linear.Duplicate()));
   EXPECT_EQ(linearCopy->Direction(), linear.Direction());
   EXPECT_EQ(linearCopy->Length(), linear.Length());
-
-  // A limit of no kind changes nothing.
+  ZoJLimit bare;
+  EXPECT_EQ(bare.GetType(), 0);
   ZoTransform3 t = WithRotation(About(1.0f, kX));
   ZoTransform3 const before = t;
   bare.PivotLimit(About(1.0f, kY));
