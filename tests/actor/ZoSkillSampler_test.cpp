@@ -2,6 +2,7 @@
 // of every kind of key, played forwards, backwards and at random times, each
 // joint of SamplePose compared with ZoJointKeyList::SampleAtTime (hold on);
 // then the revision counter, which every edit through the skill raises.
+#include "support/ZoTestRandom.h"
 #include "ZoActorTestSupport.h"
 
 #include <zoactor/actor/ZoSkillSampler.h>
@@ -36,23 +37,7 @@ struct SkillCase {
   unsigned seed;
 };
 
-class Random {
- public:
-  explicit Random(unsigned seed) : engine(seed) {}
-  float Uniform(float lo, float hi) { return std::uniform_real_distribution<float>(lo, hi)(engine); }
-  uint32_t Below(uint32_t n) { return std::uniform_int_distribution<uint32_t>(0, n - 1)(engine); }
-  ZoVector3 Vector(float range) { return {Uniform(-range, range), Uniform(-range, range), Uniform(-range, range)}; }
-  ZoRotation3 Turn(float maxAngle) {
-    ZoVector3 axis = Vector(1.0f);
-    if (axis.lengthSquared() < 1e-4f) axis = {0, 0, 1};
-    ZoRotation3 q;
-    q.setValue(Uniform(-maxAngle, maxAngle), axis.unit());
-    return q;
-  }
-
- private:
-  std::mt19937 engine;
-};
+using zotest::Random;
 
 int ModeOf(Keys keys, Random& rng) {
   switch (keys) {

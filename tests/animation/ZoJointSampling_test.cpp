@@ -11,6 +11,8 @@
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/foundation/ZoTransform3.h>
 
+#include "support/ZoTestRandom.h"
+
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
@@ -63,24 +65,7 @@ struct KeyData {
   Vec point = Vec::Zero();
 };
 
-class Random {
- public:
-  explicit Random(unsigned seed) : engine(seed) {}
-  float Uniform(float lo, float hi) { return std::uniform_real_distribution<float>(lo, hi)(engine); }
-  uint32_t Below(uint32_t n) { return std::uniform_int_distribution<uint32_t>(0, n - 1)(engine); }
-  ZoVector3 Vector(float range) { return {Uniform(-range, range), Uniform(-range, range), Uniform(-range, range)}; }
-  // A turn of up to `maxAngle` radians about a random axis.
-  ZoRotation3 Turn(float maxAngle) {
-    ZoVector3 axis = Vector(1.0f);
-    if (axis.lengthSquared() < 1e-4f) axis = {0, 0, 1};
-    ZoRotation3 q;
-    q.setValue(Uniform(-maxAngle, maxAngle), axis.unit());
-    return q;
-  }
-
- private:
-  std::mt19937 engine;
-};
+using zotest::Random;
 
 enum class Kind { Linear, Smooth, Mixed };
 
