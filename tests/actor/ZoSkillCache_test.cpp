@@ -143,6 +143,14 @@ TEST(ZoSkillCache, FlushDeleteAndRename) {
   actor->FlushSkill("RUN");
   EXPECT_EQ(Cached(*actor), "");
   EXPECT_TRUE(fs::exists(folder / "Dog/Skills/Run.skl"));
+
+  // Renamed behind the cache's back, a skill is let go of under the name it
+  // was filed under: the next lookup of that name reads the file again.
+  SkillRef leap = SkillRef::Share(actor->GetSkill("Jump", 0));
+  leap->SetName("Leap");
+  actor->DeleteSkill(leap.get());
+  EXPECT_EQ(Cached(*actor), "");
+  EXPECT_NE(actor->GetSkill("Jump", 0), leap.get());
 }
 
 TEST(ZoSkillCache, AddSkillReplacesTheSameNameAndMarksDirty) {
