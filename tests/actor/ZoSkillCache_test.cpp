@@ -5,6 +5,8 @@
 #include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/foundation/ZoLogger.h>
 #include <zoactor/foundation/ZoPlatform.h>
+#include <zoactor/geometry/ZoColModel.h>
+#include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/serialization/ZoFileProgress.h>
 
 #include "ZoActorTestSupport.h"
@@ -190,6 +192,24 @@ TEST(ZoSkillCacheSave, CreatesTheFolderAndWritesActorAndSkills) {
   ZoProtoSkill* walk = back->GetSkill("Walk", 0);
   ASSERT_NE(walk, nullptr);
   EXPECT_EQ(walk->Joint(0)->NumKeyframes(), 2);
+}
+
+TEST(ZoSkillCacheSave, CleaningATriangleSetRebuildsItsStoredTree) {
+  TempFolder folder;
+  ActorRef actor = FigureActor("Dog");
+  actor->Path() = (folder.path() + "/Dog/").c_str();
+  ZoProtoNode* hips = actor->RootNode();
+  hips->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(1, 1, 1)));
+  ASSERT_NE(hips->ColModel()->GetRoot(), nullptr);
+  ZoTriangleSet* set = hips->ColModel()->GetTriangleSet();
+  int32_t const triangles = set->GetNumTriangles();
+  set->Triangle(0)[1] = set->Triangle(0)[0];  // names one vertex twice: dropped on saving
+  ASSERT_EQ(actor->Save(ZoSkillFormatNone), 1);
+  EXPECT_EQ(set->GetNumTriangles(), triangles - 1);
+  EXPECT_EQ(hips->ColModel()->GetNumLeaves(), triangles - 1);  // one leaf a triangle, rebuilt
+  ActorRef back(ZoProtoActor::ReadActorFile((folder.path() + "/Dog/Dog.act").c_str()));
+  ASSERT_NE(back.get(), nullptr);
+  EXPECT_EQ(back->RootNode()->ColModel()->GetTriangleSet()->GetNumTriangles(), triangles - 1);
 }
 
 TEST(ZoSkillCacheSave, FailuresAreLoggedAndStillClearDirty) {
