@@ -10,6 +10,8 @@
 //     joint's SampleAtTime), whose heap allocations per frame are counted by
 //     replacing the global operator new in this program ("allocs_per_frame",
 //     counted over 1000 frames outside the timed loop).
+#include "ZoBenchAllocations.h"
+
 #include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/actor/ZoProtoDB.h>
 #include <zoactor/actor/ZoRef.h>
@@ -28,41 +30,6 @@
 
 #include <fcntl.h>
 #include <unistd.h>
-
-namespace {
-
-uint64_t gAllocations = 0;
-
-}  // namespace
-
-void* operator new(size_t size) {
-  ++gAllocations;
-  void* p = std::malloc(size != 0 ? size : 1);
-  if (p == nullptr) throw std::bad_alloc();
-  return p;
-}
-void* operator new[](size_t size) {
-  ++gAllocations;
-  void* p = std::malloc(size != 0 ? size : 1);
-  if (p == nullptr) throw std::bad_alloc();
-  return p;
-}
-void* operator new(size_t size, std::nothrow_t const&) noexcept {
-  ++gAllocations;
-  return std::malloc(size != 0 ? size : 1);
-}
-void* operator new[](size_t size, std::nothrow_t const&) noexcept {
-  ++gAllocations;
-  return std::malloc(size != 0 ? size : 1);
-}
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpragmas"
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
-#pragma GCC diagnostic pop
 
 namespace {
 
@@ -233,9 +200,9 @@ void BM_SampleThroughCache(benchmark::State& state) {
   ZoJointKeyframe out;
   if (actor->GetSkill(name, 1) == nullptr) state.SkipWithError("the skill did not load");
   uint32_t const duration = (kKeys - 1) * kKeySpacing;
-  uint64_t before = gAllocations;
+  uint64_t before = zobench::Allocations();
   for (uint32_t frame = 0; frame < 1000; ++frame) SampleFrame(*actor, name, (frame * 16) % duration, out);
-  double perFrame = static_cast<double>(gAllocations - before) / 1000.0;
+  double perFrame = static_cast<double>(zobench::Allocations() - before) / 1000.0;
   uint32_t time = 0;
   for (auto _ : state) {
     SampleFrame(*actor, name, time, out);

@@ -22,6 +22,8 @@
 #include <fcl/math/bv/OBB.h>
 #include <fcl/narrowphase/detail/primitive_shape_algorithm/triangle_distance.h>
 
+#include "ZoBenchAllocations.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -30,30 +32,6 @@
 #include <new>
 #include <random>
 #include <vector>
-
-namespace {
-
-uint64_t gAllocations = 0;
-
-}  // namespace
-
-void* operator new(size_t size) {
-  ++gAllocations;
-  void* p = std::malloc(size != 0 ? size : 1);
-  if (p == nullptr) throw std::bad_alloc();
-  return p;
-}
-void* operator new(size_t size, std::nothrow_t const&) noexcept {
-  ++gAllocations;
-  return std::malloc(size != 0 ? size : 1);
-}
-// (The array forms are left alone: the standard ones call these.)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpragmas"
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-#pragma GCC diagnostic pop
 
 namespace {
 
@@ -88,9 +66,9 @@ void BM_UpdateSphereTree(benchmark::State& state) {
     // The allocations of one build, outside the timed loop.
     model = std::make_unique<ZoColModel>();
     model->SetTriangleSet(new ZoTriangleSet(*surface));
-    uint64_t before = gAllocations;
+    uint64_t before = zobench::Allocations();
     model->UpdateSphereTree();
-    state.counters["allocs_per_build"] = static_cast<double>(gAllocations - before);
+    state.counters["allocs_per_build"] = static_cast<double>(zobench::Allocations() - before);
   }
   for (auto _ : state) {
     // Copying the mesh and freeing the previous model are not the build.

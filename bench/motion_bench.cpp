@@ -10,6 +10,8 @@
 // A reference runs the same linear interpolation through the foundation's
 // ZoTransform3::interpolate (library slerp) without the list. The spline
 // benchmark measures Integrate plus 1000 InterpolateAtDistance calls.
+#include "ZoBenchAllocations.h"
+
 #include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/actor/ZoProtoSkill.h>
 #include <zoactor/actor/ZoSkillSampler.h>
@@ -26,29 +28,6 @@
 #include <new>
 #include <random>
 #include <vector>
-
-namespace {
-
-uint64_t gAllocations = 0;
-
-}  // namespace
-
-void* operator new(size_t size) {
-  ++gAllocations;
-  void* p = std::malloc(size != 0 ? size : 1);
-  if (p == nullptr) throw std::bad_alloc();
-  return p;
-}
-void* operator new(size_t size, std::nothrow_t const&) noexcept {
-  ++gAllocations;
-  return std::malloc(size != 0 ? size : 1);
-}
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpragmas"
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-#pragma GCC diagnostic pop
 
 namespace {
 
@@ -126,9 +105,9 @@ std::unique_ptr<Skill> MakeSkill(int mode, int joints = kJoints, int keys = kKey
 // out.
 template <class F>
 double AllocationsPerSample(int joints, F&& frame) {
-  uint64_t before = gAllocations;
+  uint64_t before = zobench::Allocations();
   for (int i = 0; i < kFramesCounted; ++i) frame(i);
-  return static_cast<double>(gAllocations - before) / (static_cast<double>(kFramesCounted) * joints);
+  return static_cast<double>(zobench::Allocations() - before) / (static_cast<double>(kFramesCounted) * joints);
 }
 
 void ReportPerSample(benchmark::State& state, int joints, double allocationsPerSample) {
@@ -316,9 +295,9 @@ void BM_SplineIntegrateAndDistance(benchmark::State& state) {
       benchmark::DoNotOptimize(out);
     }
   };
-  uint64_t before = gAllocations;
+  uint64_t before = zobench::Allocations();
   run();
-  state.counters["allocs_per_iteration"] = static_cast<double>(gAllocations - before);
+  state.counters["allocs_per_iteration"] = static_cast<double>(zobench::Allocations() - before);
   for (auto _ : state) run();
 }
 
