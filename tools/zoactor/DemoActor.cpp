@@ -3,6 +3,7 @@
 // back through the prototype database with its skills, and one skill is
 // sampled into a pose.
 #include "Demo.h"
+#include "DemoParts.h"
 
 #include <zoactor/zoactor.h>
 
@@ -13,17 +14,10 @@
 namespace {
 
 ZoProtoNode* Joint(char const* name, ZoVector3 const& offset) {
-  auto* node = new ZoProtoNode;
-  node->SetName(name);
-  node->SetHomeTransform(ZoTransform3(offset, ZoRotation3()));
-  return node;
+  return zodemo::NewNode(name, ZoProtoNode::Geometry, offset);
 }
 
-ZoRotation3 About(float angle, ZoVector3 const& axis) {
-  ZoRotation3 q;
-  q.setValue(angle, axis);
-  return q;
-}
+using zodemo::About;
 
 // A skill that swings every joint about z by up to `swing` radians.
 ZoProtoSkill* Swing(ZoProtoActor* actor, char const* name, float swing, uint32_t duration) {

@@ -1,4 +1,5 @@
 #include "DemoFigure.h"
+#include "DemoParts.h"
 
 #include <cmath>
 #include <functional>
@@ -10,11 +11,7 @@ namespace {
 
 constexpr float kQuarterTurn = 1.5707964f;
 
-ZoRotation3 About(float angle, ZoVector3 const& axis) {
-  ZoRotation3 q;
-  q.setValue(angle, axis);
-  return q;
-}
+using zodemo::About;
 
 ZoMaterial Coloured(float r, float g, float b) {
   ZoMaterial material;
@@ -23,11 +20,7 @@ ZoMaterial Coloured(float r, float g, float b) {
 }
 
 ZoProtoNode* MakeNode(char const* name, int32_t style, ZoVector3 const& offset) {
-  auto* node = new ZoProtoNode;
-  node->SetName(name);
-  node->SetStyle(style);
-  node->SetHomeTransform(ZoTransform3(offset, ZoRotation3()));
-  return node;
+  return zodemo::NewNode(name, style, offset);
 }
 
 // A geometry node whose collision model is `shape` (its sphere tree built).

@@ -3,6 +3,7 @@
 // limits clamping a pose, the tree printed with its traversal indices, and
 // the whole skeleton written to a memory stream and read back.
 #include "Demo.h"
+#include "DemoParts.h"
 
 #include <zoactor/zoactor.h>
 
@@ -38,18 +39,10 @@ char const* LimitName(ZoJLimit const* limit) {
 }
 
 ZoProtoNode* Node(char const* name, int32_t style, ZoVector3 const& offset) {
-  auto* node = new ZoProtoNode;
-  node->SetName(name);
-  node->SetStyle(style);
-  node->SetHomeTransform(ZoTransform3(offset, ZoRotation3()));
-  return node;
+  return zodemo::NewNode(name, style, offset);
 }
 
-ZoRotation3 About(float angle, ZoVector3 const& axis) {
-  ZoRotation3 q;
-  q.setValue(angle, axis);
-  return q;
-}
+using zodemo::About;
 
 void PrintTree(std::FILE* out, ZoProtoNode const* node, ZoProtoTraversal const& all, ZoProtoTraversal const& joints,
                int depth) {
