@@ -7,14 +7,36 @@
 #include "animation/ZoJointSampling.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <new>
 #include <vector>
+
+// The sampling loop has a clone for x86-64 CPUs with AVX2, chosen once at
+// run time; the scalar path of the lanes has none. The clone runs the same
+// operations in three-operand form (fewer register copies), without fused
+// multiply-adds, so both give the same bits.
+#if defined(ZOACTOR_LANES_SSE) && defined(__x86_64__) && defined(__GNUC__)
+#define ZO_SAMPLER_WIDE __attribute__((target("avx2")))
+#endif
 
 using zopose::kLanes;
 using zopose::Lanes;
 using zopose::Mask;
 
 namespace {
+
+#if defined(ZO_SAMPLER_WIDE)
+// True when this CPU runs the AVX2 clone of the sampling loop and
+// the environment does not ask for the baseline (ZOACTOR_LANES=sse2, which
+// the tests use to run the baseline on such a CPU too).
+bool WideLanesWanted() {
+  char const* asked = std::getenv("ZOACTOR_LANES");
+  if (asked != nullptr && std::strcmp(asked, "sse2") == 0) return false;
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx2");
+}
+#endif
 
 // A span that covers every time from its start on.
 constexpr uint64_t kAllTimes = uint64_t{1} << 32;
@@ -39,6 +61,16 @@ struct KeyControls {
   ZoTransform3 actorOut;
   ZoTransform3 actorIn;
 };
+
+// The arcs of the segment a key starts: its local and actor pairs, and the
+// three first pairs of the cubic blend (a→out, out→in, in→b).
+struct KeyArcs {
+  zopose::ArcValue local = zopose::kHeldArc;
+  zopose::ArcValue actor = zopose::kHeldArc;
+  zopose::ArcValue cubic[3] = {zopose::kHeldArc, zopose::kHeldArc, zopose::kHeldArc};
+};
+
+KeyArcs const kHeldArcs{};
 
 struct KeyTiming {
   float easeIn = 0.0f;
@@ -69,6 +101,7 @@ struct ZoSkillSampler::Compiled {
   std::vector<KeyPose> poses;
   std::vector<KeyControls> controls;
   std::vector<KeyTiming> timing;
+  std::vector<KeyArcs> arcs;
   // One per lane: joints past the last one are padding without keys.
   std::vector<JointState> joints;
   std::vector<zopose::LinearGroup> linear;
@@ -76,13 +109,21 @@ struct ZoSkillSampler::Compiled {
 
   bool Build(ZoProtoSkill const& skill);
   void AddKeys(ZoJointKeyList const& list);
+  void AddArcs(int32_t first, int32_t count);
   void Reset(int32_t joints);
   int32_t LastKeyUntil(JointState const& state, uint32_t time) const;
   void Seek(int32_t joint, uint32_t time);
   void SetSegment(int32_t joint, int32_t a);
   void SetTiming(int32_t joint, float length, float easeOut, float easeIn);
   void LoadLanes(int32_t joint, int32_t a, int32_t b);
+  template <bool Fast>
   int SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
+  template <bool Fast>
+  int SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
+#if defined(ZO_SAMPLER_WIDE)
+  template <bool Fast>
+  ZO_SAMPLER_WIDE int SampleAllWide(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
+#endif
   void SampleOutside(int32_t joint, float s, ZoTransform3* local, ZoTransform3* actor) const;
 };
 
@@ -95,6 +136,7 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
   poses.clear();
   controls.clear();
   timing.clear();
+  arcs.clear();
   joints.assign(static_cast<size_t>(groups) * kLanes, JointState{});
   linear.assign(static_cast<size_t>(groups), zopose::LinearGroup{});
   cubic.assign(static_cast<size_t>(groups), zopose::CubicGroup{});
@@ -106,13 +148,15 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
       group.length[lane] = 1.0f;
       group.easeOut[lane] = zo_motion::kDefaultEaseOut;
       group.easeIn[lane] = zo_motion::kDefaultEaseIn;
+      zopose::SetLane(group.localArc, lane, zopose::kHeldArc);
+      zopose::SetLane(group.actorArc, lane, zopose::kHeldArc);
     }
-    group.stale = true;
   }
   for (zopose::CubicGroup& group : cubic) {
     for (int lane = 0; lane < kLanes; ++lane) {
       zopose::SetLane(group.out, lane, ZoRotation3());
       zopose::SetLane(group.in, lane, ZoRotation3());
+      for (zopose::ArcRows& rows : group.arcs) zopose::SetLane(rows, lane, zopose::kHeldArc);
     }
   }
 }
@@ -136,6 +180,23 @@ void ZoSkillSampler::Compiled::AddKeys(ZoJointKeyList const& list) {
   }
 }
 
+// The arcs of the joint's keys first .. first + count − 1: those of a key
+// followed by another, both joint keyframes; the held arc elsewhere.
+void ZoSkillSampler::Compiled::AddArcs(int32_t first, int32_t count) {
+  for (int32_t k = first; k < first + count; ++k) {
+    KeyArcs made;
+    auto const a = static_cast<size_t>(k);
+    if (k + 1 < first + count && timing[a].joint && timing[a + 1].joint) {
+      made.local = zopose::ArcBetween(poses[a].local.rotation, poses[a + 1].local.rotation);
+      made.actor = zopose::ArcBetween(poses[a].actor.rotation, poses[a + 1].actor.rotation);
+      made.cubic[0] = zopose::ArcBetween(poses[a].actor.rotation, controls[a].actorOut.rotation);
+      made.cubic[1] = zopose::ArcBetween(controls[a].actorOut.rotation, controls[a + 1].actorIn.rotation);
+      made.cubic[2] = zopose::ArcBetween(controls[a + 1].actorIn.rotation, poses[a + 1].actor.rotation);
+    }
+    arcs.push_back(made);
+  }
+}
+
 bool ZoSkillSampler::Compiled::Build(ZoProtoSkill const& skill) {
   revision = skill.Revision();
   try {
@@ -145,6 +206,7 @@ bool ZoSkillSampler::Compiled::Build(ZoProtoSkill const& skill) {
       state.first = static_cast<int32_t>(times.size());
       if (skill.Joint(j) != nullptr) AddKeys(*skill.Joint(j));
       state.count = static_cast<int32_t>(times.size()) - state.first;
+      AddArcs(state.first, state.count);
       // Before the first key (or with none) the joint gives nothing.
       state.span = state.count > 0 ? times[static_cast<size_t>(state.first)] : kAllTimes;
     }
@@ -242,9 +304,11 @@ void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::SetLane(group.localStep, lane, to.local.translation - from.local.translation);
   zopose::SetLane(group.actorT, lane, from.actor.translation);
   zopose::SetLane(group.actorStep, lane, to.actor.translation - from.actor.translation);
+  KeyArcs const& pairs = a != b ? arcs[static_cast<size_t>(a)] : kHeldArcs;
+  zopose::SetLane(group.localArc, lane, pairs.local);
+  zopose::SetLane(group.actorArc, lane, pairs.actor);
   bool const isCubic = joints[static_cast<size_t>(joint)].cubic;
   group.cubic[lane] = isCubic ? -1 : 0;
-  group.stale = true;
   if (!isCubic) return;
   zopose::CubicGroup& controlGroup = cubic[static_cast<size_t>(joint / kLanes)];
   KeyControls const& out = controls[static_cast<size_t>(a)];
@@ -254,6 +318,7 @@ void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::SetLane(controlGroup.outT, lane, out.actorOut.translation);
   zopose::SetLane(controlGroup.inT, lane, in.actorIn.translation);
   zopose::SetLane(controlGroup.endT, lane, to.actor.translation);
+  for (int i = 0; i < 3; ++i) zopose::SetLane(controlGroup.arcs[i], lane, pairs.cubic[i]);
 }
 
 // --- Sampling -------------------------------------------------------------------------
@@ -276,7 +341,8 @@ void ZoSkillSampler::Compiled::SampleOutside(int32_t joint, float s, ZoTransform
 
 // Samples the four joints of `group`; returns how many it filled. The
 // parameters of the lanes that blend are divided and eased side by side.
-int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
+template <bool Fast>
+ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   alignas(16) float elapsed[kLanes];
   alignas(16) int32_t blending[kLanes];
   int skip = 0;
@@ -299,9 +365,8 @@ int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransf
   Mask const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
   Mask const lanesBlend = blend & inside;
   int const outsideBits = zolanes::Bits(blend & ~inside);
-  if (lanes.stale) zopose::ComputeArcs(lanes, controlLanes);
   zopose::PoseLanes pose;
-  zopose::BlendGroup(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
+  zopose::BlendGroup<Fast>(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
   if (local != nullptr) zopose::StoreTransforms(local + base, skip, pose.localRotation, pose.localT);
   if (actor != nullptr) zopose::StoreTransforms(actor + base, skip, pose.actorRotation, pose.actorT);
   if (outsideBits != 0) {
@@ -314,6 +379,25 @@ int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransf
   for (int lane = 0; lane < kLanes; ++lane) filled += (skip & (1 << lane)) == 0 ? 1 : 0;
   return filled;
 }
+
+template <bool Fast>
+int ZoSkillSampler::Compiled::SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
+  int filled = 0;
+  int32_t const groups = static_cast<int32_t>(linear.size());
+  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup<Fast>(g, time, local, actor);
+  return filled;
+}
+
+#if defined(ZO_SAMPLER_WIDE)
+// The same loop compiled for AVX2.
+template <bool Fast>
+int ZoSkillSampler::Compiled::SampleAllWide(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
+  int filled = 0;
+  int32_t const groups = static_cast<int32_t>(linear.size());
+  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup<Fast>(g, time, local, actor);
+  return filled;
+}
+#endif
 
 // --- The sampler ---------------------------------------------------------------------------
 
@@ -349,10 +433,11 @@ int ZoSkillSampler::NumJoints() const { return compiled != nullptr ? compiled->n
 int ZoSkillSampler::SamplePose(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   if (skill && (compiled == nullptr || compiled->revision != skill->Revision())) Rebuild();
   if (compiled == nullptr) return 0;
-  int filled = 0;
-  int32_t const groups = static_cast<int32_t>(compiled->linear.size());
-  for (int32_t g = 0; g < groups; ++g) filled += compiled->SampleGroup(g, time, local, actor);
-  return filled;
+#if defined(ZO_SAMPLER_WIDE)
+  static bool const wide = WideLanesWanted();
+  if (wide) return fast ? compiled->SampleAllWide<true>(time, local, actor) : compiled->SampleAllWide<false>(time, local, actor);
+#endif
+  return fast ? compiled->SampleAll<true>(time, local, actor) : compiled->SampleAll<false>(time, local, actor);
 }
 
 bool ZoSkillSampler::Covers(int joint, uint32_t time) const {
