@@ -3,8 +3,7 @@
 // SampleAtTime per joint per frame, with linear (mode 0) keys and with smooth
 // (mode 1) keys; then sampled at random, non-monotonic times, and played
 // backwards. The same skill is then sampled a whole pose at a time by
-// ZoSkillSampler::SamplePose (BM_SamplePose…; …Fast with its Fast precision).
-// Every sampling benchmark
+// ZoSkillSampler::SamplePose (BM_SamplePose…). Every sampling benchmark
 // reports the time per joint-sample ("per_sample") and the heap allocations
 // per joint-sample ("allocs_per_sample", counted over 1000 frames outside the
 // timed loop by replacing the global operator new in this program).
@@ -209,12 +208,9 @@ struct Pose {
   }
 };
 
-using Precision = ZoSkillSampler::Precision;
-
-void PlayPose(benchmark::State& state, int mode, int32_t step, Precision precision = Precision::Exact) {
+void PlayPose(benchmark::State& state, int mode, int32_t step) {
   auto skill = MakeSkill(mode, JointsOf(state), KeysOf(state));
   ZoSkillSampler sampler(skill->skill);
-  sampler.SetPrecision(precision);
   Pose pose(JointsOf(state));
   Clock clock(skill->duration, step);
   double allocations = AllocationsPerSample(JointsOf(state), [&](int) {
@@ -230,15 +226,11 @@ void PlayPose(benchmark::State& state, int mode, int32_t step, Precision precisi
 
 void BM_SamplePoseForwardLinear(benchmark::State& state) { PlayPose(state, 0, static_cast<int32_t>(kFrameStep)); }
 void BM_SamplePoseForwardSmooth(benchmark::State& state) { PlayPose(state, 1, static_cast<int32_t>(kFrameStep)); }
-void BM_SamplePoseForwardSmoothFast(benchmark::State& state) {
-  PlayPose(state, 1, static_cast<int32_t>(kFrameStep), Precision::Fast);
-}
 void BM_SamplePoseBackwardLinear(benchmark::State& state) { PlayPose(state, 0, -static_cast<int32_t>(kFrameStep)); }
 
-void SamplePoseRandom(benchmark::State& state, int mode, Precision precision = Precision::Exact) {
+void SamplePoseRandom(benchmark::State& state, int mode) {
   auto skill = MakeSkill(mode, JointsOf(state), KeysOf(state));
   ZoSkillSampler sampler(skill->skill);
-  sampler.SetPrecision(precision);
   Pose pose(JointsOf(state));
   std::vector<uint32_t> times = RandomTimes(skill->duration);
   double allocations =
@@ -250,7 +242,6 @@ void SamplePoseRandom(benchmark::State& state, int mode, Precision precision = P
 
 void BM_SamplePoseRandomLinear(benchmark::State& state) { SamplePoseRandom(state, 0); }
 void BM_SamplePoseRandomSmooth(benchmark::State& state) { SamplePoseRandom(state, 1); }
-void BM_SamplePoseRandomSmoothFast(benchmark::State& state) { SamplePoseRandom(state, 1, Precision::Fast); }
 
 // The linear segment math through the foundation's transform interpolation
 // (its slerp calls acos and sin), without list or easing: a yardstick for
@@ -326,11 +317,9 @@ BENCHMARK(BM_SampleRandomLinear)->Apply(Sizes);
 BENCHMARK(BM_SampleRandomSmooth)->Apply(Sizes);
 BENCHMARK(BM_SamplePoseForwardLinear)->Apply(Sizes);
 BENCHMARK(BM_SamplePoseForwardSmooth)->Apply(Sizes);
-BENCHMARK(BM_SamplePoseForwardSmoothFast)->Apply(Sizes);
 BENCHMARK(BM_SamplePoseBackwardLinear)->Apply(Sizes);
 BENCHMARK(BM_SamplePoseRandomLinear)->Apply(Sizes);
 BENCHMARK(BM_SamplePoseRandomSmooth)->Apply(Sizes);
-BENCHMARK(BM_SamplePoseRandomSmoothFast)->Apply(Sizes);
 BENCHMARK(BM_ReferenceFoundationLinear);
 BENCHMARK(BM_SplineIntegrateAndDistance)->Unit(benchmark::kMicrosecond);
 

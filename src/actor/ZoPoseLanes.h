@@ -15,7 +15,7 @@
 //     take the first key's values at the end.
 //   - The arcs of a segment's own pairs are computed when the sampler is
 //     built, one per key; only the later levels of a cubic blend, whose
-//     pairs move with u, find theirs while sampling (SlerpNow).
+//     pairs move with u, find theirs while sampling.
 #ifndef ZOACTOR_SRC_ACTOR_ZOPOSELANES_H
 #define ZOACTOR_SRC_ACTOR_ZOPOSELANES_H
 
@@ -23,7 +23,6 @@
 
 #include "animation/ZoMotionMath.h"
 #include "foundation/ZoLanes.h"
-#include "foundation/ZoLanesSlerp.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -37,9 +36,6 @@ using zolanes::Lanes;
 using zolanes::Mask;
 
 constexpr int kLanes = 4;
-// Above this cosine a pair blends linearly and normalises, as
-// zo_motion::ArcOf decides.
-constexpr float kNearCosine = 0.9995f;
 // Where a transform's rotation starts within its 28 bytes.
 constexpr size_t kRotationOffset = 12;
 static_assert(offsetof(ZoTransform3, translation) == 0 && offsetof(ZoTransform3, rotation) == kRotationOffset,
@@ -168,80 +164,19 @@ ZO_MOTION_INLINE void Step(VectorRows const& a, VectorRows const& step, Lanes u,
   out[2] = zolanes::Load(a.z) + zolanes::Load(step.z) * u;
 }
 
-// q scaled to unit length in the lanes of `near`. Near-parallel unit
-// rotations blend to a length just under 1 (its square at least 0.99975),
-// where 1/√(1 − e) is 1 + e/2 + 3e²/8 + 5e³/16 to within 3e-10 for
-// |e| < 2^-8: a few products instead of a root and a division. A near lane
-// whose square length lies further from 1 (rotations that are not unit, a
-// zero or NaN blend) sends the group to zo_motion::Normalized, which
-// ZoRotation3::normalize matches there.
-ZO_MOTION_INLINE Quats NormalizedNear(Quats const& q, Mask near) {
-  constexpr float kSeriesLimit = 1.0f / 256.0f;
-  Lanes const e = 1.0f - (q.w * q.w + q.x * q.x + q.y * q.y + q.z * q.z);
-  if (zolanes::Any(near & ~(zolanes::Abs(e) < kSeriesLimit))) return zo_motion::Normalized(q);
-  Lanes const k = 1.0f + e * (0.5f + e * (0.375f + e * 0.3125f));
-  return {q.w * k, q.x * k, q.y * k, q.z * k};
-}
-
-// a·wa + b·wb in each lane, normalised in the near lanes.
-ZO_MOTION_INLINE Quats CombineNear(Quats const& a, Quats const& b, Lanes wa, Lanes wb, Mask near) {
-  Quats const blend{a.w * wa + b.w * wb, a.x * wa + b.x * wb, a.y * wa + b.y * wb, a.z * wa + b.z * wb};
-  if (!zolanes::Any(near)) return blend;
-  return SelectQuats(near, NormalizedNear(blend, near), blend);
-}
-
-// In each lane, the slerp from a (u = 0) to b (u = 1) along the stored
-// shorter arc, with zo_motion::Slerp's weights; the near lanes normalised
-// exactly as the key list does (`Exact`, for the local and linear pairs,
-// which then give the key list's bits) or by NormalizedNear (the cubic
-// blend's pairs, held to the tolerance instead).
-template <bool Exact>
-ZO_MOTION_INLINE Quats SlerpStored(Quats const& a, Quats const& b, Arc const& arc, Lanes u) {
-  using zo_motion::SinQuarter;
-  Lanes const wa = zolanes::Select(arc.near, 1.0f - u, SinQuarter((1.0f - u) * arc.angle) * arc.inverseSine);
-  Lanes const wb = zolanes::Select(arc.near, u * arc.sign, SinQuarter(u * arc.angle) * (arc.inverseSine * arc.sign));
-  return Exact ? zo_motion::Combine(a, b, wa, wb, arc.near) : CombineNear(a, b, wa, wb, arc.near);
-}
-
-// In each lane, the slerp from a (u = 0) to b (u = 1) along the shorter
-// arc, for pairs whose arc is known only now: the arc's decisions are
-// ArcOf's (the sign of b, the normalised linear blend above cosine 0.9995),
-// the weights come from the polynomials of `atU` and `atV` (the bases of u
-// and 1 − u) instead of acos and sines.
-ZO_MOTION_INLINE Quats SlerpNow(Quats const& a, Quats const& b, zolanes::SlerpBasis const& atU,
-                                zolanes::SlerpBasis const& atV, Lanes u, Lanes v) {
-  Lanes cosine = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
-  Mask const opposite = cosine < 0.0f;
-  cosine = zolanes::Select(opposite, -cosine, cosine);
-  Mask const near = cosine > kNearCosine;
-  zolanes::SlerpPowers const powers = zolanes::SlerpPowersOf(cosine - 1.0f);
-  Lanes const sign = zolanes::Select(opposite, zolanes::Splat(-1.0f), zolanes::Splat(1.0f));
-  Lanes const wa = zolanes::Select(near, v, zolanes::SlerpWeight(atV, powers));
-  Lanes const wb = zolanes::Select(near, u, zolanes::SlerpWeight(atU, powers)) * sign;
-  return CombineNear(a, b, wa, wb, near);
-}
-
 // The cubic Bézier of the actor transform at u: translation by the Bézier
-// polynomial, rotation by de Casteljau's construction of slerps along the
-// segment's stored arcs, then along arcs found now. `Fast` takes the later
-// arcs' weights from SlerpNow's polynomials and normalises near lanes by
-// NormalizedNear (within the tolerance); otherwise every slerp is the key
-// list's, bit for bit.
-template <bool Fast>
+// polynomial, rotation by de Casteljau's construction of slerps (the first
+// level along the segment's stored arcs, the later ones along arcs found
+// now, as the key list finds them).
 ZO_MOTION_INLINE void BlendCubic(LinearGroup const& linear, CubicGroup const& cubic, Quats const& actorA, Lanes u,
                                  Quats& rotation, Lanes* translation) {
-  Lanes const v = 1.0f - u;
+  using zo_motion::Slerp;
   Quats const actorB = Load(linear.actorB), out = Load(cubic.out), in = Load(cubic.in);
-  Quats const p0 = SlerpStored<!Fast>(actorA, out, Load(cubic.arcs[0]), u);
-  Quats const p1 = SlerpStored<!Fast>(out, in, Load(cubic.arcs[1]), u);
-  Quats const p2 = SlerpStored<!Fast>(in, actorB, Load(cubic.arcs[2]), u);
-  if (Fast) {
-    zolanes::SlerpBasis const atU = zolanes::SlerpBasisOf(u), atV = zolanes::SlerpBasisOf(v);
-    rotation = SlerpNow(SlerpNow(p0, p1, atU, atV, u, v), SlerpNow(p1, p2, atU, atV, u, v), atU, atV, u, v);
-  } else {
-    using zo_motion::Slerp;
-    rotation = Slerp(Slerp(p0, p1, u), Slerp(p1, p2, u), u);
-  }
+  Quats const p0 = Slerp(actorA, out, Load(cubic.arcs[0]), u);
+  Quats const p1 = Slerp(out, in, Load(cubic.arcs[1]), u);
+  Quats const p2 = Slerp(in, actorB, Load(cubic.arcs[2]), u);
+  rotation = Slerp(Slerp(p0, p1, u), Slerp(p1, p2, u), u);
+  Lanes const v = 1.0f - u;
   Lanes const wa = v * v * v;
   Lanes const wb = 3.0f * v * v * u;
   Lanes const wc = 3.0f * v * u * u;
@@ -255,8 +190,7 @@ ZO_MOTION_INLINE void BlendCubic(LinearGroup const& linear, CubicGroup const& cu
 }
 
 // The pose of the group's four joints at their eased parameters `u`; lanes
-// in `copy` take their first key as it is. `Fast`: see BlendCubic.
-template <bool Fast>
+// in `copy` take their first key as it is.
 ZO_MOTION_INLINE void BlendGroup(LinearGroup const& linear, CubicGroup const& cubic, Lanes u, Mask copy,
                                  PoseLanes& pose) {
   Quats const localA = Load(linear.localA), actorA = Load(linear.actorA);
@@ -272,20 +206,20 @@ ZO_MOTION_INLINE void BlendGroup(LinearGroup const& linear, CubicGroup const& cu
     }
     return;
   }
-  Quats const local = SlerpStored<true>(localA, Load(linear.localB), Load(linear.localArc), u);
+  Quats const local = zo_motion::Slerp(localA, Load(linear.localB), Load(linear.localArc), u);
   Lanes localT[3], actorT[3];
   Step(linear.localT, linear.localStep, u, localT);
   Mask const cubicLanes = LoadMask(linear.cubic) & ~copy;
   Mask const linearLanes = ~(LoadMask(linear.cubic) | copy);
   Quats actor = actorA;
   if (zolanes::Any(linearLanes)) {
-    actor = SlerpStored<true>(actorA, Load(linear.actorB), Load(linear.actorArc), u);
+    actor = zo_motion::Slerp(actorA, Load(linear.actorB), Load(linear.actorArc), u);
     Step(linear.actorT, linear.actorStep, u, actorT);
   }
   if (zolanes::Any(cubicLanes)) {
     Quats cubicRotation;
     Lanes cubicT[3];
-    BlendCubic<Fast>(linear, cubic, actorA, u, cubicRotation, cubicT);
+    BlendCubic(linear, cubic, actorA, u, cubicRotation, cubicT);
     if (zolanes::Any(linearLanes)) {
       actor = SelectQuats(cubicLanes, cubicRotation, actor);
       for (int c = 0; c < 3; ++c) actorT[c] = zolanes::Select(cubicLanes, cubicT[c], actorT[c]);

@@ -116,12 +116,9 @@ struct ZoSkillSampler::Compiled {
   void SetSegment(int32_t joint, int32_t a);
   void SetTiming(int32_t joint, float length, float easeOut, float easeIn);
   void LoadLanes(int32_t joint, int32_t a, int32_t b);
-  template <bool Fast>
   int SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
-  template <bool Fast>
   int SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
 #if defined(ZO_SAMPLER_WIDE)
-  template <bool Fast>
   ZO_SAMPLER_WIDE int SampleAllWide(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
 #endif
   void SampleOutside(int32_t joint, float s, ZoTransform3* local, ZoTransform3* actor) const;
@@ -341,7 +338,6 @@ void ZoSkillSampler::Compiled::SampleOutside(int32_t joint, float s, ZoTransform
 
 // Samples the four joints of `group`; returns how many it filled. The
 // parameters of the lanes that blend are divided and eased side by side.
-template <bool Fast>
 ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   alignas(16) float elapsed[kLanes];
   alignas(16) int32_t blending[kLanes];
@@ -366,7 +362,7 @@ ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32
   Mask const lanesBlend = blend & inside;
   int const outsideBits = zolanes::Bits(blend & ~inside);
   zopose::PoseLanes pose;
-  zopose::BlendGroup<Fast>(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
+  zopose::BlendGroup(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
   if (local != nullptr) zopose::StoreTransforms(local + base, skip, pose.localRotation, pose.localT);
   if (actor != nullptr) zopose::StoreTransforms(actor + base, skip, pose.actorRotation, pose.actorT);
   if (outsideBits != 0) {
@@ -380,21 +376,19 @@ ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32
   return filled;
 }
 
-template <bool Fast>
 int ZoSkillSampler::Compiled::SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   int filled = 0;
   int32_t const groups = static_cast<int32_t>(linear.size());
-  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup<Fast>(g, time, local, actor);
+  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup(g, time, local, actor);
   return filled;
 }
 
 #if defined(ZO_SAMPLER_WIDE)
 // The same loop compiled for AVX2.
-template <bool Fast>
 int ZoSkillSampler::Compiled::SampleAllWide(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   int filled = 0;
   int32_t const groups = static_cast<int32_t>(linear.size());
-  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup<Fast>(g, time, local, actor);
+  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup(g, time, local, actor);
   return filled;
 }
 #endif
@@ -435,9 +429,9 @@ int ZoSkillSampler::SamplePose(uint32_t time, ZoTransform3* local, ZoTransform3*
   if (compiled == nullptr) return 0;
 #if defined(ZO_SAMPLER_WIDE)
   static bool const wide = WideLanesWanted();
-  if (wide) return fast ? compiled->SampleAllWide<true>(time, local, actor) : compiled->SampleAllWide<false>(time, local, actor);
+  if (wide) return compiled->SampleAllWide(time, local, actor);
 #endif
-  return fast ? compiled->SampleAll<true>(time, local, actor) : compiled->SampleAll<false>(time, local, actor);
+  return compiled->SampleAll(time, local, actor);
 }
 
 bool ZoSkillSampler::Covers(int joint, uint32_t time) const {
