@@ -13,9 +13,8 @@
 //     segment) still run through the blend on their stored keys (the
 //     second key equals the first there, so the numbers stay finite) and
 //     take the first key's values at the end.
-//   - The arcs of a segment's own pairs are computed when the sampler is
-//     built, one per key; only the later levels of a cubic blend, whose
-//     pairs move with u, find theirs while sampling.
+//   - A lane's arcs are recomputed only when one of the group's joints
+//     entered a new segment (the group is then marked stale).
 #ifndef ZOACTOR_SRC_ACTOR_ZOPOSELANES_H
 #define ZOACTOR_SRC_ACTOR_ZOPOSELANES_H
 
@@ -57,30 +56,10 @@ struct alignas(16) ArcRows {
   int32_t near[kLanes];
 };
 
-// One arc (see zo_motion::Arc) of one pair, as a lane holds it.
-struct ArcValue {
-  float sign, angle, inverseSine;
-  int32_t near;
-};
-
-// The arc of a pair that does not blend (a held key paired with itself):
-// near, so its weights are the linear ones and stay finite.
-constexpr ArcValue kHeldArc = {1.0f, 0.0f, 1.0f, -1};
-
-// The arc of rotations a and b, computed once (when the sampler is built)
-// exactly as zo_motion::ArcOf computes it in a lane.
-inline ArcValue ArcBetween(ZoRotation3 const& a, ZoRotation3 const& b) {
-  using zolanes::Splat;
-  Arc const arc = zo_motion::ArcOf({Splat(a.w), Splat(a.x), Splat(a.y), Splat(a.z)},
-                                   {Splat(b.w), Splat(b.x), Splat(b.y), Splat(b.z)});
-  return {arc.sign[0], arc.angle[0], arc.inverseSine[0], arc.near[0]};
-}
-
 // What every segment needs: its length and easing handles (as the key
 // list takes them: the length as a float, the first key's easeOut, the
 // second key's easeIn), both keys' transforms, the translation steps b − a,
-// the arcs of the local and actor rotation pairs (made when the sampler was
-// built), and which lanes blend
+// the arcs of the local and actor rotation pairs, and which lanes blend
 // their actor transform as a cubic Bézier.
 struct alignas(16) LinearGroup {
   float length[kLanes], easeOut[kLanes], easeIn[kLanes];
@@ -88,6 +67,8 @@ struct alignas(16) LinearGroup {
   VectorRows localT, localStep, actorT, actorStep;
   ArcRows localArc, actorArc;
   int32_t cubic[kLanes];
+  // True when a lane changed since the arcs were computed.
+  bool stale;
 };
 
 // What a cubic segment needs besides: a's out and b's in controls, their
@@ -109,13 +90,6 @@ inline void SetLane(QuatRows& rows, int lane, ZoRotation3 const& q) {
   rows.x[lane] = q.x;
   rows.y[lane] = q.y;
   rows.z[lane] = q.z;
-}
-
-inline void SetLane(ArcRows& rows, int lane, ArcValue const& arc) {
-  rows.sign[lane] = arc.sign;
-  rows.angle[lane] = arc.angle;
-  rows.inverseSine[lane] = arc.inverseSine;
-  rows.near[lane] = arc.near;
 }
 
 inline void SetLane(VectorRows& rows, int lane, ZoVector3 const& v) {
@@ -151,6 +125,20 @@ ZO_MOTION_INLINE void Store(ArcRows& rows, Arc const& arc) {
   std::memcpy(rows.near, &arc.near, sizeof rows.near);
 }
 
+// The arcs of the group's rotation pairs, from the keys its lanes hold now.
+inline void ComputeArcs(LinearGroup& linear, CubicGroup& cubic) {
+  Quats const actorA = Load(linear.actorA), actorB = Load(linear.actorB);
+  Store(linear.localArc, zo_motion::ArcOf(Load(linear.localA), Load(linear.localB)));
+  Store(linear.actorArc, zo_motion::ArcOf(actorA, actorB));
+  if (zolanes::Any(LoadMask(linear.cubic))) {
+    Quats const out = Load(cubic.out), in = Load(cubic.in);
+    Store(cubic.arcs[0], zo_motion::ArcOf(actorA, out));
+    Store(cubic.arcs[1], zo_motion::ArcOf(out, in));
+    Store(cubic.arcs[2], zo_motion::ArcOf(in, actorB));
+  }
+  linear.stale = false;
+}
+
 ZO_MOTION_INLINE Quats SelectQuats(Mask mask, Quats const& yes, Quats const& no) {
   return {zolanes::Select(mask, yes.w, no.w), zolanes::Select(mask, yes.x, no.x), zolanes::Select(mask, yes.y, no.y),
           zolanes::Select(mask, yes.z, no.z)};
@@ -165,9 +153,7 @@ ZO_MOTION_INLINE void Step(VectorRows const& a, VectorRows const& step, Lanes u,
 }
 
 // The cubic Bézier of the actor transform at u: translation by the Bézier
-// polynomial, rotation by de Casteljau's construction of slerps (the first
-// level along the segment's stored arcs, the later ones along arcs found
-// now, as the key list finds them).
+// polynomial, rotation by de Casteljau's construction of slerps.
 ZO_MOTION_INLINE void BlendCubic(LinearGroup const& linear, CubicGroup const& cubic, Quats const& actorA, Lanes u,
                                  Quats& rotation, Lanes* translation) {
   using zo_motion::Slerp;

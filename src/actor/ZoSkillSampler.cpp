@@ -27,9 +27,9 @@ using zopose::Mask;
 namespace {
 
 #if defined(ZO_SAMPLER_WIDE)
-// True when this CPU runs the AVX2 clone of the sampling loop and
-// the environment does not ask for the baseline (ZOACTOR_LANES=sse2, which
-// the tests use to run the baseline on such a CPU too).
+// True when this CPU runs the AVX2 clone of the sampling loop and the
+// environment does not ask for the baseline (ZOACTOR_LANES=sse2, which the
+// tests use to run the baseline on such a CPU too).
 bool WideLanesWanted() {
   char const* asked = std::getenv("ZOACTOR_LANES");
   if (asked != nullptr && std::strcmp(asked, "sse2") == 0) return false;
@@ -62,16 +62,6 @@ struct KeyControls {
   ZoTransform3 actorIn;
 };
 
-// The arcs of the segment a key starts: its local and actor pairs, and the
-// three first pairs of the cubic blend (a→out, out→in, in→b).
-struct KeyArcs {
-  zopose::ArcValue local = zopose::kHeldArc;
-  zopose::ArcValue actor = zopose::kHeldArc;
-  zopose::ArcValue cubic[3] = {zopose::kHeldArc, zopose::kHeldArc, zopose::kHeldArc};
-};
-
-KeyArcs const kHeldArcs{};
-
 struct KeyTiming {
   float easeIn = 0.0f;
   float easeOut = 0.0f;
@@ -101,7 +91,6 @@ struct ZoSkillSampler::Compiled {
   std::vector<KeyPose> poses;
   std::vector<KeyControls> controls;
   std::vector<KeyTiming> timing;
-  std::vector<KeyArcs> arcs;
   // One per lane: joints past the last one are padding without keys.
   std::vector<JointState> joints;
   std::vector<zopose::LinearGroup> linear;
@@ -109,7 +98,6 @@ struct ZoSkillSampler::Compiled {
 
   bool Build(ZoProtoSkill const& skill);
   void AddKeys(ZoJointKeyList const& list);
-  void AddArcs(int32_t first, int32_t count);
   void Reset(int32_t joints);
   int32_t LastKeyUntil(JointState const& state, uint32_t time) const;
   void Seek(int32_t joint, uint32_t time);
@@ -133,7 +121,6 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
   poses.clear();
   controls.clear();
   timing.clear();
-  arcs.clear();
   joints.assign(static_cast<size_t>(groups) * kLanes, JointState{});
   linear.assign(static_cast<size_t>(groups), zopose::LinearGroup{});
   cubic.assign(static_cast<size_t>(groups), zopose::CubicGroup{});
@@ -145,15 +132,13 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
       group.length[lane] = 1.0f;
       group.easeOut[lane] = zo_motion::kDefaultEaseOut;
       group.easeIn[lane] = zo_motion::kDefaultEaseIn;
-      zopose::SetLane(group.localArc, lane, zopose::kHeldArc);
-      zopose::SetLane(group.actorArc, lane, zopose::kHeldArc);
     }
+    group.stale = true;
   }
   for (zopose::CubicGroup& group : cubic) {
     for (int lane = 0; lane < kLanes; ++lane) {
       zopose::SetLane(group.out, lane, ZoRotation3());
       zopose::SetLane(group.in, lane, ZoRotation3());
-      for (zopose::ArcRows& rows : group.arcs) zopose::SetLane(rows, lane, zopose::kHeldArc);
     }
   }
 }
@@ -177,23 +162,6 @@ void ZoSkillSampler::Compiled::AddKeys(ZoJointKeyList const& list) {
   }
 }
 
-// The arcs of the joint's keys first .. first + count − 1: those of a key
-// followed by another, both joint keyframes; the held arc elsewhere.
-void ZoSkillSampler::Compiled::AddArcs(int32_t first, int32_t count) {
-  for (int32_t k = first; k < first + count; ++k) {
-    KeyArcs made;
-    auto const a = static_cast<size_t>(k);
-    if (k + 1 < first + count && timing[a].joint && timing[a + 1].joint) {
-      made.local = zopose::ArcBetween(poses[a].local.rotation, poses[a + 1].local.rotation);
-      made.actor = zopose::ArcBetween(poses[a].actor.rotation, poses[a + 1].actor.rotation);
-      made.cubic[0] = zopose::ArcBetween(poses[a].actor.rotation, controls[a].actorOut.rotation);
-      made.cubic[1] = zopose::ArcBetween(controls[a].actorOut.rotation, controls[a + 1].actorIn.rotation);
-      made.cubic[2] = zopose::ArcBetween(controls[a + 1].actorIn.rotation, poses[a + 1].actor.rotation);
-    }
-    arcs.push_back(made);
-  }
-}
-
 bool ZoSkillSampler::Compiled::Build(ZoProtoSkill const& skill) {
   revision = skill.Revision();
   try {
@@ -203,7 +171,6 @@ bool ZoSkillSampler::Compiled::Build(ZoProtoSkill const& skill) {
       state.first = static_cast<int32_t>(times.size());
       if (skill.Joint(j) != nullptr) AddKeys(*skill.Joint(j));
       state.count = static_cast<int32_t>(times.size()) - state.first;
-      AddArcs(state.first, state.count);
       // Before the first key (or with none) the joint gives nothing.
       state.span = state.count > 0 ? times[static_cast<size_t>(state.first)] : kAllTimes;
     }
@@ -301,11 +268,9 @@ void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::SetLane(group.localStep, lane, to.local.translation - from.local.translation);
   zopose::SetLane(group.actorT, lane, from.actor.translation);
   zopose::SetLane(group.actorStep, lane, to.actor.translation - from.actor.translation);
-  KeyArcs const& pairs = a != b ? arcs[static_cast<size_t>(a)] : kHeldArcs;
-  zopose::SetLane(group.localArc, lane, pairs.local);
-  zopose::SetLane(group.actorArc, lane, pairs.actor);
   bool const isCubic = joints[static_cast<size_t>(joint)].cubic;
   group.cubic[lane] = isCubic ? -1 : 0;
+  group.stale = true;
   if (!isCubic) return;
   zopose::CubicGroup& controlGroup = cubic[static_cast<size_t>(joint / kLanes)];
   KeyControls const& out = controls[static_cast<size_t>(a)];
@@ -315,7 +280,6 @@ void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::SetLane(controlGroup.outT, lane, out.actorOut.translation);
   zopose::SetLane(controlGroup.inT, lane, in.actorIn.translation);
   zopose::SetLane(controlGroup.endT, lane, to.actor.translation);
-  for (int i = 0; i < 3; ++i) zopose::SetLane(controlGroup.arcs[i], lane, pairs.cubic[i]);
 }
 
 // --- Sampling -------------------------------------------------------------------------
@@ -361,6 +325,7 @@ ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32
   Mask const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
   Mask const lanesBlend = blend & inside;
   int const outsideBits = zolanes::Bits(blend & ~inside);
+  if (lanes.stale) zopose::ComputeArcs(lanes, controlLanes);
   zopose::PoseLanes pose;
   zopose::BlendGroup(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
   if (local != nullptr) zopose::StoreTransforms(local + base, skip, pose.localRotation, pose.localT);
@@ -376,6 +341,7 @@ ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32
   return filled;
 }
 
+// Every group of the pose; returns how many joints it filled.
 int ZoSkillSampler::Compiled::SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   int filled = 0;
   int32_t const groups = static_cast<int32_t>(linear.size());

@@ -1,6 +1,6 @@
 // The pose sampler on skills whose Bézier controls are arbitrary rotations,
-// so that every pair of the cubic blend (the stored arcs of a segment's
-// keys and controls, and the later pairs found while sampling) takes every
+// so that every pair of the cubic blend (a segment's keys and controls,
+// and the later pairs of de Casteljau's construction) takes every
 // angle up to a right angle, of either sign, and near-parallel ones: each
 // joint must give ZoJointKeyList::SampleAtTime's bits. CTest runs the
 // sampler's tests a second time with ZOACTOR_LANES=sse2, so a CPU that takes

@@ -3,17 +3,16 @@
 //
 // Compiling copies each joint's keys into flat arrays, joint after joint
 // (times in one array, the transforms a sample reads in another, the Bézier
-// controls, easing, and the arcs of each segment's rotation pairs in three
-// more: the parts of their slerps that depend only on the two rotations,
-// computed once here for every key), and keeps per joint a cursor on its
+// controls and easing in two more), and keeps per joint a cursor on its
 // current segment. The current segments of four joints at a time sit side
-// by side, one joint per lane, component by component. SamplePose then
-// moves each cursor (usually not at all, else one key on, else a binary
-// search, so forward, backward and random playback all work) and blends
-// four joints per step through the library's lanes; on an x86-64 CPU with
-// AVX2 the same loop runs compiled for it (chosen once per process; the
-// environment variable ZOACTOR_LANES=sse2 keeps the baseline loop), with
-// the same results.
+// by side, one joint per lane, component by component, with the parts of
+// their slerps that depend only on the two rotations (the arcs) computed
+// once when a joint enters a segment. SamplePose then moves each cursor
+// (usually not at all, else one key on, else a binary search, so forward,
+// backward and random playback all work) and blends four joints per step
+// through the library's lanes; on an x86-64 CPU with AVX2 the same loop
+// runs compiled for it (chosen once per process; the environment variable
+// ZOACTOR_LANES=sse2 keeps the baseline loop), with the same results.
 //
 // Results: SamplePose gives what ZoJointKeyList::SampleAtTime gives with
 // holdAfterEnd set, joint by joint: the same eased parameter, the same
