@@ -96,7 +96,7 @@ struct ZoSkillSampler::Compiled {
   std::vector<zopose::LinearGroup> linear;
   std::vector<zopose::CubicGroup> cubic;
 
-  bool Build(ZoProtoSkill const& skill);
+  bool Build(ZoProtoSkill const& source);
   void AddKeys(ZoJointKeyList const& list);
   void Reset(int32_t joints);
   int32_t LastKeyUntil(JointState const& state, uint32_t time) const;
@@ -162,14 +162,14 @@ void ZoSkillSampler::Compiled::AddKeys(ZoJointKeyList const& list) {
   }
 }
 
-bool ZoSkillSampler::Compiled::Build(ZoProtoSkill const& skill) {
-  revision = skill.Revision();
+bool ZoSkillSampler::Compiled::Build(ZoProtoSkill const& source) {
+  revision = source.Revision();
   try {
-    Reset(skill.NumJoints());
+    Reset(source.NumJoints());
     for (int32_t j = 0; j < numJoints; ++j) {
       JointState& state = joints[static_cast<size_t>(j)];
       state.first = static_cast<int32_t>(times.size());
-      if (skill.Joint(j) != nullptr) AddKeys(*skill.Joint(j));
+      if (source.Joint(j) != nullptr) AddKeys(*source.Joint(j));
       state.count = static_cast<int32_t>(times.size()) - state.first;
       // Before the first key (or with none) the joint gives nothing.
       state.span = state.count > 0 ? times[static_cast<size_t>(state.first)] : kAllTimes;
