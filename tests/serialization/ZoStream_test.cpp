@@ -1,8 +1,6 @@
 // The stream core: primitives, strings, object framing, the registry and the
 // memory stream, checked against byte strings built by hand; and why a read
 // failed, for every reader of this layer.
-#include <zoactor/serialization/ZoFile.h>
-#include <zoactor/serialization/ZoFileStream.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoReadLimits.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
@@ -27,15 +25,23 @@ namespace {
 using zotest::Reader;
 using zotest::Written;
 
-// A sized object with a four-byte body, standing for an integer value.
+// A sized object with a four-byte body, standing for an integer value; it
+// records the calls made to it, and the current type and size seen while it
+// is read.
 class SizedInt : public ZoStreamSizedObject {
  public:
   int32_t value = 0;
   mutable std::string calls;
+  int32_t seenType = 0;
+  int32_t seenSize = -1;
 
   int32_t StreamType() const override { calls += "T"; return ZoTypeCode::IntValue; }
   int32_t StreamSize() const override { calls += "S"; return 4; }
-  ZoStreamError ReadFromStream(ZoStream& s) override { return (s >> value).Status(); }
+  ZoStreamError ReadFromStream(ZoStream& s) override {
+    seenType = s.currentType;
+    seenSize = s.currentSize;
+    return (s >> value).Status();
+  }
   ZoStreamError WriteToStream(ZoStream& s) const override { return (s << value).Status(); }
   static ZoStreamObject* Create() { return new SizedInt; }
 };
@@ -57,24 +63,6 @@ class Named : public ZoStreamObject {
     return s.WriteObject(child.get());
   }
   static ZoStreamObject* Create() { return new Named; }
-};
-
-// A sized object that declares 0 although its body is not empty, and
-// records the current type and size seen while it is read.
-class DeclaresZero : public ZoStreamSizedObject {
- public:
-  int32_t payload = 0;
-  int32_t seenType = 0;
-  int32_t seenSize = -1;
-  int32_t StreamType() const override { return ZoTypeCode::ListValue; }
-  int32_t StreamSize() const override { return 0; }
-  ZoStreamError ReadFromStream(ZoStream& s) override {
-    seenType = s.currentType;
-    seenSize = s.currentSize;
-    return (s >> payload).Status();
-  }
-  ZoStreamError WriteToStream(ZoStream& s) const override { return (s << payload).Status(); }
-  static ZoStreamObject* Create() { return new DeclaresZero; }
 };
 
 // Registers a creation function for the test's lifetime and restores the
@@ -205,28 +193,19 @@ TEST(ZoStreamFraming, NullSizedAndUnsizedFrames) {
   outer.WriteObject(&a);
   Bytes bytes = Written(outer);
   EXPECT_EQ(Hex(bytes), Hex(ByteBuilder().raw({0x70, 0x6F, 0x72, 0x50}).i32(1).chars("a").append(kFramedSeven)));
+  // The current type and size are set while an object is read and restored after.
   Reader reader(ByteBuilder().i32(-2).append(bytes));
+  reader->currentType = 77;
+  reader->currentSize = 88;
   EXPECT_EQ(reader->ReadObject(nullptr), nullptr);
   std::unique_ptr<Named> back(reader->ReadObjectAs<Named>());
   ASSERT_NE(back, nullptr);
   EXPECT_EQ(reader->Status(), ZoStreamOk);
   EXPECT_EQ(back->name, "a");
   ASSERT_NE(back->child, nullptr);
-  EXPECT_EQ(dynamic_cast<SizedInt&>(*back->child).value, 7);
-}
-
-TEST(ZoStreamFraming, CurrentTypeAndSizeAreSetWhileReadingAndRestoredAfter) {
-  ScopedRegistration reg(ZoTypeCode::ListValue, &DeclaresZero::Create);
-  Reader reader(ByteBuilder().i32(-1).i32(ZoTypeCode::ListValue).i32(12).i32(5));
-  reader->currentType = 77;
-  reader->currentSize = 88;
-  std::unique_ptr<ZoStreamObject> back(reader->ReadObject(nullptr));
-  auto& object = dynamic_cast<DeclaresZero&>(*back);
-  EXPECT_EQ(object.seenType, ZoTypeCode::ListValue);
-  EXPECT_EQ(object.seenSize, 12);
-  EXPECT_EQ(object.payload, 5);
-  EXPECT_EQ(reader->currentType, 77);
-  EXPECT_EQ(reader->currentSize, 88);
+  auto& child = dynamic_cast<SizedInt&>(*back->child);
+  EXPECT_EQ(std::make_tuple(child.value, child.seenType, child.seenSize), std::make_tuple(7, ZoTypeCode::IntValue, 4));
+  EXPECT_EQ(std::make_pair(reader->currentType, reader->currentSize), std::make_pair(77, 88));
 }
 
 TEST(ZoStreamFraming, UnknownFramesAreSkippedWhenSizedAndLeftWhenNot) {
@@ -504,71 +483,4 @@ TEST(ZoSerializationReadFailures, OnlyTheFirstIsKeptUntilReset) {
   EXPECT_EQ(reader->FailureStatus(), ZoStreamOk);
   *reader >> s;
   ExpectFailure(*reader, 10, "2 bytes wanted, 0 left");
-}
-
-// Files: a missing file, and a file that ends inside a value.
-TEST(ZoSerializationReadFailures, FileStreams) {
-  zotest::TempFolder temp;
-  ZoFileStream missing(ZoString((temp / "missing.act").c_str()), ZoFileRead, true);
-  EXPECT_EQ(missing.Status(), ZoStreamOpenError);
-  ExpectFailure(missing, -1, "could not be opened");
-  for (bool buffered : {true, false}) {
-    ZoFileStream stream(ZoString(temp.WriteFile("six.bin", Bytes(6, 1)).c_str()), ZoFileRead, buffered);
-    int32_t a = 0;
-    double b = 0;
-    stream >> a >> b;
-    EXPECT_EQ(stream.Status(), ZoStreamReadError);
-    ExpectFailure(stream, 6, buffered ? "the file ends 6 bytes short" : "8 bytes wanted, 2 read");
-  }
-}
-
-// The chunked container keeps its first failure the same way.
-TEST(ZoSerializationReadFailures, ChunkedContainer) {
-  zotest::TempFolder temp;
-  Bytes const header = ByteBuilder().raw({0x20, 0x5A, 0x4F, 0x42}).u16(2).u16(1).chars("Sequ").i32(0);
-  struct Case {
-    char const* name;
-    Bytes bytes;
-    int lastError;
-    int64_t offset;
-    char const* words;
-  } const cases[] = {
-      {"bad magic", ByteBuilder().raw({0x20, 0x5A, 0x4F, 0x43}).u16(2).u16(1).chars("Sequ").i32(0), 2, 0,
-       "bad magic 0x434F5A20"},
-      {"short header", Bytes(header.begin(), header.begin() + 15), 4, 15, "shorter than the 16-byte header"},
-      {"long string", ByteBuilder().append(header).i32(3).i32(256).append(Bytes(256, 'q')), 4, 24,
-       "string length 256 is outside 0 to 255"},
-      {"string cut short", ByteBuilder().append(header).i32(3).i32(20).chars("abc"), 4, 27, "the file ends 17 bytes short"},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.name);
-    ZoFile file;
-    int opened = file.Open(ZoString(temp.WriteFile("c.seq", c.bytes).c_str()), 0);
-    if (opened != 0) {
-      int32_t skipped = 0;
-      ZoString text;
-      EXPECT_EQ(file.Read(skipped), 1);
-      EXPECT_EQ(file.Read(text), 0);
-    }
-    EXPECT_EQ(file.GetLastError(), c.lastError);
-    EXPECT_EQ(file.IsOpen(), opened != 0);
-    EXPECT_TRUE(file.HasFailure());
-    EXPECT_EQ(file.FailureOffset(), c.offset) << file.FailureReason();
-    EXPECT_NE(std::strstr(file.FailureReason(), c.words), nullptr) << file.FailureReason();
-  }
-  ZoFile missing;
-  EXPECT_EQ(missing.Open(ZoString((temp / "missing.seq").c_str()), 0), 0);
-  EXPECT_EQ(missing.GetLastError(), 1);
-  EXPECT_STREQ(missing.FailureReason(), "the file could not be opened");
-  // Only the first failure is kept, until it is reset.
-  Bytes bytes = ByteBuilder().i32(300).i32(-1);
-  ZoFile file;
-  ASSERT_EQ(file.Open(0, reinterpret_cast<char*>(bytes.data()), static_cast<int>(bytes.size())), 1);
-  ZoString text;
-  EXPECT_EQ(file.Read(text), 0);
-  EXPECT_EQ(file.Read(text), 0);
-  EXPECT_STREQ(file.FailureReason(), "string length 300 is outside 0 to 255");
-  file.ResetFailure();
-  EXPECT_FALSE(file.HasFailure());
-  EXPECT_EQ(file.FailureOffset(), -1);
 }
