@@ -5,6 +5,8 @@
 #include <zoactor/foundation/ZoListItemInterface.h>
 #include <zoactor/foundation/ZoStringList.h>
 
+#include "support/ZoTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <map>
@@ -27,15 +29,6 @@ std::vector<int> Items(ZoDblList const& list) {
   EXPECT_EQ(std::vector<int>(backward.rbegin(), backward.rend()), forward) << "walking back";
   EXPECT_EQ(list.GetCount(), static_cast<int32_t>(forward.size()));
   return forward;
-}
-
-// The texts of a string list in order.
-std::vector<std::string> Texts(ZoStringList const& list) {
-  std::vector<std::string> texts;
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor))
-    texts.push_back(static_cast<ZoString*>(item)->c_str());
-  return texts;
 }
 
 ZoDblList Make(std::initializer_list<int> values) {
@@ -172,17 +165,17 @@ TEST(ZoStringListOwnership, AppendFindSortDeepCopyAndTokenize) {
   EXPECT_EQ(names.FindString("run"), nullptr);  // case-sensitive
   ZoStringList copy(names);
   names.Sort(1);
-  EXPECT_EQ(Texts(names), (std::vector<std::string>{"Run", "Run", "idle", "walk"}));
+  EXPECT_EQ(zotest::Texts(names), (std::vector<std::string>{"Run", "Run", "idle", "walk"}));
   names.Sort(0);
-  EXPECT_EQ(Texts(names), (std::vector<std::string>{"walk", "idle", "Run", "Run"}));
+  EXPECT_EQ(zotest::Texts(names), (std::vector<std::string>{"walk", "idle", "Run", "Run"}));
   EXPECT_EQ(*ZoStringList::StringAt(names.FindString("walk")), "walk");
   // The copy owns its own strings and kept the original order.
   names.Clear();
-  EXPECT_EQ(Texts(copy), (std::vector<std::string>{"walk", "Run", "idle", "Run"}));
+  EXPECT_EQ(zotest::Texts(copy), (std::vector<std::string>{"walk", "Run", "idle", "Run"}));
   // Tokenize skips empty pieces.
   ZoStringList pieces;
   EXPECT_EQ(pieces.Tokenize(ZoString(",a,,bc ,d,"), ", "), 3);
-  EXPECT_EQ(Texts(pieces), (std::vector<std::string>{"a", "bc", "d"}));
+  EXPECT_EQ(zotest::Texts(pieces), (std::vector<std::string>{"a", "bc", "d"}));
 }
 
 // --- Hash tables ------------------------------------------------------------
