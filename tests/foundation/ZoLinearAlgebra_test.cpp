@@ -42,6 +42,7 @@ ZoTransform3 Transform(Random& random) { return {random.Vector(10), Rotation(ran
 
 Quat ToEigen(ZoRotation3 const& q) { return Quat(q.w, q.x, q.y, q.z); }
 Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
+ZoVector3 FromEigen(Vec const& v) { return {static_cast<float>(v.x()), static_cast<float>(v.y()), static_cast<float>(v.z())}; }
 Eigen::Isometry3d ToEigen(ZoTransform3 const& t) {
   Eigen::Isometry3d iso = Eigen::Isometry3d::Identity();
   iso.linear() = ToEigen(t.rotation).toRotationMatrix();
@@ -126,8 +127,7 @@ TEST(ZoLinearAlgebraRotations, FromToAtAnyAngleAndNearParallelAndOpposite) {
       Vec to = Eigen::AngleAxisd(angle, axis) * from;
       // Scaling in float rounds the directions, so the oracle takes the
       // scaled vectors too.
-      ZoVector3 f = ZoVector3(static_cast<float>(from.x()), static_cast<float>(from.y()), static_cast<float>(from.z())) * 3.0f;
-      ZoVector3 t = ZoVector3(static_cast<float>(to.x()), static_cast<float>(to.y()), static_cast<float>(to.z())) * 0.5f;
+      ZoVector3 f = FromEigen(from) * 3.0f, t = FromEigen(to) * 0.5f;
       ZoRotation3 turn;
       turn.setValue(f, t);
       Vec source = ToEigen(f).normalized(), target = ToEigen(t).normalized();

@@ -280,7 +280,8 @@ TEST_F(ZoFileTest, FailuresNameWhereAndWhy) {
       {"long string", ByteBuilder().append(header).i32(3).i32(256).append(Bytes(256, 'q')), 4, 24,
        "string length 256 is outside 0 to 255"},
       {"negative string length", ByteBuilder().append(header).i32(3).i32(-1), 4, 24, "string length -1 is outside"},
-      {"string cut short", ByteBuilder().append(header).i32(3).i32(20).chars("abc"), 4, 27, "the file ends 17 bytes short"},
+      {"string cut short", ByteBuilder().append(header).i32(3).i32(20).chars("abc"), 4, 27,
+       "the file ends 17 bytes short"},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.name);

@@ -56,18 +56,4 @@ Bytes TempFolder::ReadFile(std::string const& relative) const {
   return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-IoRecorder::IoRecorder() { ZoPlatform::SetIoObserver(&IoRecorder::Record, this); }
-IoRecorder::~IoRecorder() { ZoPlatform::SetIoObserver(nullptr, nullptr); }
-
-void IoRecorder::Record(ZoIoEvent const& event, void* context) {
-  static_cast<IoRecorder*>(context)->recorded.push_back(event);
-}
-
-std::vector<int64_t> IoRecorder::Results(ZoIoEvent::Kind kind, ZoFileHandle handle) const {
-  std::vector<int64_t> results;
-  for (ZoIoEvent const& event : recorded)
-    if (event.kind == kind && event.handle == handle) results.push_back(event.result);
-  return results;
-}
-
 }  // namespace zotest

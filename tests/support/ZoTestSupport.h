@@ -1,6 +1,5 @@
 // Helpers shared by the tests: building expected byte strings by hand from
-// field lists, temporary folders, recording platform transfers, and a
-// reference-counting engine object.
+// field lists, temporary folders, and a reference-counting engine object.
 #ifndef ZOACTOR_TESTS_SUPPORT_ZOTESTSUPPORT_H
 #define ZOACTOR_TESTS_SUPPORT_ZOTESTSUPPORT_H
 
@@ -98,24 +97,6 @@ class TempFolder {
 
  private:
   std::string root;
-};
-
-// Records every platform transfer while alive.
-class IoRecorder {
- public:
-  IoRecorder();
-  ~IoRecorder();
-  IoRecorder(IoRecorder const&) = delete;
-  IoRecorder& operator=(IoRecorder const&) = delete;
-
-  std::vector<ZoIoEvent> const& events() const { return recorded; }
-  // The results of the recorded transfers of one kind on one handle.
-  std::vector<int64_t> Results(ZoIoEvent::Kind kind, ZoFileHandle handle) const;
-  void Clear() { recorded.clear(); }
-
- private:
-  static void Record(ZoIoEvent const& event, void* context);
-  std::vector<ZoIoEvent> recorded;
 };
 
 }  // namespace zotest
