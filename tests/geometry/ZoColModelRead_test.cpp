@@ -33,32 +33,6 @@ struct Built {
 
 void Put(Bytes& bytes, size_t offset, uint32_t word) { std::memcpy(&bytes[offset], &word, 4); }
 
-// Whether a walk from the root accepts the links: sphere nodes met in
-// pre-order as 0, 1, 2, ..., every leaf once, the deepest leaf at `depth`.
-bool WalkAccepts(std::vector<uint32_t> const& links, int leaves, int depth) {
-  int spheres = static_cast<int>(links.size() / 2);
-  std::vector<int> seen(static_cast<size_t>(leaves), 0);
-  int expected = 0, height = 0;
-  bool ok = true;
-  auto walk = [&](auto&& self, uint32_t reference, int level) -> void {
-    if (!ok) return;
-    uint32_t index = ZoSphereNode::ReferenceIndex(reference);
-    if (!ZoSphereNode::IsSphereReference(reference)) {
-      ok = index < static_cast<uint32_t>(leaves) && seen[index]++ == 0;
-      height = std::max(height, level + 1);
-      return;
-    }
-    ok = static_cast<int>(index) == expected && expected < spheres;
-    if (!ok) return;
-    ++expected;
-    self(self, links[2 * index], level + 1);
-    self(self, links[2 * index + 1], level + 1);
-  };
-  walk(walk, ZoSphereNode::SphereReference(0), 0);
-  for (int s : seen) ok = ok && s == 1;
-  return ok && expected == spheres && height == depth;
-}
-
 }  // namespace
 
 TEST(ZoColModelRead, LinkCheckAcceptsWhatAWalkFromTheRootAccepts) {
@@ -86,7 +60,7 @@ TEST(ZoColModelRead, LinkCheckAcceptsWhatAWalkFromTheRootAccepts) {
         Put(bytes, linksAt + 28 * (slot / 2) + 4 * (slot % 2), value);
         ZoColModel model;
         bool reads = ReadBody(model, bytes) == ZoStreamOk;
-        EXPECT_EQ(reads, WalkAccepts(changed, n, built.model.GetDepth())) << n << " slot " << slot << " " << value;
+        EXPECT_EQ(reads, zogeotest::WalkAccepts(changed, n, built.model.GetDepth())) << n << " slot " << slot << " " << value;
         (reads ? accepted : refused) += 1;
       }
     }

@@ -57,73 +57,51 @@ void CheckTree(ZoColModel const& model) {
   ASSERT_EQ(model.GetNumSpheres(), n == 1 ? 1 : n - 1);
   ZoLeafNode const* leaves = model.GetLeaves();
   ZoSphereNode const* spheres = model.GetRoot();
-  ASSERT_NE(leaves, nullptr);
-  ASSERT_NE(spheres, nullptr);
+  ASSERT_TRUE(leaves != nullptr && spheres != nullptr);
   float scale = 1.0f;
   for (int v = 0; v < set->GetNumVertices(); ++v) scale = std::max(scale, set->Vertex(v).length());
   // Rounding of single-precision coordinates up to `scale`.
-  float const tolerance = 2e-5f * scale;
-  float const sameSphere = 2e-6f * scale;
+  float const tolerance = 2e-5f * scale, sameSphere = 2e-6f * scale;
+  auto holdsCorners = [&](ZoNode const& node, int i) {
+    for (int c = 0; c < 3; ++c)
+      if ((set->Vertex(set->Triangle(i)[c]) - node.center).length() > node.radius + tolerance) return false;
+    return true;
+  };
 
   // Leaf i bounds triangle i and names it.
   for (int i = 0; i < n; ++i) {
     ASSERT_EQ(leaves[i].type, 0u);
     ASSERT_EQ(leaves[i].index, static_cast<uint32_t>(i));
-    for (int c = 0; c < 3; ++c)
-      EXPECT_LE((set->Vertex(set->Triangle(i)[c]) - leaves[i].center).length(), leaves[i].radius + tolerance);
+    EXPECT_TRUE(holdsCorners(leaves[i], i)) << "leaf " << i;
   }
   if (n == 1) {  // one sphere node over leaf 0, with the leaf's sphere
     EXPECT_EQ(model.GetDepth(), 1);
-    EXPECT_EQ(spheres[0].left, 0u);
-    EXPECT_EQ(spheres[0].right, 0u);
-    EXPECT_EQ(spheres[0].center, leaves[0].center);
-    EXPECT_EQ(spheres[0].radius, leaves[0].radius);
+    EXPECT_EQ(spheres[0].left | spheres[0].right, 0u);
+    EXPECT_TRUE(spheres[0].center == leaves[0].center && spheres[0].radius == leaves[0].radius);
     return;
   }
-
-  // Parents, pre-order numbering, every node reached once, the depth.
-  std::vector<int> leafParent(n, -1), sphereParent(n - 1, -1), sphereLevel(n - 1, 0);
-  int height = 0;
+  // Sphere nodes numbered in pre-order, every leaf reached once, the depth.
+  std::vector<uint32_t> links;
   for (int k = 0; k < n - 1; ++k) {
     ASSERT_EQ(spheres[k].type, 1u);
+    links.insert(links.end(), {spheres[k].left, spheres[k].right});
+  }
+  ASSERT_TRUE(zogeotest::WalkAccepts(links, n, model.GetDepth()));
+
+  // Every sphere holds every corner of its subtree (children come later in
+  // pre-order). No sphere is larger than the merge of its children; one
+  // that took the merge holds both children's spheres.
+  std::vector<std::vector<int>> below(static_cast<size_t>(n - 1));
+  int tookMerge = 0;
+  for (int k = n - 2; k >= 0; --k) {
     for (uint32_t child : {spheres[k].left, spheres[k].right}) {
       uint32_t index = ZoSphereNode::ReferenceIndex(child);
-      if (ZoSphereNode::IsSphereReference(child)) {
-        ASSERT_GT(index, static_cast<uint32_t>(k)) << "a child sphere comes later in pre-order";
-        ASSERT_LT(index, static_cast<uint32_t>(n - 1));
-        ASSERT_EQ(sphereParent[index], -1) << "shared sphere node";
-        sphereParent[index] = k;
-      } else {
-        ASSERT_LT(index, static_cast<uint32_t>(n));
-        ASSERT_EQ(leafParent[index], -1) << "shared leaf";
-        leafParent[index] = k;
-      }
+      if (ZoSphereNode::IsSphereReference(child))
+        below[k].insert(below[k].end(), below[index].begin(), below[index].end());
+      else
+        below[k].push_back(static_cast<int>(index));
     }
-    if (ZoSphereNode::IsSphereReference(spheres[k].left)) {
-      EXPECT_EQ(ZoSphereNode::ReferenceIndex(spheres[k].left), static_cast<uint32_t>(k + 1)) << "pre-order";
-    }
-  }
-  for (int k = 1; k < n - 1; ++k) {
-    ASSERT_NE(sphereParent[k], -1) << "unreached sphere " << k;
-    sphereLevel[k] = sphereLevel[sphereParent[k]] + 1;  // parents precede children
-  }
-  for (int i = 0; i < n; ++i) {
-    ASSERT_NE(leafParent[i], -1) << "unreached leaf " << i;
-    height = std::max(height, sphereLevel[leafParent[i]] + 2);
-  }
-  EXPECT_EQ(model.GetDepth(), height);
-
-  // Every sphere holds every corner of its subtree.
-  for (int i = 0; i < n; ++i)
-    for (int k = leafParent[i]; k != -1; k = sphereParent[k])
-      for (int c = 0; c < 3; ++c)
-        ASSERT_LE((set->Vertex(set->Triangle(i)[c]) - spheres[k].center).length(), spheres[k].radius + tolerance)
-            << "sphere " << k << " misses a corner of triangle " << i;
-
-  // No sphere is larger than the merge of its children; one that took the
-  // merge holds both children's spheres.
-  int tookMerge = 0;
-  for (int k = 0; k < n - 1; ++k) {
+    for (int i : below[k]) ASSERT_TRUE(holdsCorners(spheres[k], i)) << "sphere " << k << " misses triangle " << i;
     ZoNode const* left = model.GetNode(spheres[k].left);
     ZoNode const* right = model.GetNode(spheres[k].right);
     ZoVector3 center;

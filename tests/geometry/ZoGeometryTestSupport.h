@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <random>
@@ -88,6 +89,32 @@ inline ZoTriangleSet* RandomGrid(std::mt19937& random, int rows, int columns) {
 // flag, the counts, the type and the materials.
 inline void ExpectSameSet(ZoTriangleSet const& a, ZoTriangleSet const& b) {
   EXPECT_EQ(zotest::Hex(zotest::Body(a)), zotest::Hex(zotest::Body(b)));
+}
+
+// Whether a walk from the root accepts the links: sphere nodes met in
+// pre-order as 0, 1, 2, ..., every leaf once, the deepest leaf at `depth`.
+inline bool WalkAccepts(std::vector<uint32_t> const& links, int leaves, int depth) {
+  int spheres = static_cast<int>(links.size() / 2);
+  std::vector<int> seen(static_cast<size_t>(leaves), 0);
+  int expected = 0, height = 0;
+  bool ok = true;
+  auto walk = [&](auto&& self, uint32_t reference, int level) -> void {
+    if (!ok) return;
+    uint32_t index = ZoSphereNode::ReferenceIndex(reference);
+    if (!ZoSphereNode::IsSphereReference(reference)) {
+      ok = index < static_cast<uint32_t>(leaves) && seen[index]++ == 0;
+      height = std::max(height, level + 1);
+      return;
+    }
+    ok = static_cast<int>(index) == expected && expected < spheres;
+    if (!ok) return;
+    ++expected;
+    self(self, links[2 * index], level + 1);
+    self(self, links[2 * index + 1], level + 1);
+  };
+  walk(walk, ZoSphereNode::SphereReference(0), 0);
+  for (int s : seen) ok = ok && s == 1;
+  return ok && expected == spheres && height == depth;
 }
 
 // A hook manager registered while alive: records the requests it gets and
