@@ -42,7 +42,9 @@ ZoTransform3 Transform(Random& random) { return {random.Vector(10), Rotation(ran
 
 Quat ToEigen(ZoRotation3 const& q) { return Quat(q.w, q.x, q.y, q.z); }
 Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
-ZoVector3 FromEigen(Vec const& v) { return {static_cast<float>(v.x()), static_cast<float>(v.y()), static_cast<float>(v.z())}; }
+ZoVector3 FromEigen(Vec const& v) {
+  return {static_cast<float>(v.x()), static_cast<float>(v.y()), static_cast<float>(v.z())};
+}
 Eigen::Isometry3d ToEigen(ZoTransform3 const& t) {
   Eigen::Isometry3d iso = Eigen::Isometry3d::Identity();
   iso.linear() = ToEigen(t.rotation).toRotationMatrix();

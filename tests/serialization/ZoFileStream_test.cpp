@@ -254,8 +254,7 @@ class OpeningHookManager : public ZoAiHookManager {
   std::string realPath;
   int32_t answer = 1;
   int requests = 0;
-  std::string seenName;
-  int32_t seenMode = -1;
+  std::string seen;  // the last request's file name and mode
 
   int GetInterfaceName(char*, int, int&, int&) override { return 0; }
   int32_t AddRef() override { return 1; }
@@ -264,8 +263,7 @@ class OpeningHookManager : public ZoAiHookManager {
     if (code != ZoHookOpenFile) return 0;
     ++requests;
     auto* open = static_cast<ZoHookOpenFileRecord*>(record);
-    seenName = open->fileName->c_str();
-    seenMode = open->mode;
+    seen = std::string(open->fileName->c_str()) + " " + std::to_string(open->mode);
     if (answer > 0) open->handle = ::open(realPath.c_str(), O_RDONLY);
     return answer;
   }
@@ -285,8 +283,7 @@ TEST_F(ZoFileStreamTest, HookManagerThatAnswersOpensTheFileInstead) {
     EXPECT_EQ(v, 0x18110A03);
   }
   EXPECT_EQ(manager.requests, 1);
-  EXPECT_EQ(manager.seenName, "no/such/file.act");
-  EXPECT_EQ(manager.seenMode, ZoFileRead);
+  EXPECT_EQ(manager.seen, "no/such/file.act " + std::to_string(ZoFileRead));
 
   manager.answer = 0;  // declines: the stream opens the file itself
   ZoFileStream own(Path("real.bin"), ZoFileRead, true);
