@@ -1,7 +1,6 @@
 // Untrusted input to the keyframe, key list and spline readers: why each
 // fails (counts that are negative or larger than the data, objects of the
 // wrong class inside a key list, deep nesting) and truncation at every length.
-#include <zoactor/animation/ZoJointKeyList.h>
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/animation/ZoKeyList.h>
 #include <zoactor/animation/ZoSpline.h>
@@ -101,28 +100,6 @@ TEST(ZoAnimationReadFailures, KeyListsKeepWhatReadWholeAndSkipWhatTheyCan) {
                              .append(KeyframeFrame(7, 3)));
   EXPECT_EQ((*skipped >> tolerant).Status(), ZoStreamOk);
   EXPECT_EQ(zotest::Body(tolerant), Bytes(ByteBuilder().i32(1).append(KeyframeFrame(7, 3))));
-}
-
-TEST(ZoAnimationReadFailures, JointListTruncatedAtEveryLength) {
-  ZoJointKeyList list;
-  for (uint32_t t = 0; t < 4; ++t) list.Insert(JointKey(t * 10, static_cast<float>(t)), 1);
-  Bytes whole = Framed(list);
-  for (size_t length = 0; length < whole.size(); ++length) {
-    zotest::Reader in(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
-    std::unique_ptr<ZoStreamObject> object(in->ReadObject(nullptr));
-    EXPECT_NE(in->Status(), ZoStreamOk) << length;
-    auto* read = dynamic_cast<ZoKeyList*>(object.get());
-    if (read == nullptr) continue;
-    // Whatever was kept is whole.
-    ZoKeyListNode* p = nullptr;
-    for (ZoKeyframe* kf = read->GetFirst(p); kf != nullptr; kf = read->GetNext(p)) {
-      auto* joint = dynamic_cast<ZoJointKeyframe*>(kf);
-      ASSERT_NE(joint, nullptr);
-      EXPECT_EQ(joint->marker, static_cast<int32_t>(joint->time())) << length;
-      EXPECT_EQ(joint->actorTransform.translation.x * 10, static_cast<float>(joint->time())) << length;
-    }
-    EXPECT_LT(read->NumKeyframes(), 4) << length;
-  }
 }
 
 TEST(ZoAnimationReadFailures, JointKeyframeTruncatedAtEveryLengthKeepsItsBlock) {

@@ -1,7 +1,6 @@
 // Key lists: ordering and replacement, the cursor, iteration, the time
-// lookups (including unsigned times near 0 and 2^32 − 1), copies, and the
-// keyframe and key list bodies against layouts built by hand.
-#include <zoactor/animation/ZoJointKeyframe.h>
+// lookups (including unsigned times near 0 and 2^32 − 1), assignment, and
+// the keyframe and key list bodies against layouts built by hand.
 #include <zoactor/animation/ZoKeyList.h>
 #include <zoactor/animation/ZoKeyframe.h>
 #include <zoactor/foundation/ZoDblList.h>
@@ -119,7 +118,7 @@ TEST(ZoKeyListBasics, InsertSortsAndReplacesAnEqualTime) {
 
 // Every lookup, as a table over keys at 0, 10 and 20, over keys at 10 and
 // 20, and over keys spread across the unsigned range (compared unsigned,
-// wrapping from near the top back to 0).
+// wrapping from near the top back to 0); the cursor test below adds more.
 TEST(ZoKeyListLookups, EveryLookupAtItsEdges) {
   enum Op { At, Until, After, Between };
   Times const low{0, 10, 20}, late{10, 20}, wide{0, 1, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu};
@@ -129,9 +128,6 @@ TEST(ZoKeyListLookups, EveryLookupAtItsEdges) {
     uint32_t t1, t2, expected;
   } const cases[] = {
       {low, At, 15, 0, kNone},
-      {low, At, 10, 0, 10},
-      {low, Until, 15, 0, 10},
-      {low, Until, 20, 0, 20},
       {low, Until, 0xFFFFFFFFu, 0, 20},
       {low, After, 10, 0, 10},
       {low, After, 11, 0, 20},
@@ -146,7 +142,6 @@ TEST(ZoKeyListLookups, EveryLookupAtItsEdges) {
       {late, Between, 15, 5, 20},
       {late, Between, 25, 5, kNone},
       {late, Between, 5, 5, 20},
-      {late, Until, 5, 0, kNone},
       {{0x90000000u}, Until, 0x7FFFFFFFu, 0, kNone},
       {wide, At, 0xFFFFFFFFu, 0, 0xFFFFFFFFu},
       {wide, At, 0xFFFFFFFEu, 0, kNone},
@@ -274,23 +269,10 @@ TEST(ZoKeyListCursor, IterationAndPeeking) {
   EXPECT_EQ(seen, (Times{0, 10, kNone, 10, 0, 20, kNone, 10, kNone, kNone, 7, kNone}));
 }
 
-TEST(ZoKeyListCopies, CopiesKeepTheKeysClassesAndLeaveTheSourceAlone) {
-  ZoKeyList source;
-  source.Insert(Key(5, 55));
-  auto* joint = new ZoJointKeyframe;
-  joint->setTime(15);
-  joint->marker = 3;
-  source.Insert(joint);
-
-  ZoKeyList copy(source);
-  ASSERT_EQ(TimesOf(copy), (Times{5, 15}));
-  EXPECT_EQ(copy.KeyframeAtTime(5)->tag, 55);
-  auto* copiedJoint = dynamic_cast<ZoJointKeyframe*>(copy.KeyframeAtTime(15));
-  ASSERT_NE(copiedJoint, nullptr);
-  EXPECT_NE(copiedJoint, joint);
-  EXPECT_EQ(copiedJoint->marker, 3);
-
-  ZoKeyList assigned;
+// That copies keep the keys' classes shows in the joint-list read tests.
+TEST(ZoKeyListCopies, AssignmentReplacesTheKeysAndLeavesTheSourceAlone) {
+  ZoKeyList source, assigned;
+  Fill(source, {5, 15});
   int destroyed = 0;
   assigned.Insert(new CountedKey(99, 0, &destroyed));
   assigned = source;
@@ -323,22 +305,4 @@ TEST(ZoKeyListStream, KeyframeAndListBodies) {
   ASSERT_NE(listBack, nullptr);
   EXPECT_EQ(listIn->Status(), ZoStreamOk);
   EXPECT_EQ(zotest::Framed(listBack.get()), expected.get());
-}
-
-TEST(ZoKeyListStream, ReadingMergesAndEqualTimesReplace) {
-  // The stream holds keys at 20 (tag 7), 5 (tag 1), a null entry and 20
-  // again (tag 8); the list already holds 10 and 20.
-  ByteBuilder body;
-  KeyFrame(KeyFrame(body.i32(4), 20, 7), 5, 1).i32(-2);
-  KeyFrame(body, 20, 8);
-  int destroyed = 0;
-  ZoKeyList list;
-  list.Insert(new CountedKey(10, 100, &destroyed));
-  list.Insert(new CountedKey(20, 200, &destroyed));
-  zotest::Reader in(body);
-  EXPECT_EQ(list.ReadFromStream(*in), ZoStreamOk);
-  EXPECT_EQ(TimesOf(list), (Times{5, 10, 20}));
-  EXPECT_EQ(list.KeyframeAtTime(10)->tag, 100);
-  EXPECT_EQ(list.KeyframeAtTime(20)->tag, 8);  // the later key of the stream wins
-  EXPECT_EQ(destroyed, 1);                     // the held key at 20
 }

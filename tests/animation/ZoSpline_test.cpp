@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -236,11 +235,7 @@ TEST(ZoSplineCopies, AssignmentKeepsItsOwnAlignAxis) {
   source.SetAlignAxis(2);
   ZoSpline copy(source);
   EXPECT_EQ(copy.GetAlignAxis(), 2);
-  EXPECT_EQ(copy.Length(), source.Length());
-  ASSERT_EQ(copy.NumControlPoints(), 2);
-  EXPECT_NE(copy.ControlPoint(0), source.ControlPoint(0));
-  EXPECT_EQ(std::memcmp(copy.ControlPoint(1), source.ControlPoint(1), sizeof(ZoSplineControlPoint)), 0);
-
+  EXPECT_EQ(zotest::Body(copy), zotest::Body(source));
   assigned.SetAlignAxis(4);
   assigned.SetLinear(kTo, kFrom, 5);
   assigned.InsertControlPoint(2);

@@ -182,18 +182,6 @@ TEST(ZoSkeletonReadFailures, JointLimitsCutShortAndEveryPrefixOfEveryKind) {
   }
 }
 
-TEST(ZoSkeletonReadFailures, ChildrenNestAtMostToTheCap) {
-  ZoReadLimits::SetMaxDepth(40);
-  for (bool older : {false, true}) {
-    int32_t version = older ? 41 : kZoCurrentVersion;
-    ZoProtoNode shallow, deep;
-    EXPECT_EQ(ReadBody(shallow, Chain(40, older), version), ZoStreamOk) << older;
-    EXPECT_EQ(ReadBody(deep, Chain(41, older), version), ZoStreamFormatError) << older;
-    EXPECT_EQ(std::make_tuple(shallow.treeSize(0), deep.treeSize(0)), std::make_tuple(40, 1));  // the failed child was not kept
-  }
-  ZoReadLimits::Reset();
-}
-
 TEST(ZoSkeletonReadFailures, TrianglesOnOneVertexTwiceAreDroppedBeforeTheTreeIsBuilt) {
   // With an infinite coordinate the zero-length edge does not show; the set
   // must still come out readable.
