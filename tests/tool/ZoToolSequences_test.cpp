@@ -70,19 +70,6 @@ TEST(ZoToolSequences, InfoAndDumpReadTheRecordedWalk) {
   EXPECT_NE(text.out.find("sequence: 20 frames, 1 actors"), std::string::npos) << text.out;
 }
 
-TEST(ZoToolSequences, TheRecordedFolderValidatesClean) {
-  ToolRun run = RunTool("validate --recursive " + Quoted(fs::path(DemoSequence()).parent_path().string()));
-  EXPECT_EQ(run.status, 0) << run.out;
-  EXPECT_EQ(run.json["summary"]["files"], 3);  // the sequence, the prototype's copy, the motion file
-  EXPECT_EQ(run.json["summary"]["errors"], 0);
-  // The prototype's copy comes without its skills, so its walk role names
-  // a skill it has no file for; nothing else is found.
-  for (Json const& file : run.json["files"]) {
-    size_t roles = Issues(file, "warnings", "missing-role-skill").size();
-    EXPECT_EQ(file["warnings"].size(), roles) << file.dump();
-  }
-}
-
 // Sequence folders and motion files with one planted fault each: the code,
 // whether it is an error, and its offset.
 TEST(ZoToolSequences, FindsEachPlantedFaultWithItsCodeAndOffset) {
