@@ -4,38 +4,22 @@
 // actor read whole is written back, read again and written again: the two
 // writes must agree.
 #include <zoactor/actor/ZoProtoActor.h>
-#include <zoactor/actor/ZoRef.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 
-#include "ZoActorFuzzSupport.h"
+#include "ZoRoundTripFuzz.h"
 
 #include <cstdint>
-#include <cstdlib>
+#include <iterator>
 #include <vector>
 
-namespace {
-
-std::vector<char> WriteBody(ZoProtoActor const& actor) {
-  ZoMemoryStream out;
-  out << actor;
-  return zoactorfuzz::Taken(out);
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
-  if (size < 1 || size > (1u << 20)) return 0;
+  if (size < 1 || size > zoroundtrip::kMaxInput) return 0;
   static int32_t const versions[] = {0, 20, 24, 27, 33, 34, 41, 42, 45, 47, 99, 100, 104, 106};
   std::vector<uint8_t> input(data + 1, data + size);
   ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
-  in.version = versions[data[0] % (sizeof versions / sizeof versions[0])];
-  ZoRef<ZoProtoActor> actor(new ZoProtoActor);
-  if ((in >> *actor).Status() != ZoStreamOk) return 0;
-
-  std::vector<char> first = WriteBody(*actor);
-  ZoMemoryStream again(first.data(), static_cast<int32_t>(first.size()));
-  ZoRef<ZoProtoActor> reread(new ZoProtoActor);
-  if ((again >> *reread).Status() != ZoStreamOk) std::abort();
-  zoactorfuzz::ExpectSameWrites(first, WriteBody(*reread), reread.get());
+  in.version = versions[data[0] % std::size(versions)];
+  zoroundtrip::Owned actor(zoroundtrip::ReadBody<ZoProtoActor>(in));
+  if (actor != nullptr)
+    zoroundtrip::CheckRoundTrip(*actor, zoroundtrip::ReadBody<ZoProtoActor>, zoroundtrip::WriteBody<ZoProtoActor>);
   return 0;
 }

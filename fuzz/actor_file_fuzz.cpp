@@ -5,33 +5,31 @@
 #include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 
-#include "ZoActorFuzzSupport.h"
+#include "ZoRoundTripFuzz.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
-  if (size > (1u << 20)) return 0;
-  std::vector<uint8_t> input(data, data + size);
-  ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
+namespace {
+
+ZoStreamObject* ReadFile(ZoMemoryStream& in) {
   ZoReadReport report;
   ZoProtoActor* actor = ZoProtoActor::ReadActorFrom(in, &report);
-  if (actor == nullptr) {
-    if (!report.Failed()) std::abort();  // a refusal always says why
-    return 0;
-  }
-  ZoMemoryStream out;
-  ZoProtoActor::WriteActorTo(out, actor);
-  std::vector<char> first = zoactorfuzz::Taken(out);
-  actor->Release();
+  zoroundtrip::Check(actor != nullptr || report.Failed(), "a refused actor file does not say why");
+  return actor;
+}
 
-  ZoMemoryStream again(first.data(), static_cast<int32_t>(first.size()));
-  ZoProtoActor* reread = ZoProtoActor::ReadActorFrom(again, &report);
-  if (reread == nullptr) std::abort();
-  ZoMemoryStream out2;
-  ZoProtoActor::WriteActorTo(out2, reread);
-  zoactorfuzz::ExpectSameWrites(first, zoactorfuzz::Taken(out2), reread);
-  reread->Release();
+void WriteFile(ZoMemoryStream& out, ZoStreamObject const& actor) {
+  ZoProtoActor::WriteActorTo(out, static_cast<ZoProtoActor const*>(&actor));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
+  if (size > zoroundtrip::kMaxInput) return 0;
+  std::vector<uint8_t> input(data, data + size);
+  ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
+  zoroundtrip::Owned actor(ReadFile(in));
+  if (actor != nullptr) zoroundtrip::CheckRoundTrip(*actor, ReadFile, WriteFile);
   return 0;
 }

@@ -5,33 +5,31 @@
 #include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 
-#include "ZoActorFuzzSupport.h"
+#include "ZoRoundTripFuzz.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
-  if (size > (1u << 20)) return 0;
-  std::vector<uint8_t> input(data, data + size);
-  ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
+namespace {
+
+ZoStreamObject* ReadFile(ZoMemoryStream& in) {
   ZoReadReport report;
   ZoProtoSkill* skill = ZoProtoActor::ReadSkillFrom(in, &report);
-  if (skill == nullptr) {
-    if (!report.Failed()) std::abort();  // a refusal always says why
-    return 0;
-  }
-  ZoMemoryStream out;
-  ZoProtoActor::WriteSkillTo(out, skill);
-  std::vector<char> first = zoactorfuzz::Taken(out);
-  skill->Release();
+  zoroundtrip::Check(skill != nullptr || report.Failed(), "a refused skill file does not say why");
+  return skill;
+}
 
-  ZoMemoryStream again(first.data(), static_cast<int32_t>(first.size()));
-  ZoProtoSkill* reread = ZoProtoActor::ReadSkillFrom(again, &report);
-  if (reread == nullptr) std::abort();
-  ZoMemoryStream out2;
-  ZoProtoActor::WriteSkillTo(out2, reread);
-  zoactorfuzz::ExpectSameWrites(first, zoactorfuzz::Taken(out2), reread);
-  reread->Release();
+void WriteFile(ZoMemoryStream& out, ZoStreamObject const& skill) {
+  ZoProtoActor::WriteSkillTo(out, static_cast<ZoProtoSkill const*>(&skill));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
+  if (size > zoroundtrip::kMaxInput) return 0;
+  std::vector<uint8_t> input(data, data + size);
+  ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
+  zoroundtrip::Owned skill(ReadFile(in));
+  if (skill != nullptr) zoroundtrip::CheckRoundTrip(*skill, ReadFile, WriteFile);
   return 0;
 }

@@ -48,6 +48,13 @@ SkillRef RichSkill(ZoProtoActor* actor) {
   return skill;
 }
 
+// Reads `file` as a skill file: whether it was read, and the report.
+bool ReadsAsSkill(Bytes const& file, ZoReadReport& report) {
+  Reader reader(file, 0);
+  SkillRef skill(ZoProtoActor::ReadSkillFrom(*reader, &report));
+  return skill.get() != nullptr;
+}
+
 TEST(ZoActorFileRobustness, EveryTruncationIsRefusedWithAReason) {
   ActorRef actor = RichActor();
   SkillRef skill = RichSkill(actor.get());
@@ -57,13 +64,11 @@ TEST(ZoActorFileRobustness, EveryTruncationIsRefusedWithAReason) {
     Reader reader(Bytes(actorFile.begin(), actorFile.begin() + static_cast<long>(length)), 0);
     ZoReadReport report;
     ASSERT_EQ(ZoProtoActor::ReadActorFrom(*reader, &report), nullptr) << length;
-    ASSERT_TRUE(report.Failed()) << length;
-    ASSERT_NE(report.reason[0], '\0') << length;
+    ASSERT_TRUE(report.Failed() && report.reason[0] != '\0') << length;
   }
   for (size_t length = 0; length < skillFile.size(); ++length) {
-    Reader reader(Bytes(skillFile.begin(), skillFile.begin() + static_cast<long>(length)), 0);
     ZoReadReport report;
-    ASSERT_EQ(ZoProtoActor::ReadSkillFrom(*reader, &report), nullptr) << length;
+    ASSERT_FALSE(ReadsAsSkill(Bytes(skillFile.begin(), skillFile.begin() + static_cast<long>(length)), report)) << length;
     ASSERT_NE(report.reason[0], '\0') << length;
   }
 }
@@ -130,29 +135,22 @@ TEST(ZoActorFileRobustness, CorruptionsAreRefusedWithReasonAndOffset) {
 }
 
 TEST(ZoActorFileRobustness, CapsOnAllocationAndNestingHoldAtTheirValues) {
-  ActorRef actor = FigureActor("Dog");
   // A skill of the "SklN" format stores nothing per joint: only the cap
   // bounds its joint array (16 bytes a joint).
   SkillRef pose(new ZoProtoSkill);
   pose->SetName("Pose");
   pose->SetFormat(ZoSkillFormatNone);
   Bytes file = SkillFile(pose.get());
-  Bytes many = Patched(file, 32, 64);
-  ZoReadLimits::SetMaxAllocation(64 * sizeof(ZoSkillJoint));
-  Reader atCap(many, 0);
-  SkillRef accepted(ZoProtoActor::ReadSkillFrom(*atCap, nullptr));
-  EXPECT_NE(accepted.get(), nullptr);
-  Reader pastCap(Patched(file, 32, 65), 0);
+  Bytes many = Patched(file, 32, 64), tooMany = Patched(file, 32, 65);
   ZoReadReport report;
-  EXPECT_EQ(ZoProtoActor::ReadSkillFrom(*pastCap, &report), nullptr);
+  ZoReadLimits::SetMaxAllocation(64 * sizeof(ZoSkillJoint));
+  EXPECT_TRUE(ReadsAsSkill(many, report));
+  EXPECT_FALSE(ReadsAsSkill(tooMany, report));
   EXPECT_NE(std::string(report.reason).find("allocation cap"), std::string::npos) << report.reason;
   ZoReadLimits::Reset();
   ZoProtoSkill::SetMaxJoints(64);
-  Reader atJointCap(many, 0);
-  SkillRef sixtyFour(ZoProtoActor::ReadSkillFrom(*atJointCap, nullptr));
-  EXPECT_NE(sixtyFour.get(), nullptr);
-  Reader pastJointCap(Patched(file, 32, 65), 0);
-  EXPECT_EQ(ZoProtoActor::ReadSkillFrom(*pastJointCap, &report), nullptr);
+  EXPECT_TRUE(ReadsAsSkill(many, report));
+  EXPECT_FALSE(ReadsAsSkill(tooMany, report));
   EXPECT_STREQ(report.reason, "joint count 65 passes the cap of 64");
   EXPECT_EQ(report.offset, 32);
   ZoProtoSkill::SetMaxJoints(ZoProtoSkill::kDefaultMaxJoints);
@@ -163,12 +161,9 @@ TEST(ZoActorFileRobustness, CapsOnAllocationAndNestingHoldAtTheirValues) {
   outer->AddSubclassObject(middle.release());
   Bytes deep = SkillFile(outer.get());
   ZoReadLimits::SetMaxDepth(3);
-  Reader fits(deep, 0);
-  SkillRef read(ZoProtoActor::ReadSkillFrom(*fits, nullptr));
-  EXPECT_NE(read.get(), nullptr);
+  EXPECT_TRUE(ReadsAsSkill(deep, report));
   ZoReadLimits::SetMaxDepth(2);
-  Reader tooDeep(deep, 0);
-  EXPECT_EQ(ZoProtoActor::ReadSkillFrom(*tooDeep, &report), nullptr);
+  EXPECT_FALSE(ReadsAsSkill(deep, report));
   EXPECT_STREQ(report.reason, "nesting deeper than 2");
   ZoReadLimits::Reset();
 }

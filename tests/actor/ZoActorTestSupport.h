@@ -11,10 +11,14 @@
 #include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/skeleton/ZoProtoNode.h>
 
+#include "skeleton/ZoOlderLayout.h"
+#include "skeleton/ZoSkeletonTestSupport.h"
 #include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -27,13 +31,9 @@ using zotest::Framed;
 using zotest::Reader;
 using zotest::TempFolder;
 
+using zoskeletontest::AddTransform;
 using ActorRef = ZoRef<ZoProtoActor>;
 using SkillRef = ZoRef<ZoProtoSkill>;
-
-inline ByteBuilder& AddTransform(ByteBuilder& b, ZoTransform3 const& t) {
-  return b.f32(t.translation.x).f32(t.translation.y).f32(t.translation.z).f32(t.rotation.w).f32(t.rotation.x)
-      .f32(t.rotation.y).f32(t.rotation.z);
-}
 
 inline ZoTransform3 Turned(float x, float angle) {
   ZoRotation3 q;
@@ -109,13 +109,35 @@ inline ZoProtoSkill* FigureSkill(ZoProtoActor* actor, char const* name) {
 
 // The bytes of a file on disk, or empty.
 inline Bytes FileBytes(std::string const& path) {
-  Bytes bytes;
-  if (FILE* f = std::fopen(path.c_str(), "rb")) {
-    int c;
-    while ((c = std::fgetc(f)) != EOF) bytes.push_back(static_cast<uint8_t>(c));
-    std::fclose(f);
+  std::ifstream in(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// An actor file of the older layout of `version`: a container header, then
+// the framed older body of "Old": a geometry node "hips" (a square from
+// version 28 on) holding a handle "grip", one property "legs" (a kind, the
+// name and an unframed int below version 42; the name and a framed int from
+// 42 on), one proximity definition "near" and one behaviour map "Walk".
+inline Bytes OlderActorFile(int32_t version) {
+  zoolderlayout::OlderNode grip, hips;
+  grip.name = "grip";
+  grip.style = 2;
+  grip.record = [](ByteBuilder& b, int32_t) { b.i32(1).f32(0.1f).f32(0.3f).u32(0); };
+  hips.name = "hips";
+  hips.children = {grip};
+  ByteBuilder b;
+  b.i32(ZoProtoActor::kContainerMagic).u16(2).u16(static_cast<uint16_t>(version)).chars("Actr").i32(0);
+  b.i32(ZoTypeCode::ProtoActor);
+  if (version >= 24) b.i32(8);
+  hips.Write(b.str("Old"), version);
+  if (version >= 42) {
+    b.i32(1).str("legs").i32(-1).i32(ZoTypeCode::IntValue).i32(4).i32(4);
+  } else {
+    b.i32(1).i32(2).str("legs").i32(4);
   }
-  return bytes;
+  b.i32(1).str("near").f32(2).f32(3).f32(4);
+  if (version >= 34) b.i32(7);
+  return b.i32(1).str("Walk").i32(1).str("step");
 }
 
 }  // namespace zoacttest

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 using namespace zoacttest;
 
@@ -77,8 +78,7 @@ TEST(ZoBehaviorMap, CompiledBehavioursAreASet) {
   actor->UnregCompiledBhvr("never");
   actor->RegCompiledBhvr("x");
   actor->RegCompiledBhvr("x");
-  EXPECT_EQ(actor->BhvrList().GetCount(), 1);
-  EXPECT_EQ(actor->IsBhvrCompiled("x"), 1);
+  EXPECT_EQ(std::make_pair(actor->BhvrList().GetCount(), actor->IsBhvrCompiled("x")), std::make_pair(1, 1));
   actor->UnregCompiledBhvr("x");
   EXPECT_EQ(actor->IsBhvrCompiled("x"), 0);
 }
@@ -106,22 +106,15 @@ TEST(ZoBehaviorMap, BodyIsNameCountAndNames) {
 TEST(ZoProximity, MaximumIsFieldWiseAndStrict) {
   ZoDblList defs;
   std::unique_ptr<ZoProtoProxDef> a(Def("a", 1, 2, 5)), b(Def("b", 3, 1, 4)), nan(Def("n", NAN, -1, -1));
-  defs.Add(a.get());
-  defs.Add(b.get());
-  defs.Add(nan.get());
+  for (ZoProtoProxDef* def : {a.get(), b.get(), nan.get()}) defs.Add(def);
   ZoProtoProxDef max;
-  max.name = "kept?";
-  max.proxFlag = 7;
+  max.name = "kept?", max.proxFlag = 7;
   max.SetToMaximum(&defs);
-  EXPECT_EQ(max.radius, 3.0f);
-  EXPECT_EQ(max.radiusSquared, 9.0f);
-  EXPECT_EQ(max.range1, 2.0f);
-  EXPECT_EQ(max.range2, 5.0f);
+  EXPECT_EQ(std::make_tuple(max.radius, max.radiusSquared, max.range1, max.range2, max.proxFlag),
+            std::make_tuple(3.0f, 9.0f, 2.0f, 5.0f, 7));
   EXPECT_TRUE(max.name.IsEmpty());
-  EXPECT_EQ(max.proxFlag, 7);
   max.SetToMaximum(nullptr);
-  EXPECT_EQ(max.radius, 0.0f);
-  EXPECT_EQ(max.range2, 0.0f);
+  EXPECT_EQ(std::make_pair(max.radius, max.range2), std::make_pair(0.0f, 0.0f));
 }
 
 TEST(ZoProximity, DefaultDefinitionComesFromTheBoundsOnce) {
@@ -130,9 +123,7 @@ TEST(ZoProximity, DefaultDefinitionComesFromTheBoundsOnce) {
   actor->ProximityDefs().Add(Def("named", 5, 5, 5));
   ZoProtoProxDef* def = actor->GetDefaultProximityDef();
   ASSERT_NE(def, nullptr);
-  EXPECT_NEAR(def->radius, 0.141421f, 1e-6f);
-  EXPECT_NEAR(def->radiusSquared, 0.02f, 1e-6f);
-  EXPECT_NEAR(def->range1, 0.3f, 1e-6f);
+  zotest::ExpectNear(ZoVector3(def->radius, def->radiusSquared, def->range1), ZoVector3(0.141421f, 0.02f, 0.3f), 1e-6f);
   EXPECT_NEAR(def->range2, 0.6f, 1e-6f);
   EXPECT_EQ(actor->GetDefaultProximityDef(), def);
   EXPECT_EQ(actor->ProximityDefs().GetCount(), 2);
@@ -148,15 +139,13 @@ TEST(ZoProximity, BodyAndTheOlderFieldsWithoutFlag) {
   ZoProtoProxDef back;
   Reader reader(expected);
   EXPECT_EQ(back.ReadFromStream(*reader), ZoStreamOk);
+  EXPECT_EQ(Body(back), expected);
   EXPECT_EQ(back.radiusSquared, 4.0f);
-  EXPECT_EQ(back.proxFlag, -5);
 
   ZoProtoProxDef older;
   Reader olderReader(ByteBuilder().str("far").f32(6).f32(7).f32(8));
   EXPECT_EQ(older.ReadFields(*olderReader, 0), ZoStreamOk);
-  EXPECT_EQ(older.radiusSquared, 36.0f);
-  EXPECT_EQ(older.proxFlag, 1);
-  EXPECT_EQ(olderReader.Consumed(), 19u);
+  EXPECT_EQ(std::make_tuple(older.radiusSquared, older.proxFlag, olderReader.Consumed()), std::make_tuple(36.0f, 1, 19u));
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
+#include <vector>
 
 using namespace zoacttest;
 
@@ -27,15 +29,12 @@ void AddEveryRecord(ZoProtoSkill& skill) {
   foot->data0 = 1, foot->data1 = 2, foot->data2 = 3;
   skill.AddFoot(foot);
   auto* hand = new ZoProtoHandData;
-  hand->data0 = 4;
-  skill.AddHand(hand);
   auto* anchor = new ZoProtoAnchorData;
-  anchor->data0 = 5;
+  hand->data0 = 4, anchor->data0 = 5;
+  skill.AddHand(hand);
   skill.AddAnchor(anchor);
   auto* manip = new ZoProtoManipData;
-  manip->point = ZoVector3(1, 2, 3);
-  manip->data0 = 6;
-  manip->transform = Turned(4, 0.5f);
+  manip->point = ZoVector3(1, 2, 3), manip->data0 = 6, manip->transform = Turned(4, 0.5f);
   manip->vector[0] = 7, manip->vector[1] = 8, manip->vector[2] = 0x7FC00001u;
   skill.AddManip(manip);
   auto* event = new ZoProtoEventKeyframe;
@@ -46,8 +45,7 @@ void AddEveryRecord(ZoProtoSkill& skill) {
   for (uint32_t i = 0; i < 4; ++i) sound->values[i] = 13 + i;
   skill.AddSoundKeyframe(sound);
   auto* texture = new ZoProtoTextureKeyframe;
-  texture->time = 20, texture->data0 = 21, texture->data1 = 22;
-  texture->material.scalar = 2.5f;
+  texture->time = 20, texture->data0 = 21, texture->data1 = 22, texture->material.scalar = 2.5f;
   skill.AddTextureKeyframe(texture);
 }
 
@@ -73,17 +71,31 @@ ZoProtoSkill* ReadSkillBody(Bytes const& bytes, ZoStreamError& status, int32_t v
   return skill;
 }
 
-TEST(ZoProtoSkillBody, DefaultSkillIsVersionFormatAndDefaults) {
-  SkillRef skill(new ZoProtoSkill);
-  ByteBuilder expected;
-  expected.i32(106).i32(kKeyframed).i32(1).str("").i32(0).i32(0);
-  AddTransform(expected, ZoTransform3()).i32(33).i32(0).i32(0).f32(1).f32(0).f32(0).f32(0);
-  EXPECT_EQ(Body(*skill, 0), expected.get());
-  ZoStreamError status;
-  SkillRef back(ReadSkillBody(expected, status));
-  EXPECT_EQ(status, ZoStreamOk);
-  EXPECT_EQ(back->GetSampleRate(), 33);
-  EXPECT_EQ(back->SubclassData(), nullptr);
+// A bare skill, and a skill of the "SklN" format, which stores nothing per
+// joint: both with the default facing, rate, interpolation and conversion.
+TEST(ZoProtoSkillBody, DefaultAndSklNBodiesByteForByteAndBack) {
+  ActorRef actor = FigureActor("Dog");
+  SkillRef bare(new ZoProtoSkill), pose(FigureSkill(actor.get(), "Pose"));
+  pose->SetFormat(ZoSkillFormatNone);
+  struct Case {
+    ZoProtoSkill* skill;
+    ByteBuilder head;
+    int joints;
+  } const cases[] = {{bare.get(), ByteBuilder().i32(106).i32(kKeyframed).i32(1).str("").i32(0).i32(0), 0},
+                     {pose.get(), ByteBuilder().i32(106).i32(kNone).i32(1).str("Pose").i32(0).i32(4), 4}};
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.joints);
+    ByteBuilder expected = c.head;
+    AddTransform(expected, ZoTransform3()).i32(33).i32(0).i32(0).f32(1).f32(0).f32(0).f32(0);
+    EXPECT_EQ(Body(*c.skill, 0), expected.get());
+    ZoStreamError status;
+    SkillRef back(ReadSkillBody(expected, status));
+    EXPECT_EQ(status, ZoStreamOk);
+    EXPECT_EQ(back->GetSampleRate(), 33);
+    EXPECT_EQ(back->SubclassData(), nullptr);
+    ASSERT_EQ(back->NumJoints(), c.joints);
+    for (int i = 0; i < c.joints; ++i) EXPECT_EQ(back->Joint(i), nullptr);
+  }
 }
 
 TEST(ZoProtoSkillBody, Version106WithJointsAndEveryRecord) {
@@ -112,30 +124,8 @@ TEST(ZoProtoSkillBody, Version106WithJointsAndEveryRecord) {
   ZoStreamError status;
   SkillRef back(ReadSkillBody(expected, status));
   ASSERT_EQ(status, ZoStreamOk);
-  EXPECT_EQ(back->Name(), "Walk");
-  EXPECT_EQ(back->Type(), 5);
-  ASSERT_EQ(back->NumJoints(), 4);
-  EXPECT_EQ(back->Joint(0)->NumKeyframes(), 2);
-  EXPECT_EQ(back->Joint(1), nullptr);
   EXPECT_EQ(back->ParentIndex(2), -1);  // not set until the skill meets its actor
-  ASSERT_NE(back->SubclassData(), nullptr);
-  EXPECT_EQ(back->SubclassData()->GetCount(), 7);
   EXPECT_EQ(Body(*back, 0), expected.get());
-}
-
-TEST(ZoProtoSkillBody, FormatNoneStoresNothingPerJoint) {
-  ActorRef actor = FigureActor("Dog");
-  SkillRef skill(FigureSkill(actor.get(), "Pose"));
-  skill->SetFormat(ZoSkillFormatNone);
-  ByteBuilder expected;
-  expected.i32(106).i32(kNone).i32(1).str("Pose").i32(0).i32(4);
-  AddTransform(expected, ZoTransform3()).i32(33).i32(0).i32(0).f32(1).f32(0).f32(0).f32(0);
-  EXPECT_EQ(Body(*skill, 0), expected.get());
-  ZoStreamError status;
-  SkillRef back(ReadSkillBody(expected, status));
-  EXPECT_EQ(status, ZoStreamOk);
-  ASSERT_EQ(back->NumJoints(), 4);
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(back->Joint(i), nullptr);
 }
 
 // An old or current skill file in memory, by the version that selects its
@@ -224,22 +214,12 @@ TEST(ZoProtoSkillFile, WrittenFileIsMagicAndFramedSkillAndReadsBack) {
   EXPECT_EQ(ZoProtoActor::WriteSkillFile((folder / "none/Walk.skl").c_str(), skill.get()), 0);
 }
 
-// A skill that records its destruction.
-class Watched : public ZoProtoSkill {
- public:
-  explicit Watched(bool& flag) : destroyed(flag) {}
-  ~Watched() override { destroyed = true; }
-  bool& destroyed;
-};
-
+// The last release destroys the skill (a leak under asan otherwise).
 TEST(ZoProtoSkill, ReleaseReturnsTheCountBeforeTheCall) {
-  bool destroyed = false;
-  auto* skill = new Watched(destroyed);
+  auto* skill = new ZoProtoSkill;
   EXPECT_EQ(skill->AddRef(), 2);
   EXPECT_EQ(skill->Release(), 2);
-  EXPECT_FALSE(destroyed);
   EXPECT_EQ(skill->Release(), 1);
-  EXPECT_TRUE(destroyed);
 }
 
 TEST(ZoProtoSkill, CopiesDeepCopyJointsButNotRecordsOrFacing) {
@@ -251,12 +231,10 @@ TEST(ZoProtoSkill, CopiesDeepCopyJointsButNotRecordsOrFacing) {
   AddEveryRecord(*source);
 
   SkillRef copy(source->Duplicate());
-  EXPECT_EQ(copy->RefCount(), 1);
-  EXPECT_EQ(copy->GetSampleRate(), 20);
+  EXPECT_EQ(std::make_tuple(copy->RefCount(), copy->GetSampleRate(), copy->Format(), copy->ParentIndex(3)),
+            std::make_tuple(1, 20, ZoSkillFormatNone, 0));
   EXPECT_EQ(copy->GetForwardFacingXform(), ZoTransform3());
   EXPECT_EQ(copy->SubclassData(), nullptr);
-  EXPECT_EQ(copy->Format(), ZoSkillFormatNone);
-  EXPECT_EQ(copy->ParentIndex(3), 0);
   ASSERT_NE(copy->Joint(0), source->Joint(0));
   EXPECT_EQ(copy->Joint(0)->NumKeyframes(), 2);
 
@@ -268,47 +246,27 @@ TEST(ZoProtoSkill, CopiesDeepCopyJointsButNotRecordsOrFacing) {
   EXPECT_EQ(assigned.Joint(2)->NumKeyframes(), 1);
 }
 
-TEST(ZoProtoSkill, PermuteMovesKeysWithTheirNodes) {
-  ActorRef actor = FigureActor("Dog");
-  SkillRef skill(FigureSkill(actor.get(), "Walk"));
-  ZoJointKeyList* headKeys = skill->Joint(2);
-  ZoProtoTraversal before(actor->RootNode(), ZoProtoNode::Geometry);
-  // A new joint before the head; the spine's subtree loses the leg's place.
-  ZoProtoNode* spine = actor->GeomTraversal()->Node(1);
-  spine->insertChild(Joint("Arm", ZoProtoNode::Geometry, 1), 0);
-  actor->SetSkeleton(actor->RootNode());
-  ZoPermutation permutation(&before, actor->GeomTraversal());
-  skill->PermuteJoints(actor.get(), &permutation);
-
-  ASSERT_EQ(skill->NumJoints(), 5);  // hips, spine, arm, head, leg
-  EXPECT_EQ(skill->Joint(2), nullptr);
-  EXPECT_EQ(skill->Joint(3), headKeys);
-  EXPECT_EQ(skill->Joint(0)->NumKeyframes(), 2);
-  EXPECT_EQ(skill->ParentIndex(3), 1);
-  EXPECT_EQ(skill->ParentIndex(4), 0);
-}
-
 TEST(ZoProtoSkill, ScaleWalksTheContiguousSubtree) {
   ActorRef actor = FigureActor("Dog");
   SkillRef skill(new ZoProtoSkill);
   skill->SetupFromPrototype(actor.get());
   for (int j = 0; j < 4; ++j) skill->InitJoint(j)->Insert(Key(0, 1.0f));
-  auto x = [&](int j) {
-    ZoKeyListNode* p = nullptr;
-    return skill->Joint(j)->GetFirst(p)->localTransform.translation.x;
+  auto xs = [&] {
+    std::vector<float> x;
+    for (int j = 0; j < 4; ++j) {
+      ZoKeyListNode* p = nullptr;
+      x.push_back(skill->Joint(j)->GetFirst(p)->localTransform.translation.x);
+    }
+    return x;
   };
   skill->ScaleJoint(2, ZoVector3(2, 1, 1));  // the head is a leaf joint
-  EXPECT_EQ(x(2), 2.0f);
-  EXPECT_EQ(x(1), 1.0f);
+  EXPECT_EQ(xs(), (std::vector<float>{1, 1, 2, 1}));
   skill->ScaleJoint(1, ZoVector3(3, 1, 1));  // spine and head, not the leg
-  EXPECT_EQ(x(1), 3.0f);
-  EXPECT_EQ(x(2), 6.0f);
-  EXPECT_EQ(x(3), 1.0f);
+  EXPECT_EQ(xs(), (std::vector<float>{1, 3, 6, 1}));
   skill->ScaleJoint(0, ZoVector3(2, 1, 1));
-  EXPECT_EQ(x(3), 2.0f);
   skill->ScaleJoint(9, ZoVector3(5, 5, 5));
   skill->ScaleJoint(-1, ZoVector3(5, 5, 5));
-  EXPECT_EQ(x(0), 2.0f);
+  EXPECT_EQ(xs(), (std::vector<float>{2, 6, 12, 2}));
 }
 
 TEST(ZoProtoSkill, TransformJointRightMultipliesAndAdjustsChildren) {

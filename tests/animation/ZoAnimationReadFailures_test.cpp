@@ -1,11 +1,9 @@
 // Untrusted input to the keyframe, key list and spline readers: why each
 // fails (counts that are negative or larger than the data, objects of the
 // wrong class inside a key list, deep nesting) and truncation at every length.
-#include <zoactor/animation/ZoJointKeyList.h>
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/animation/ZoKeyList.h>
 #include <zoactor/animation/ZoSpline.h>
-#include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoReadLimits.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
@@ -14,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
 using zotest::ByteBuilder;
@@ -73,25 +70,21 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
   for (BadInput const& c : cases) zotest::ExpectRefused(c);
 
   // Negative counts read as empty; the cap is inclusive.
-  Bytes negative = ByteBuilder().i32(-1).append(KeyframeFrame(5, 0));
   ZoKeyList list;
-  ZoMemoryStream in(negative.data(), static_cast<int32_t>(negative.size()));
-  EXPECT_EQ(list.ReadFromStream(in), ZoStreamOk);
+  zotest::Reader in(ByteBuilder().i32(-1).append(KeyframeFrame(5, 0)));
+  EXPECT_EQ(list.ReadFromStream(*in), ZoStreamOk);
   EXPECT_EQ(list.NumKeyframes(), 0);
-  EXPECT_EQ(in.GetPosition(), 4u);
-  ZoSpline empty;
+  EXPECT_EQ(in.Consumed(), 4u);
+  ZoSpline empty, atCap;
   zotest::Reader negativePoints(ByteBuilder().i32(-5).f32(1.0f));
-  *negativePoints >> empty;
-  EXPECT_EQ(negativePoints->Status(), ZoStreamOk);
+  EXPECT_EQ((*negativePoints >> empty).Status(), ZoStreamOk);
   EXPECT_EQ(empty.Length(), 1.0f);
   ZoReadLimits::SetMaxAllocation(7 * 136);
   zotest::ExpectRefused({"spline points past the cap", eight, ZoTypeCode::Spline, ZoStreamFormatError, 0,
                          "count 8 of 136-byte elements passes the 952-byte allocation cap"});
   ZoReadLimits::SetMaxAllocation(8 * 136);
-  ZoSpline atCap;
   zotest::Reader capped(eight);
-  *capped >> atCap;
-  EXPECT_EQ(capped->Status(), ZoStreamOk);
+  EXPECT_EQ((*capped >> atCap).Status(), ZoStreamOk);
   EXPECT_EQ(atCap.NumControlPoints(), 8);
   ZoReadLimits::Reset();
 }
@@ -99,45 +92,14 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
 // Keys read whole before a failure are kept; an unknown sized frame among
 // the keys is skipped and an unknown unsized code yields nothing.
 TEST(ZoAnimationReadFailures, KeyListsKeepWhatReadWholeAndSkipWhatTheyCan) {
-  Bytes shortList = ByteBuilder().i32(2).append(KeyframeFrame(5, 1)).append(KeyframeFrame(6, 2)).get();
-  ZoKeyList partial;
-  zotest::Reader truncated(zotest::Cut(shortList, 1));
-  *truncated >> partial;
-  EXPECT_EQ(truncated->Status(), ZoStreamReadError);
-  EXPECT_EQ(partial.NumKeyframes(), 1);
-  EXPECT_NE(partial.KeyframeAtTime(5), nullptr);
-
-  Bytes skipped = ByteBuilder().i32(3).i32(-1).u32(0x51525354u).i32(4).i32(99).u32(0x41424344u)
-                      .append(KeyframeFrame(7, 3));
-  ZoKeyList tolerant;
-  zotest::Reader second(skipped);
-  *second >> tolerant;
-  EXPECT_EQ(second->Status(), ZoStreamOk);
-  EXPECT_EQ(tolerant.NumKeyframes(), 1);
-  EXPECT_EQ(tolerant.KeyframeAtTime(7)->tag, 3);
-}
-
-TEST(ZoAnimationReadFailures, JointListTruncatedAtEveryLength) {
-  ZoJointKeyList list;
-  for (uint32_t t = 0; t < 4; ++t) list.Insert(JointKey(t * 10, static_cast<float>(t)), 1);
-  Bytes whole = Framed(list);
-  for (size_t length = 0; length < whole.size(); ++length) {
-    Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
-    ZoMemoryStream in(cut.data(), static_cast<int32_t>(cut.size()));
-    std::unique_ptr<ZoStreamObject> object(in.ReadObject(nullptr));
-    EXPECT_NE(in.Status(), ZoStreamOk) << length;
-    auto* read = dynamic_cast<ZoKeyList*>(object.get());
-    if (read == nullptr) continue;
-    // Whatever was kept is whole.
-    ZoKeyListNode* p = nullptr;
-    for (ZoKeyframe* kf = read->GetFirst(p); kf != nullptr; kf = read->GetNext(p)) {
-      auto* joint = dynamic_cast<ZoJointKeyframe*>(kf);
-      ASSERT_NE(joint, nullptr);
-      EXPECT_EQ(joint->marker, static_cast<int32_t>(joint->time())) << length;
-      EXPECT_EQ(joint->actorTransform.translation.x * 10, static_cast<float>(joint->time())) << length;
-    }
-    EXPECT_LT(read->NumKeyframes(), 4) << length;
-  }
+  ZoKeyList partial, tolerant;
+  zotest::Reader truncated(zotest::Cut(ByteBuilder().i32(2).append(KeyframeFrame(5, 1)).append(KeyframeFrame(6, 2)), 1));
+  EXPECT_EQ((*truncated >> partial).Status(), ZoStreamReadError);
+  EXPECT_EQ(zotest::Body(partial), Bytes(ByteBuilder().i32(1).append(KeyframeFrame(5, 1))));
+  zotest::Reader skipped(ByteBuilder().i32(3).i32(-1).u32(0x51525354u).i32(4).i32(99).u32(0x41424344u)
+                             .append(KeyframeFrame(7, 3)));
+  EXPECT_EQ((*skipped >> tolerant).Status(), ZoStreamOk);
+  EXPECT_EQ(zotest::Body(tolerant), Bytes(ByteBuilder().i32(1).append(KeyframeFrame(7, 3))));
 }
 
 TEST(ZoAnimationReadFailures, JointKeyframeTruncatedAtEveryLengthKeepsItsBlock) {
@@ -146,12 +108,12 @@ TEST(ZoAnimationReadFailures, JointKeyframeTruncatedAtEveryLengthKeepsItsBlock) 
   Bytes whole = Framed(*source);
   ASSERT_EQ(whole.size(), 4u + 208u);
   for (size_t length = 0; length < whole.size(); ++length) {
-    Bytes body(whole.begin() + 4, whole.begin() + static_cast<std::ptrdiff_t>(std::max<size_t>(length, 4)));
+    zotest::Reader in(Bytes(whole.begin() + 4, whole.begin() + static_cast<std::ptrdiff_t>(std::max<size_t>(length, 4))));
     ZoJointKeyframe kf;
-    ZoMemoryStream in(body.data(), static_cast<int32_t>(body.size()));
-    EXPECT_NE(kf.ReadFromStream(in), ZoStreamOk) << length;
-    EXPECT_EQ(kf.blendMode, 0) << length;
-    EXPECT_EQ(kf.actorTransform, ZoTransform3()) << length;
-    EXPECT_EQ(kf.marker, 0) << length;
+    EXPECT_NE(kf.ReadFromStream(*in), ZoStreamOk) << length;
+    // The time and tag may have arrived; the block did not.
+    kf.setTime(0);
+    kf.tag = 0;
+    EXPECT_EQ(Body(kf), Body(ZoJointKeyframe())) << length;
   }
 }

@@ -1,12 +1,12 @@
-// Joint keyframes and joint key lists: defaults, the 208-byte body, control
-// transforms in each mode, Scale and Transform, interpolation with easing,
-// flags and step segments, insertion with blends, and the boundaries of
-// SampleAtTime. Rotations are checked against Eigen, which the library does
-// not use.
+// Joint keyframes and joint key lists, in what the sampling oracle does not
+// reach: the 208-byte body, local controls, modes without neighbours, Scale
+// and Transform, what an interpolated output keeps, a single key, keys of
+// another class, and sampling into a key. Rotations are checked against
+// Eigen, which the library does not use.
 #include <zoactor/animation/ZoJointKeyList.h>
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/animation/ZoKeyList.h>
-#include <zoactor/serialization/ZoMemoryStream.h>
+#include <zoactor/serialization/ZoTypeCodes.h>
 
 #include "support/ZoTestObjects.h"
 
@@ -15,8 +15,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 using zotest::ByteBuilder;
 using zotest::Bytes;
@@ -24,7 +26,6 @@ using zotest::Hex;
 
 namespace {
 
-using zotest::Written;
 using zotest::ExpectNear;
 
 using Quat = Eigen::Quaterniond;
@@ -43,12 +44,6 @@ ZoRotation3 AboutAxis(float angle, ZoVector3 axis) {
   return q;
 }
 
-uint32_t Bits(float value) {
-  uint32_t bits;
-  std::memcpy(&bits, &value, 4);
-  return bits;
-}
-
 ZoJointKeyframe* JointKey(uint32_t t, ZoVector3 position, ZoRotation3 rotation = ZoRotation3()) {
   auto* kf = new ZoJointKeyframe;
   kf->setTime(t);
@@ -56,11 +51,6 @@ ZoJointKeyframe* JointKey(uint32_t t, ZoVector3 position, ZoRotation3 rotation =
   kf->actorTransform = ZoTransform3(position, rotation);
   kf->point = position * 2.0f;
   return kf;
-}
-
-void AppendTransform(ByteBuilder& b, ZoTransform3 const& t) {
-  b.f32(t.translation.x).f32(t.translation.y).f32(t.translation.z);
-  b.f32(t.rotation.w).f32(t.rotation.x).f32(t.rotation.y).f32(t.rotation.z);
 }
 
 // A key with a distinct value in every field.
@@ -84,49 +74,34 @@ ZoJointKeyframe DistinctKey() {
   return kf;
 }
 
-bool SameFields(ZoJointKeyframe const& a, ZoJointKeyframe const& b) {
-  return a.time() == b.time() && a.tag == b.tag && a.flags == b.flags && a.localTransform == b.localTransform &&
-         a.localIn == b.localIn && a.localOut == b.localOut && a.actorTransform == b.actorTransform &&
-         a.actorIn == b.actorIn && a.actorOut == b.actorOut && a.point == b.point && a.marker == b.marker &&
-         Bits(a.easeIn) == Bits(b.easeIn) && Bits(a.easeOut) == Bits(b.easeOut) && a.blendMode == b.blendMode;
-}
+// Every field of the two keys alike, bit for bit: the body holds them all.
+bool SameFields(ZoJointKeyframe const& a, ZoJointKeyframe const& b) { return zotest::Body(a) == zotest::Body(b); }
 
 }  // namespace
 
 TEST(ZoJointKeyframeStream, BodyIs208BytesInFieldOrder) {
   ZoJointKeyframe kf = DistinctKey();
-  ZoMemoryStream out;
-  out.version = kZoCurrentVersion;
-  EXPECT_EQ(out.WriteObject(&kf), ZoStreamOk);
-
   ByteBuilder b;
-  b.raw({0x4A, 0x4B, 0x65, 0x79});  // "JKey"
-  b.u32(0x11223344u).i32(-7).i32(0x0A0B0C0D);
+  b.raw({0x4A, 0x4B, 0x65, 0x79}).u32(0x11223344u).i32(-7).i32(0x0A0B0C0D);  // "JKey", time, tag, flags
   for (ZoTransform3 const* t : {&kf.localTransform, &kf.localIn, &kf.localOut, &kf.actorTransform, &kf.actorIn,
-                                &kf.actorOut})
-    AppendTransform(b, *t);
+                                &kf.actorOut}) {
+    b.f32(t->translation.x).f32(t->translation.y).f32(t->translation.z);
+    b.f32(t->rotation.w).f32(t->rotation.x).f32(t->rotation.y).f32(t->rotation.z);
+  }
   b.f32(-1.5f).f32(2.5f).f32(-3.5f).i32(0x55AA).f32(0.875f).f32(0.0625f).i32(2);
-  Bytes written = Written(out);
   ASSERT_EQ(b.get().size(), 4u + 208u);
-  EXPECT_EQ(written, b.get()) << Hex(written);
+  EXPECT_EQ(zotest::Framed(&kf), b.get()) << Hex(zotest::Framed(&kf));
 
-  ZoMemoryStream in(written.data(), static_cast<int32_t>(written.size()));
-  std::unique_ptr<ZoJointKeyframe> back(in.ReadObjectAs<ZoJointKeyframe>());
+  zotest::Reader in(b);
+  std::unique_ptr<ZoJointKeyframe> back(in->ReadObjectAs<ZoJointKeyframe>());
   ASSERT_NE(back, nullptr);
-  EXPECT_EQ(in.Status(), ZoStreamOk);
-  EXPECT_TRUE(SameFields(*back, kf));
-
-  std::unique_ptr<ZoKeyframe> copy(kf.CreateCopy());
-  auto* joint = dynamic_cast<ZoJointKeyframe*>(copy.get());
-  ASSERT_NE(joint, nullptr);
-  EXPECT_TRUE(SameFields(*joint, kf));
+  EXPECT_EQ(zotest::Framed(back.get()), b.get());
 }
 
 TEST(ZoJointKeyframeBlends, LinearControlsLieAThirdOfTheWayToTheNeighbours) {
+  // The actor controls are checked by the sampling oracle; here the local
+  // ones, which sampling never reads.
   ZoJointKeyframe prev, cur, next;
-  prev.actorTransform = ZoTransform3({0, 0, 0}, AboutAxis(-0.9f, {0, 0, 1}));
-  cur.actorTransform = ZoTransform3({3, 6, -3}, ZoRotation3());
-  next.actorTransform = ZoTransform3({9, 6, 0}, AboutAxis(0.6f, {0, 0, 1}));
   prev.localTransform = ZoTransform3({1, 1, 1}, AboutAxis(0.3f, {1, 0, 0}));
   cur.localTransform = ZoTransform3({4, 1, 1}, AboutAxis(0.9f, {1, 0, 0}));
   next.localTransform = ZoTransform3({4, 7, 1}, AboutAxis(1.5f, {1, 0, 0}));
@@ -134,7 +109,6 @@ TEST(ZoJointKeyframeBlends, LinearControlsLieAThirdOfTheWayToTheNeighbours) {
 
   cur.ComputeBlends(&prev, &next, 0);
   EXPECT_EQ(cur.blendMode, 0);
-  ExpectNear(cur.actorIn.translation, {2, 4, -2});
   ExpectNear(cur.localIn.translation, {3, 1, 1});
   ExpectNear(cur.localOut.translation, {4, 3, 1});
   EXPECT_LT(RotationDistance(cur.localIn.rotation, Quat(Eigen::AngleAxisd(0.7, Eigen::Vector3d::UnitX()))), 1e-6);
@@ -142,33 +116,24 @@ TEST(ZoJointKeyframeBlends, LinearControlsLieAThirdOfTheWayToTheNeighbours) {
 
   // A missing neighbour gives the key's own transform on that side.
   cur.ComputeBlends(nullptr, &next, 0);
-  EXPECT_EQ(cur.actorIn, cur.actorTransform);
   EXPECT_EQ(cur.localIn, cur.localTransform);
   cur.ComputeBlends(&prev, nullptr, 0);
-  EXPECT_EQ(cur.actorOut, cur.actorTransform);
   EXPECT_EQ(cur.localOut, cur.localTransform);
 }
 
-// The rotations of the smooth controls are checked against Eigen by the
-// sampling oracle; here the tangents, the untouched outputs without
-// neighbours, and that each transform takes its own neighbours.
+// The smooth controls of the actor transforms, with one neighbour or two,
+// are checked against Eigen by the sampling oracle; here that the local
+// transforms take their own neighbours, and that without neighbours the
+// outputs are left as they were.
 TEST(ZoJointKeyframeBlends, SmoothControlsUseTangentsOfEachTransform) {
   ZoTransform3 p({0, 0, 0}, AboutAxis(0.4f, {1, 2, 0}));
   ZoTransform3 q({6, 0, 0}, AboutAxis(1.1f, {0, 1, 1}));
   ZoTransform3 r({6, 12, 6}, AboutAxis(-0.7f, {1, 0, 1}));
-  ZoRotation3 in, out;
-  ZoVector3 tangent;
-  ZoJointKeyframe::ComputeControlPoint(nullptr, &q, &r, in, out, tangent);
-  ExpectNear(tangent, {0, 4, 2});
-  ZoJointKeyframe::ComputeControlPoint(&p, &q, nullptr, in, out, tangent);
-  ExpectNear(tangent, {2, 0, 0});
+  ZoRotation3 in(0, 1, 0, 0), out(0, 0, 1, 0);
+  ZoVector3 tangent(7, 8, 9);
+  ZoJointKeyframe::ComputeControlPoint(nullptr, &q, nullptr, in, out, tangent);
+  EXPECT_EQ(std::make_tuple(in, out, tangent), std::make_tuple(ZoRotation3(0, 1, 0, 0), ZoRotation3(0, 0, 1, 0), ZoVector3(7, 8, 9)));
   ZoJointKeyframe::ComputeControlPoint(&p, &q, &r, in, out, tangent);
-  ZoRotation3 keepIn(0, 1, 0, 0), keepOut(0, 0, 1, 0);
-  ZoVector3 keepTangent(7, 8, 9);
-  ZoJointKeyframe::ComputeControlPoint(nullptr, &q, nullptr, keepIn, keepOut, keepTangent);
-  EXPECT_EQ(keepIn, ZoRotation3(0, 1, 0, 0));
-  EXPECT_EQ(keepOut, ZoRotation3(0, 0, 1, 0));
-  EXPECT_EQ(keepTangent, ZoVector3(7, 8, 9));
 
   ZoJointKeyframe kp, kq, kr;
   kp.actorTransform = kr.localTransform = p;
@@ -186,18 +151,17 @@ TEST(ZoJointKeyframeBlends, SmoothWithoutNeighboursAndOtherModes) {
   kf.localTransform = ZoTransform3({4, 5, 6}, AboutAxis(0.5f, {1, 0, 0}));
   kf.actorIn = kf.actorOut = kf.localIn = kf.localOut = ZoTransform3({9, 9, 9}, AboutAxis(1.0f, {0, 0, 1}));
   kf.ComputeBlends(nullptr, nullptr, 1);
-  EXPECT_EQ(kf.actorIn, ZoTransform3({1, 2, 3}, ZoRotation3()));
-  EXPECT_EQ(kf.actorOut, ZoTransform3({1, 2, 3}, ZoRotation3()));
-  EXPECT_EQ(kf.localIn, ZoTransform3({4, 5, 6}, ZoRotation3()));
-  EXPECT_EQ(kf.localOut, ZoTransform3({4, 5, 6}, ZoRotation3()));
+  ZoTransform3 const actor({1, 2, 3}, ZoRotation3()), local({4, 5, 6}, ZoRotation3());
+  EXPECT_EQ(std::vector<ZoTransform3>({kf.actorIn, kf.actorOut, kf.localIn, kf.localOut}),
+            std::vector<ZoTransform3>({actor, actor, local, local}));
 
   // Mode 2 (and any other) stores the mode and leaves the controls.
   ZoJointKeyframe neighbour;
   neighbour.actorTransform = ZoTransform3({10, 0, 0}, ZoRotation3());
-  kf.actorOut = ZoTransform3({7, 7, 7}, ZoRotation3());
+  ZoJointKeyframe expected = kf;
   kf.ComputeBlends(&neighbour, nullptr, 9);
-  EXPECT_EQ(kf.blendMode, 9);
-  EXPECT_EQ(kf.actorOut, ZoTransform3({7, 7, 7}, ZoRotation3()));
+  expected.blendMode = 9;
+  EXPECT_TRUE(SameFields(kf, expected));
 }
 
 TEST(ZoJointKeyframeEditing, ScaleAndTransformReachEveryField) {
@@ -235,94 +199,33 @@ TEST(ZoJointKeyframeInterpolate, TheOutputKeepsItsOwnTimeTagControlsAndEasing) {
   a.flags = 0b011;
   b.flags = 0b110;
   ZoJointKeyframe out = DistinctKey();
-  ZoJointKeyframe const before = out;
   out.Interpolate(&a, &b, 0.25f);
   ExpectNear(out.actorTransform.translation, {2, 0, 0});
-  EXPECT_EQ(out.flags, 0b010);
-  EXPECT_EQ(out.time(), before.time());
-  EXPECT_EQ(out.tag, before.tag);
-  EXPECT_EQ(out.actorIn, before.actorIn);
-  EXPECT_EQ(out.localOut, before.localOut);
-  EXPECT_EQ(out.blendMode, before.blendMode);
-  EXPECT_EQ(Bits(out.easeIn), Bits(before.easeIn));
-}
-
-TEST(ZoJointKeyListInsert, BlendsAreRecomputedAndNeighboursResetToLinear) {
-  ZoJointKeyList list;
-  ZoJointKeyframe* k0 = JointKey(0, {0, 0, 0});
-  ZoJointKeyframe* k2 = JointKey(200, {6, 0, 0});
-  k0->blendMode = 1;
-  k2->blendMode = 1;
-  list.Insert(k0, 0);
-  list.Insert(k2, 0);
-  EXPECT_EQ(k0->actorOut, ZoTransform3());  // computeBlends 0 leaves them
-
-  ZoJointKeyframe* k1 = JointKey(100, {3, 3, 0});
-  k1->blendMode = 1;
-  ZoKeyListNode* node = list.Insert(k1, 1);
-  ASSERT_NE(node, nullptr);
-  EXPECT_EQ(node->keyframe, k1);
-  EXPECT_EQ(k0->blendMode, 0);
-  EXPECT_EQ(k1->blendMode, 0);
-  EXPECT_EQ(k2->blendMode, 0);
-  ExpectNear(k1->actorIn.translation, {2, 2, 0});
-  ExpectNear(k1->actorOut.translation, {4, 2, 0});
-  ExpectNear(k0->actorOut.translation, {1, 1, 0});
-  EXPECT_EQ(k0->actorIn, k0->actorTransform);  // no key before k0
-  ExpectNear(k2->actorIn.translation, {5, 1, 0});
-  ExpectNear(k1->localOut.translation, {2, 1, 0});
-
-  // Replacing the key at 100 through the blended insert.
-  ZoJointKeyframe* k1b = JointKey(100, {3, -3, 0});
-  EXPECT_EQ(list.Insert(k1b, 1), node);
-  EXPECT_EQ(list.NumKeyframes(), 3);
-  ExpectNear(k0->actorOut.translation, {1, -1, 0});
+  ZoJointKeyframe expected = DistinctKey();  // all else as it was
+  expected.actorTransform = out.actorTransform;
+  expected.localTransform = a.localTransform;
+  expected.point = a.point;
+  expected.marker = a.marker;
+  expected.flags = 0b010;
+  EXPECT_TRUE(SameFields(out, expected));
 }
 
 TEST(ZoJointKeyListSample, SingleKeyHoldsOnlyWhenAsked) {
   ZoJointKeyList list;
-  ZoJointKeyframe out;
+  ZoJointKeyframe out, untouched = DistinctKey();
   EXPECT_EQ(list.SampleAtTime(0, out, 1), 0);  // empty
   list.Insert(JointKey(100, {1, 2, 3}), 1);
-  EXPECT_EQ(list.SampleAtTime(100, out, 0), 1);
-  EXPECT_EQ(out.actorTransform.translation, ZoVector3(1, 2, 3));
+  ASSERT_EQ(list.SampleAtTime(100, out, 0), 1);
   EXPECT_EQ(out.point, ZoVector3(2, 4, 6));
-
-  ZoJointKeyframe untouched = DistinctKey();
-  EXPECT_EQ(list.SampleAtTime(150, untouched, 0), 0);
-  EXPECT_TRUE(SameFields(untouched, DistinctKey()));
-  EXPECT_EQ(list.SampleAtTime(50, untouched, 0), 0);
-  EXPECT_EQ(list.SampleAtTime(50, untouched, 1), 0);
+  // Before the key never, after it only when holding; a refused sample
+  // leaves its output alone.
+  EXPECT_EQ(list.SampleAtTime(150, untouched, 0) + list.SampleAtTime(50, untouched, 0) +
+                list.SampleAtTime(50, untouched, 1),
+            0);
   EXPECT_TRUE(SameFields(untouched, DistinctKey()));
   EXPECT_EQ(list.SampleAtTime(150, untouched, 1), 1);
   EXPECT_EQ(untouched.actorTransform.translation, ZoVector3(1, 2, 3));
   EXPECT_EQ(list.SampleAtTime(0xFFFFFFFFu, out, 1), 1);
-}
-
-TEST(ZoJointKeyListSample, UnsignedTimesNearTheEndsOfTheRange) {
-  // A segment across the sign bit, and one at the top of the range.
-  ZoJointKeyList list;
-  list.Insert(JointKey(0x7FFFFF00u, {0, 0, 0}), 1);
-  list.Insert(JointKey(0x80000100u, {2, 0, 0}), 1);
-  list.Insert(JointKey(0xFFFFFF00u, {2, 4, 0}), 1);
-  list.Insert(JointKey(0xFFFFFFFFu, {2, 4, 2}), 1);
-  ZoJointKeyframe out;
-  ASSERT_EQ(list.SampleAtTime(0x80000000u, out, 0), 1);
-  ExpectNear(out.actorTransform.translation, {1, 0, 0});
-  ASSERT_EQ(list.SampleAtTime(0xFFFFFF80u, out, 0), 1);
-  ExpectNear(out.actorTransform.translation, {2, 4, 2.0f * 128 / 255});
-  ASSERT_EQ(list.SampleAtTime(0xFFFFFFFFu, out, 0), 1);
-  EXPECT_EQ(out.actorTransform.translation, ZoVector3(2, 4, 2));
-  EXPECT_EQ(list.SampleAtTime(0x7FFFFEFFu, out, 1), 0);
-  EXPECT_EQ(list.SampleAtTime(0u, out, 1), 0);
-
-  // Keys at 0 and 1.
-  ZoJointKeyList tight;
-  tight.Insert(JointKey(0, {0, 0, 0}), 1);
-  tight.Insert(JointKey(1, {1, 0, 0}), 1);
-  ASSERT_EQ(tight.SampleAtTime(1, out, 0), 1);
-  EXPECT_EQ(out.actorTransform.translation, ZoVector3(1, 0, 0));
-  EXPECT_EQ(tight.SampleAtTime(2, out, 0), 0);
 }
 
 TEST(ZoJointKeyListSample, KeysOfAnotherClassNeverReachTheSampler) {
@@ -363,28 +266,22 @@ TEST(ZoJointKeyListStream, WrittenUnderTheKeyListCodeAndReadBackAsAKeyList) {
   ZoJointKeyList list;
   list.Insert(JointKey(10, {1, 0, 0}), 1);
   list.Insert(JointKey(20, {2, 0, 0}), 1);
-  EXPECT_EQ(list.StreamType(), ZoTypeCode::KeyList);
-  ZoMemoryStream out;
-  out.version = kZoCurrentVersion;
-  ASSERT_EQ(out.WriteObject(&list), ZoStreamOk);
-  Bytes written = Written(out);
+  Bytes written = zotest::Framed(&list);
   ASSERT_EQ(written.size(), 4u + 4u + 2u * (4u + 208u));
-
-  ZoMemoryStream in(written.data(), static_cast<int32_t>(written.size()));
-  std::unique_ptr<ZoStreamObject> back(in.ReadObject(nullptr));
-  ASSERT_NE(back, nullptr);
+  EXPECT_EQ(Bytes(written.begin(), written.begin() + 4), Bytes(ByteBuilder().i32(ZoTypeCode::KeyList)));
+  zotest::Reader in(written);
+  std::unique_ptr<ZoStreamObject> back(in->ReadObject(nullptr));
   EXPECT_EQ(dynamic_cast<ZoJointKeyList*>(back.get()), nullptr);
   auto* plain = dynamic_cast<ZoKeyList*>(back.get());
   ASSERT_NE(plain, nullptr);
   EXPECT_EQ(plain->NumKeyframes(), 2);
 
   // The bare body read into a joint list samples as the original.
-  ZoMemoryStream body(written.data() + 4, static_cast<int32_t>(written.size() - 4));
+  zotest::Reader body(Bytes(written.begin() + 4, written.end()));
   ZoJointKeyList again;
-  ASSERT_EQ(again.ReadFromStream(body), ZoStreamOk);
+  ASSERT_EQ(again.ReadFromStream(*body), ZoStreamOk);
   ZoJointKeyframe a, b;
-  ASSERT_EQ(list.SampleAtTime(13, a, 0), 1);
-  ASSERT_EQ(again.SampleAtTime(13, b, 0), 1);
+  ASSERT_EQ(list.SampleAtTime(13, a, 0) + again.SampleAtTime(13, b, 0), 2);
   EXPECT_TRUE(SameFields(a, b));
 }
 

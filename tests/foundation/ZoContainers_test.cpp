@@ -5,6 +5,8 @@
 #include <zoactor/foundation/ZoListItemInterface.h>
 #include <zoactor/foundation/ZoStringList.h>
 
+#include "support/ZoTestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <map>
@@ -17,18 +19,16 @@ int gItems[10] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9};
 void* Item(int i) { return &gItems[i]; }
 int Value(void* item) { return *static_cast<int*>(item); }
 
-std::vector<int> Forward(ZoDblList const& list) {
-  std::vector<int> values;
+// The items of a list front to back, checked against a walk back to front
+// and against its count.
+std::vector<int> Items(ZoDblList const& list) {
+  std::vector<int> forward, backward;
   ZoDblListItem* cursor = nullptr;
-  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor)) values.push_back(Value(item));
-  return values;
-}
-
-std::vector<int> Backward(ZoDblList const& list) {
-  std::vector<int> values;
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = list.GetLast(cursor); item != nullptr; item = list.GetPrev(cursor)) values.push_back(Value(item));
-  return values;
+  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor)) forward.push_back(Value(item));
+  for (void* item = list.GetLast(cursor); item != nullptr; item = list.GetPrev(cursor)) backward.push_back(Value(item));
+  EXPECT_EQ(std::vector<int>(backward.rbegin(), backward.rend()), forward) << "walking back";
+  EXPECT_EQ(list.GetCount(), static_cast<int32_t>(forward.size()));
+  return forward;
 }
 
 ZoDblList Make(std::initializer_list<int> values) {
@@ -57,8 +57,7 @@ class Collect : public ZoCallBack {
 
 TEST(ZoDblListProtocol, IterationBothWaysAndTheOutsidePosition) {
   ZoDblList list = Make({1, 2, 3});
-  EXPECT_EQ(Forward(list), (std::vector<int>{1, 2, 3}));
-  EXPECT_EQ(Backward(list), (std::vector<int>{3, 2, 1}));
+  EXPECT_EQ(Items(list), (std::vector<int>{1, 2, 3}));
   ZoDblListItem* cursor = nullptr;
   EXPECT_EQ(Value(list.GetNext(cursor)), 1);  // a null cursor stands before the first
   EXPECT_EQ(Value(list.GetCurrent(cursor)), 1);
@@ -67,8 +66,7 @@ TEST(ZoDblListProtocol, IterationBothWaysAndTheOutsidePosition) {
   EXPECT_EQ(cursor, nullptr);
   EXPECT_EQ(list.GetCurrent(cursor), nullptr);
   ZoDblList empty;
-  EXPECT_EQ(empty.GetFirst(cursor), nullptr);
-  EXPECT_EQ(empty.GetLast(cursor), nullptr);
+  EXPECT_TRUE(Items(empty).empty());
   EXPECT_EQ(empty.DeleteFirst(), nullptr);
   EXPECT_EQ(empty.DeleteLast(), nullptr);
 }
@@ -84,13 +82,12 @@ TEST(ZoDblListProtocol, DeleteWhileWalkingForwardsVisitsEveryItem) {
     }
   }
   EXPECT_EQ(visited, (std::vector<int>{0, 1, 2, 3, 4, 5}));
-  EXPECT_EQ(Forward(list), (std::vector<int>{1, 3, 5}));
+  EXPECT_EQ(Items(list), (std::vector<int>{1, 3, 5}));
   ZoDblListItem* tail = nullptr;
   list.GetLast(tail);
   EXPECT_EQ(Value(list.Delete(tail)), 5);  // the last one: its neighbour becomes the end
   list.Append(Item(7));
-  EXPECT_EQ(Backward(list), (std::vector<int>{7, 3, 1}));
-  EXPECT_EQ(list.GetCount(), 3);
+  EXPECT_EQ(Items(list), (std::vector<int>{1, 3, 7}));
   ZoDblListItem* none = nullptr;
   EXPECT_EQ(list.Delete(none), nullptr);
 }
@@ -104,26 +101,22 @@ TEST(ZoDblListProtocol, InsertBeforeAndAfterNodesAndTheEnds) {
   list.Insert(Item(6), ZoDblList::Before, nullptr);  // before the outside: the end
   list.Insert(Item(0), ZoDblList::After, nullptr);   // after the outside: the front
   list.Prepend(Item(9));
-  EXPECT_EQ(Forward(list), (std::vector<int>{9, 0, 1, 2, 3, 4, 5, 6}));
-  EXPECT_EQ(Backward(list), (std::vector<int>{6, 5, 4, 3, 2, 1, 0, 9}));
   EXPECT_EQ(list.Append(nullptr), nullptr);  // null items are refused
-  EXPECT_EQ(list.GetCount(), 8);
+  EXPECT_EQ(Items(list), (std::vector<int>{9, 0, 1, 2, 3, 4, 5, 6}));
 }
 
 TEST(ZoDblListProtocol, MergeMovesAllNodesInOrder) {
   ZoDblList target = Make({0, 9});
   ZoDblList middle = Make({1, 2, 3});
   target.Merge(middle, ZoDblList::After, target.Find(Item(0)));
-  EXPECT_EQ(Forward(target), (std::vector<int>{0, 1, 2, 3, 9}));
-  EXPECT_TRUE(middle.IsEmpty());
+  EXPECT_EQ(Items(target), (std::vector<int>{0, 1, 2, 3, 9}));
+  EXPECT_TRUE(Items(middle).empty());
   ZoDblList front = Make({7, 8});
   target.Merge(front, ZoDblList::After, nullptr);
   ZoDblList back = Make({4, 5});
   target.Merge(back, ZoDblList::Before, nullptr);
-  EXPECT_EQ(Forward(target), (std::vector<int>{7, 8, 0, 1, 2, 3, 9, 4, 5}));
-  EXPECT_EQ(Backward(target), (std::vector<int>{5, 4, 9, 3, 2, 1, 0, 8, 7}));
-  target.Merge(target, ZoDblList::Before, nullptr);
-  EXPECT_EQ(target.GetCount(), 9);
+  target.Merge(target, ZoDblList::Before, nullptr);  // merging a list into itself changes nothing
+  EXPECT_EQ(Items(target), (std::vector<int>{7, 8, 0, 1, 2, 3, 9, 4, 5}));
 }
 
 TEST(ZoDblListProtocol, FindFormsAndStartingNodes) {
@@ -147,19 +140,19 @@ TEST(ZoDblListProtocol, FindFormsAndStartingNodes) {
 TEST(ZoDblListProtocol, CopyClearAndIterateForms) {
   ZoDblList source = Make({1, 2, 3});
   ZoDblList copy(source);
-  EXPECT_EQ(Forward(copy), Forward(source));
+  EXPECT_EQ(Items(copy), Items(source));
   Collect visited;
   source.Iterate(visited);
   EXPECT_EQ(visited.seen, (std::vector<int>{1, 2, 3}));
   Collect cleared;
   copy.Clear(cleared);
   EXPECT_EQ(cleared.seen, (std::vector<int>{1, 2, 3}));
-  EXPECT_TRUE(copy.IsEmpty());
+  EXPECT_TRUE(Items(copy).empty());
   Collect copied;
   copy.Copy(source, copied);
   EXPECT_EQ(copied.seen, (std::vector<int>{1, 2, 3}));
   copy = Make({9});
-  EXPECT_EQ(Forward(copy), (std::vector<int>{9}));
+  EXPECT_EQ(Items(copy), (std::vector<int>{9}));
 }
 
 TEST(ZoStringListOwnership, AppendFindSortDeepCopyAndTokenize) {
@@ -172,40 +165,33 @@ TEST(ZoStringListOwnership, AppendFindSortDeepCopyAndTokenize) {
   EXPECT_EQ(names.FindString("run"), nullptr);  // case-sensitive
   ZoStringList copy(names);
   names.Sort(1);
-  std::vector<std::string> sorted;
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = names.GetFirst(cursor); item != nullptr; item = names.GetNext(cursor))
-    sorted.push_back(static_cast<ZoString*>(item)->c_str());
-  EXPECT_EQ(sorted, (std::vector<std::string>{"Run", "Run", "idle", "walk"}));
+  EXPECT_EQ(zotest::Texts(names), (std::vector<std::string>{"Run", "Run", "idle", "walk"}));
   names.Sort(0);
+  EXPECT_EQ(zotest::Texts(names), (std::vector<std::string>{"walk", "idle", "Run", "Run"}));
   EXPECT_EQ(*ZoStringList::StringAt(names.FindString("walk")), "walk");
-  names.GetFirst(cursor);
-  EXPECT_EQ(*ZoStringList::StringAt(cursor), "walk");
   // The copy owns its own strings and kept the original order.
   names.Clear();
-  copy.GetFirst(cursor);
-  EXPECT_EQ(*ZoStringList::StringAt(cursor), "walk");
-  EXPECT_EQ(copy.GetCount(), 4);
+  EXPECT_EQ(zotest::Texts(copy), (std::vector<std::string>{"walk", "Run", "idle", "Run"}));
   // Tokenize skips empty pieces.
   ZoStringList pieces;
   EXPECT_EQ(pieces.Tokenize(ZoString(",a,,bc ,d,"), ", "), 3);
-  std::vector<std::string> got;
-  for (void* item = pieces.GetFirst(cursor); item != nullptr; item = pieces.GetNext(cursor))
-    got.push_back(static_cast<ZoString*>(item)->c_str());
-  EXPECT_EQ(got, (std::vector<std::string>{"a", "bc", "d"}));
+  EXPECT_EQ(zotest::Texts(pieces), (std::vector<std::string>{"a", "bc", "d"}));
 }
 
 // --- Hash tables ------------------------------------------------------------
 
 namespace {
 
+// Gathers the entries of a table (keys stored as `Stored`, kept as `Key`)
+// and the data handed to a release.
+template <class Stored, class Key>
 class GatherEntries : public ZoCallBack {
  public:
   using ZoCallBack::CallBack;
-  std::map<std::string, void*> entries;
+  std::map<Key, void*> entries;
   std::vector<void*> released;
   int CallBack(void* key, void* datum, void*) override {
-    entries[static_cast<ZoString*>(key)->c_str()] = datum;
+    entries[Key(*static_cast<Stored*>(key))] = datum;
     return 0;
   }
   int CallBack(void* datum) override {
@@ -229,7 +215,7 @@ TEST(ZoHashTables, DictionaryAddFindReplaceDelete) {
   EXPECT_EQ(table.Delete("RUN"), Item(2));
   EXPECT_EQ(table.Delete("RUN"), nullptr);
   EXPECT_EQ(table.GetCount(), 2);
-  GatherEntries gather;
+  GatherEntries<ZoString, std::string> gather;
   table.Iterate(gather);
   EXPECT_EQ(gather.entries, (std::map<std::string, void*>{{"JUMP", Item(4)}, {"WALK", Item(3)}}));
   table.ClearItems(&gather);
@@ -258,18 +244,10 @@ TEST(ZoHashTables, ManyKeysStayFindableAsTheTableGrows) {
 }
 
 TEST(ZoHashTables, IndexIterateHandsOverIntegerKeys) {
-  ZoIndex index(3);
-  index.Add(0x50726F70, Item(1));
+  ZoIndex index(1);
+  index.Add(0x50726F70, Item(1));  // one bucket, until the table grows, holds both
   index.Add(0x536B6C50, Item(2));
-  class Keys : public ZoCallBack {
-   public:
-    using ZoCallBack::CallBack;
-    std::map<uint32_t, void*> seen;
-    int CallBack(void* key, void* datum, void*) override {
-      seen[*static_cast<uint32_t*>(key)] = datum;
-      return 0;
-    }
-  } keys;
+  GatherEntries<uint32_t, uint32_t> keys;
   index.Iterate(keys);
-  EXPECT_EQ(keys.seen, (std::map<uint32_t, void*>{{0x50726F70u, Item(1)}, {0x536B6C50u, Item(2)}}));
+  EXPECT_EQ(keys.entries, (std::map<uint32_t, void*>{{0x50726F70u, Item(1)}, {0x536B6C50u, Item(2)}}));
 }

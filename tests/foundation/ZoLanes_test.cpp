@@ -104,28 +104,24 @@ TEST(ZoLanes, ComparisonsMasksAndBits) {
 }
 
 TEST(ZoLanes, LoadsStoresAndRearrangements) {
+  using V = std::vector<float>;
+  auto of = [](Lanes v) { return V{v[0], v[1], v[2], v[3]}; };
   float const memory[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
   Lanes const a = zolanes::Load(memory), b = zolanes::Load(memory + 4);
+  EXPECT_EQ(of(zolanes::Load3(memory, 42.0f)), (V{1, 2, 3, 42}));
   float stored[5] = {0, 0, 0, 0, -1};
   zolanes::Store3(stored, zolanes::Load3(memory + 5, 42.0f));
-  EXPECT_EQ(stored[2], 8.0f);
-  EXPECT_EQ(stored[3], 0.0f) << "Store3 writes three floats";
-  EXPECT_EQ(zolanes::Load3(memory, 42.0f)[3], 42.0f);
+  EXPECT_EQ(V(stored, stored + 5), (V{6, 7, 8, 0, -1})) << "Store3 writes three floats";
   zolanes::Store(stored, zolanes::Shuffle<3, 0, 2, 1>(a));
-  EXPECT_EQ(stored[0], 4.0f);
-  EXPECT_EQ(stored[1], 1.0f);
-  EXPECT_EQ(stored[3], 2.0f);
-  EXPECT_EQ(stored[4], -1.0f) << "Store writes four floats";
-  Lanes const picked = zolanes::Shuffle2<0, 5, 2, 7>(a, b);
-  EXPECT_EQ(picked[1], 6.0f);
-  EXPECT_EQ(picked[3], 8.0f);
-  EXPECT_EQ(zolanes::SplatLane<2>(b)[0], 7.0f);
+  EXPECT_EQ(V(stored, stored + 5), (V{4, 1, 3, 2, -1})) << "Store writes four floats";
+  EXPECT_EQ(of(zolanes::Shuffle2<0, 5, 2, 7>(a, b)), (V{1, 6, 3, 8}));
+  EXPECT_EQ(of(zolanes::SplatLane<2>(b)), (V{7, 7, 7, 7}));
   Lanes r0 = a, r1 = b, r2 = zolanes::Splat(10.0f), r3 = zolanes::Load(memory + 5);
   zolanes::Transpose(r0, r1, r2, r3);
-  EXPECT_EQ(r0[1], 5.0f);
-  EXPECT_EQ(r2[3], 8.0f);
-  EXPECT_EQ(r3[0], 4.0f);
-  EXPECT_EQ(r1[2], 10.0f);
+  EXPECT_EQ(of(r0), (V{1, 5, 10, 6}));
+  EXPECT_EQ(of(r1), (V{2, 6, 10, 7}));
+  EXPECT_EQ(of(r2), (V{3, 7, 10, 8}));
+  EXPECT_EQ(of(r3), (V{4, 8, 10, 9}));
 }
 
 TEST(ZoLanes, ReciprocalRootWithinItsBound) {

@@ -13,13 +13,14 @@
 #include <zoactor/foundation/ZoVector3.h>
 #include <zoactor/foundation/ZoXformMatrix3.h>
 
+#include "support/ZoTestRandom.h"
+#include "support/ZoTestSupport.h"
+
 #include <Eigen/Dense>
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
-#include <random>
 
 namespace {
 
@@ -28,26 +29,22 @@ using Vec = Eigen::Vector3d;
 
 double const kPi = 3.14159265358979323846;
 
-class Random {
- public:
-  explicit Random(unsigned seed) : engine(seed) {}
-  float Uniform(float lo, float hi) { return std::uniform_real_distribution<float>(lo, hi)(engine); }
-  ZoVector3 Vector(float range = 10.0f) {
-    return {Uniform(-range, range), Uniform(-range, range), Uniform(-range, range)};
-  }
-  ZoRotation3 Rotation() {
-    ZoRotation3 q(Uniform(-1, 1), Uniform(-1, 1), Uniform(-1, 1), Uniform(-1, 1));
-    q.normalize();
-    return q;
-  }
-  ZoTransform3 Transform() { return {Vector(), Rotation()}; }
+using zotest::Random;
 
- private:
-  std::mt19937 engine;
-};
+// A rotation from a random quaternion of either sign.
+ZoRotation3 Rotation(Random& random) {
+  ZoRotation3 q(random.Uniform(-1, 1), random.Uniform(-1, 1), random.Uniform(-1, 1), random.Uniform(-1, 1));
+  q.normalize();
+  return q;
+}
+
+ZoTransform3 Transform(Random& random) { return {random.Vector(10), Rotation(random)}; }
 
 Quat ToEigen(ZoRotation3 const& q) { return Quat(q.w, q.x, q.y, q.z); }
 Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
+ZoVector3 FromEigen(Vec const& v) {
+  return {static_cast<float>(v.x()), static_cast<float>(v.y()), static_cast<float>(v.z())};
+}
 Eigen::Isometry3d ToEigen(ZoTransform3 const& t) {
   Eigen::Isometry3d iso = Eigen::Isometry3d::Identity();
   iso.linear() = ToEigen(t.rotation).toRotationMatrix();
@@ -77,13 +74,8 @@ Eigen::Matrix3d Symmetric(ZoRotation3 const& r, double const* l, ZoMatrix3& m) {
 TEST(ZoLinearAlgebraLayout, TransformStreamsAsTranslationThenScalarFirstRotation) {
   ZoTransform3 t({1, 2, 3}, {0.5f, -0.5f, 0.25f, -2});
   // Little-endian IEEE-754: tx, ty, tz, then w, x, y, z.
-  unsigned char const expected[28] = {0x00, 0x00, 0x80, 0x3F, 0x00, 0x00, 0x00, 0x40, 0x00, 0x00,
-                                      0x40, 0x40, 0x00, 0x00, 0x00, 0x3F, 0x00, 0x00, 0x00, 0xBF,
-                                      0x00, 0x00, 0x80, 0x3E, 0x00, 0x00, 0x00, 0xC0};
-  unsigned char raw[28];
-  ASSERT_EQ(sizeof t, sizeof raw);
-  std::memcpy(raw, &t, sizeof raw);
-  EXPECT_EQ(std::memcmp(raw, expected, sizeof raw), 0);
+  zotest::Bytes expected = zotest::ByteBuilder().f32(1).f32(2).f32(3).f32(0.5f).f32(-0.5f).f32(0.25f).f32(-2);
+  EXPECT_EQ(zotest::Hex(zotest::ToBytes(&t, sizeof t)), zotest::Hex(expected));
   EXPECT_EQ(ZoTransform3(), ZoTransform3::identity());
   EXPECT_EQ(ZoRotation3(), ZoRotation3(1, 0, 0, 0));
 }
@@ -114,86 +106,59 @@ TEST(ZoLinearAlgebraVectors, ArithmeticAndBezierEnds) {
   EXPECT_EQ(end, ZoVector3(9, 9, 9));
 }
 
-TEST(ZoLinearAlgebraRotations, AxisAngleAndFromTo) {
+TEST(ZoLinearAlgebraRotations, AxisAngle) {
   Random random(2);
   for (int i = 0; i < 2000; ++i) {
-    ZoVector3 axis = random.Vector().unit();
+    ZoVector3 axis = random.Vector(10).unit();
     float angle = random.Uniform(-6.0f, 6.0f);
     ZoRotation3 q;
     q.setValue(angle, axis);
     ASSERT_LT(RotationDistance(q, Quat(Eigen::AngleAxisd(angle, ToEigen(axis)))), 1e-5);
-
-    ZoVector3 from = random.Vector(), to = random.Vector();
-    ZoRotation3 turn;
-    turn.setValue(from, to);
-    ASSERT_LT(Distance(turn * from.unit(), ToEigen(to.unit())), 1e-4);
-    ASSERT_LT(RotationDistance(turn, Quat::FromTwoVectors(ToEigen(from), ToEigen(to))), 1e-4);
-  }
-  ZoRotation3 same, none(0.5f, 0.5f, 0.5f, 0.5f);
-  same.setValue(ZoVector3(1, 1, 0), ZoVector3(2, 2, 0));
-  EXPECT_EQ(same, ZoRotation3());
-  none.setValue(ZoVector3(), ZoVector3(1, 0, 0));  // no direction: the identity
-  EXPECT_EQ(none, ZoRotation3());
-  for (ZoVector3 from : {ZoVector3(1, 0, 0), ZoVector3(0, 0, -3), ZoVector3(0.3f, -0.2f, 0.9f)}) {
-    ZoRotation3 half;
-    half.setValue(from, -from);
-    EXPECT_LT(Distance(half * from.unit(), -ToEigen(from.unit())), 1e-6);
-    EXPECT_EQ(half.w, 0.0f);  // a half turn
   }
 }
 
-// Directions a little apart from parallel and from opposite are where acos
-// and the half-angle form lose their digits.
-TEST(ZoLinearAlgebraRotations, FromToNearParallelAndOpposite) {
+// Directions of any lengths at any angle, and a little apart from parallel
+// and from opposite, where acos and the half-angle form lose their digits.
+TEST(ZoLinearAlgebraRotations, FromToAtAnyAngleAndNearParallelAndOpposite) {
   Random random(12);
   for (int i = 0; i < 400; ++i) {
-    Vec from = ToEigen(random.Vector()).normalized();
+    Vec from = ToEigen(random.Vector(10)).normalized();
     Vec axis = from.unitOrthogonal();
-    for (double apart : {0.0, 1e-6, 1e-4, 1e-2}) {
-      for (double angle : {apart, kPi - apart}) {
-        Vec to = Eigen::AngleAxisd(angle, axis) * from;
-        // `from` need not be unit; scaling it in float rounds it, so the
-        // oracle takes the scaled vector too.
-        ZoVector3 f = ZoVector3(static_cast<float>(from.x()), static_cast<float>(from.y()),
-                                static_cast<float>(from.z())) * 3.0f;
-        ZoVector3 t(static_cast<float>(to.x()), static_cast<float>(to.y()), static_cast<float>(to.z()));
-        ZoRotation3 turn;
-        turn.setValue(f, t);
-        Vec source = ToEigen(f).normalized(), target = ToEigen(t).normalized();
-        ASSERT_LT(Distance(turn * f.unit(), target), 1e-6) << angle;
-        // The axis is their common perpendicular: the shortest turn.
-        Vec axisPart(turn.x, turn.y, turn.z);
-        ASSERT_LT(std::fabs(axisPart.dot(source)), 1e-6) << angle;
-        ASSERT_LT(std::fabs(axisPart.dot(target)), 1e-6) << angle;
-        // Eigen's half-angle form itself loses digits closer to opposite.
-        if (source.dot(target) > -1.0 + 1e-8) {
-          ASSERT_LT(RotationDistance(turn, Quat::FromTwoVectors(source, target)), 1e-6) << angle;
-        }
+    double any = random.Uniform(0.01f, 3.13f);
+    for (double angle : {any, 0.0, 1e-6, 1e-4, 1e-2, kPi, kPi - 1e-6, kPi - 1e-4, kPi - 1e-2}) {
+      Vec to = Eigen::AngleAxisd(angle, axis) * from;
+      // Scaling in float rounds the directions, so the oracle takes the
+      // scaled vectors too.
+      ZoVector3 f = FromEigen(from) * 3.0f, t = FromEigen(to) * 0.5f;
+      ZoRotation3 turn;
+      turn.setValue(f, t);
+      Vec source = ToEigen(f).normalized(), target = ToEigen(t).normalized();
+      ASSERT_LT(Distance(turn * f.unit(), target), 1e-6) << angle;
+      // The axis is their common perpendicular: the shortest turn.
+      Vec axisPart(turn.x, turn.y, turn.z);
+      ASSERT_LT(std::fabs(axisPart.dot(source)), 1e-6) << angle;
+      ASSERT_LT(std::fabs(axisPart.dot(target)), 1e-6) << angle;
+      // Eigen's half-angle form itself loses digits closer to opposite.
+      if (source.dot(target) > -1.0 + 1e-8) {
+        ASSERT_LT(RotationDistance(turn, Quat::FromTwoVectors(source, target)), 1e-6) << angle;
       }
     }
   }
+  ZoRotation3 none(0.5f, 0.5f, 0.5f, 0.5f);
+  none.setValue(ZoVector3(), ZoVector3(1, 0, 0));  // no direction: the identity
+  EXPECT_EQ(none, ZoRotation3());
 }
 
 TEST(ZoLinearAlgebraRotations, SlerpMatchesEigenIncludingNearAndOppositeInputs) {
   Random random(3);
   for (int i = 0; i < 5000; ++i) {
-    ZoRotation3 a = random.Rotation();
-    ZoRotation3 b;
-    switch (i % 4) {
-      case 0: b = random.Rotation(); break;
-      case 1: {  // nearly equal, up to where a linear blend stops being good enough
-        ZoRotation3 small;
-        float angle = i % 8 == 1 ? random.Uniform(-1e-3f, 1e-3f) : random.Uniform(0.03f, 0.1f);
-        small.setValue(angle, random.Vector().unit());
-        b = a * small;
-        break;
-      }
-      case 2: b = a * -1.0f; break;  // the same rotation, other sign
-      default: {
-        b = random.Rotation() * -1.0f;
-        break;
-      }
-    }
+    // Unrelated; nearly equal, up to where a linear blend stops being good
+    // enough; the same rotation with the other sign; unrelated, other sign.
+    ZoRotation3 a = Rotation(random), b = Rotation(random), small;
+    small.setValue(i % 8 == 1 ? random.Uniform(-1e-3f, 1e-3f) : random.Uniform(0.03f, 0.1f), random.Vector(1).unit());
+    if (i % 4 == 1) b = a * small;
+    if (i % 4 == 2) b = a * -1.0f;
+    if (i % 4 == 3) b = b * -1.0f;
     float u = random.Uniform(0, 1);
     ZoRotation3 mine;
     mine.interpolate(a, b, u, 0);
@@ -201,7 +166,7 @@ TEST(ZoLinearAlgebraRotations, SlerpMatchesEigenIncludingNearAndOppositeInputs) 
     ASSERT_LT(RotationDistance(mine, expected), 1e-6) << i;
     ASSERT_NEAR(mine.dot(mine), 1.0f, 1e-5f);
   }
-  ZoRotation3 a = random.Rotation(), b = random.Rotation(), end;
+  ZoRotation3 a = Rotation(random), b = Rotation(random), end;
   end.interpolate(a, b, 0.0f, 0);
   EXPECT_LT(RotationDistance(end, ToEigen(a)), 1e-6);
   end.interpolate(a, b, 1.0f, 0);
@@ -244,8 +209,8 @@ TEST(ZoLinearAlgebraRotations, EulerAnglesAreRzRyRxAndRoundTrip) {
 TEST(ZoLinearAlgebraTransforms, CompositionInverseAndPointsMatchEigen) {
   Random random(6);
   for (int i = 0; i < 5000; ++i) {
-    ZoTransform3 a = random.Transform(), b = random.Transform();
-    ZoVector3 p = random.Vector();
+    ZoTransform3 a = Transform(random), b = Transform(random);
+    ZoVector3 p = random.Vector(10);
     Eigen::Isometry3d ea = ToEigen(a), eb = ToEigen(b);
     ASSERT_LT(Distance(a * p, ea * ToEigen(p)), 1e-4);
     ASSERT_LT(Distance((a * b) * p, ea * (eb * ToEigen(p))), 1e-4);
@@ -264,8 +229,8 @@ TEST(ZoLinearAlgebraTransforms, CompositionInverseAndPointsMatchEigen) {
 TEST(ZoLinearAlgebraMatrices, XformMatrixAgreesWithTheRotationItWasMadeFrom) {
   Random random(8);
   for (int i = 0; i < 2000; ++i) {
-    ZoRotation3 q = random.Rotation();
-    ZoVector3 t = random.Vector(), p = random.Vector();
+    ZoRotation3 q = Rotation(random);
+    ZoVector3 t = random.Vector(10), p = random.Vector(10);
     ZoXformMatrix3 m;
     m.setValue(q, t);
     Quat eq = ToEigen(q);
@@ -278,35 +243,32 @@ TEST(ZoLinearAlgebraMatrices, XformMatrixAgreesWithTheRotationItWasMadeFrom) {
   }
 }
 
-TEST(ZoLinearAlgebraMatrices, PrincipalAxesOfRandomSymmetricMatricesMatchEigen) {
+// Well separated eigenvalues, and repeated ones, where any orthonormal basis
+// of their space will do: the axes turn the matrix diagonal, largest first.
+TEST(ZoLinearAlgebraMatrices, PrincipalAxesOfRandomSymmetricMatricesDiagonalizeThem) {
   Random random(9);
+  double const repeated[][3] = {{4, 4, 1}, {4, 1, 1}, {2, 2, 2}, {4 + 1e-4, 4, 1}};
   for (int i = 0; i < 2000; ++i) {
-    double l[3] = {random.Uniform(10, 20), random.Uniform(4, 8), random.Uniform(-3, 2)};  // well separated
+    double const separated[3] = {random.Uniform(10, 20), random.Uniform(4, 8), random.Uniform(-3, 2)};
+    double const* l = i % 5 == 0 ? repeated[i / 5 % 4] : separated;
     ZoMatrix3 m;
-    Eigen::Matrix3d sym = Symmetric(random.Rotation(), l, m);
+    Eigen::Matrix3d sym = Symmetric(Rotation(random), l, m);
     ZoXformMatrix3 axes;
     ZoVector3 values;
     m.principalAxis(axes, values);
-    Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(sym);
-    ASSERT_NEAR(values.x, solver.eigenvalues()(2), 1e-4);
-    ASSERT_NEAR(values.y, solver.eigenvalues()(1), 1e-4);
-    ASSERT_NEAR(values.z, solver.eigenvalues()(0), 1e-4);
-    ASSERT_NEAR(axes.determinant(), 1.0f, 1e-5f);
-    for (int column = 0; column < 3; ++column) {
-      Vec mine = ToEigen(axes.getColumn(column));
-      Vec theirs = solver.eigenvectors().col(2 - column);  // Eigen sorts ascending
-      ASSERT_LT(std::min((mine - theirs).norm(), (mine + theirs).norm()), 1e-4) << i << " column " << column;
-    }
+    Eigen::Matrix3d rebuilt;
+    for (int row = 0; row < 3; ++row)
+      for (int col = 0; col < 3; ++col) rebuilt(row, col) = axes.m[row][col];
+    Eigen::Matrix3d diag = rebuilt.transpose() * sym * rebuilt;
+    ASSERT_LT((diag - Vec(l[0], l[1], l[2]).asDiagonal().toDenseMatrix()).cwiseAbs().maxCoeff(), 1e-4) << i;
+    ASSERT_LT(Distance(values, Vec(l[0], l[1], l[2])), 1e-4) << i;
+    ASSERT_NEAR(axes.determinant(), 1.0f, 1e-5f) << i;
   }
-}
-
-TEST(ZoLinearAlgebraMatrices, PrincipalAxesOfDegenerateMatrices) {
   ZoXformMatrix3 axes;
   ZoVector3 values;
   ZoMatrix3().principalAxis(axes, values);
   EXPECT_EQ(values, ZoVector3());
   EXPECT_NEAR(axes.determinant(), 1.0f, 1e-6f);
-
   ZoMatrix3 diagonal;
   diagonal(0, 0) = 1;
   diagonal(1, 1) = 5;
@@ -316,27 +278,6 @@ TEST(ZoLinearAlgebraMatrices, PrincipalAxesOfDegenerateMatrices) {
   EXPECT_EQ(std::fabs(axes.getColumn(0).y), 1.0f);
   EXPECT_EQ(std::fabs(axes.getColumn(1).z), 1.0f);
   EXPECT_NEAR(axes.determinant(), 1.0f, 1e-6f);
-
-  // Repeated eigenvalues: any orthonormal basis of their space will do.
-  Random random(10);
-  double const spectra[][3] = {{4, 4, 1}, {4, 1, 1}, {2, 2, 2}, {4 + 1e-4, 4, 1}};
-  for (int i = 0; i < 400; ++i) {
-    double const* l = spectra[i % 4];
-    ZoMatrix3 m;
-    Eigen::Matrix3d sym = Symmetric(random.Rotation(), l, m);
-    m.principalAxis(axes, values);
-    Eigen::Matrix3d rebuilt;
-    for (int row = 0; row < 3; ++row)
-      for (int col = 0; col < 3; ++col) rebuilt(row, col) = axes.m[row][col];
-    Eigen::Matrix3d diag = rebuilt.transpose() * sym * rebuilt;
-    ASSERT_NEAR(diag(0, 0), l[0], 1e-4);
-    ASSERT_NEAR(diag(1, 1), l[1], 1e-4);
-    ASSERT_NEAR(diag(2, 2), l[2], 1e-4);
-    ASSERT_NEAR(values.x, l[0], 1e-4);
-    ASSERT_NEAR(values.z, l[2], 1e-4);
-    ASSERT_NEAR(std::fabs(diag(0, 1)) + std::fabs(diag(0, 2)) + std::fabs(diag(1, 2)), 0, 1e-4);
-    ASSERT_NEAR(axes.determinant(), 1.0f, 1e-5f);
-  }
 }
 
 TEST(ZoLinearAlgebraSmallTypes, Vector2AndTransform2) {

@@ -7,7 +7,6 @@
 #include <zoactor/foundation/ZoLogger.h>
 #include <zoactor/foundation/ZoMessageHandler.h>
 #include <zoactor/foundation/ZoPlatform.h>
-#include <zoactor/foundation/ZoStringList.h>
 
 #include "support/ZoTestSupport.h"
 
@@ -35,14 +34,6 @@ class InFolder {
  private:
   std::filesystem::path saved;
 };
-
-std::vector<std::string> Names(ZoStringList const& list) {
-  std::vector<std::string> names;
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor))
-    names.push_back(static_cast<ZoString*>(item)->c_str());
-  return names;
-}
 
 }  // namespace
 
@@ -101,7 +92,7 @@ TEST(ZoPlatformPaths, ListRenameAndDelete) {
   InFolder inside(temp.path());
   ZoStringList found;
   EXPECT_EQ(ZoPlatform::ListFolder("SKILLS", "*.skl", found), 2);
-  EXPECT_EQ(Names(found), (std::vector<std::string>{"Walk.skl", "run.SKL"}));
+  EXPECT_EQ(zotest::Texts(found), (std::vector<std::string>{"Walk.skl", "run.SKL"}));
   EXPECT_EQ(ZoPlatform::ListFolder("Nowhere", "*", found), -1);
   EXPECT_TRUE(ZoPlatform::Rename("skills\\WALK.SKL", "Skills\\Stroll.skl"));
   EXPECT_TRUE(std::filesystem::exists(temp / "Skills/Stroll.skl"));
@@ -144,24 +135,8 @@ TEST(ZoPlatformFiles, CopyFolderCarriesFilesAndSubFolders) {
 
 // --- Process-wide services --------------------------------------------------------
 
-namespace {
-
-class CountedAi : public ZoAi {
- public:
-  int32_t references = 1;
-  int GetInterfaceName(char* buffer, int size, int& major, int& minor) override {
-    major = 1;
-    minor = 0;
-    return std::snprintf(buffer, static_cast<size_t>(size), "Counted");
-  }
-  int32_t AddRef() override { return ++references; }
-  int32_t Release() override { return --references; }
-};
-
-}  // namespace
-
 TEST(ZoServices, InterfaceRegistryBorrowsAndMatchesExactly) {
-  CountedAi engine;
+  zotest::CountingAi engine;
   EXPECT_EQ(ZoInterfaceRegistry::Register("Engine", &engine), 1);
   EXPECT_EQ(ZoInterfaceRegistry::Register("", &engine), 0);
   ZoAi* found = nullptr;
@@ -176,33 +151,24 @@ TEST(ZoServices, InterfaceRegistryBorrowsAndMatchesExactly) {
 }
 
 TEST(ZoServices, LoggerAndMessageHandlerReachInstalledSinks) {
-  struct Seen {
-    std::string text;
-    int count = 0;
-  } seen;
+  std::string seen;
   ZoLogger::SetSink(
       [](int level, ZoString const& caption, ZoString const& subject, ZoString const& message, void* context) {
-        auto* s = static_cast<Seen*>(context);
-        s->text = std::to_string(level) + "|" + caption.c_str() + "|" + subject.c_str() + "|" + message.c_str();
-        ++s->count;
+        *static_cast<std::string*>(context) +=
+            std::to_string(level) + "|" + caption.c_str() + "|" + subject.c_str() + "|" + message.c_str() + "\n";
       },
       &seen);
   ZoLogger::Log(0, "Orvanta", "Hero", "could not save");
-  EXPECT_EQ(seen.text, "0|Orvanta|Hero|could not save");
   ZoLogger::SetSink(nullptr, nullptr);
-
   ZoMessageHandler::Set(
       [](ZoString const& text, ZoString const& caption, int, void* context) {
-        auto* s = static_cast<Seen*>(context);
-        s->text = std::string(caption.c_str()) + ": " + text.c_str();
-        ++s->count;
+        *static_cast<std::string*>(context) += std::string(caption.c_str()) + ": " + text.c_str() + "\n";
         return 7;
       },
       &seen);
   EXPECT_EQ(ZoMessageHandler::Show("Unable to load ProtoActor: Hero", "Sequence", 0), 7);
-  EXPECT_EQ(seen.text, "Sequence: Unable to load ProtoActor: Hero");
-  EXPECT_EQ(seen.count, 2);
   ZoMessageHandler::Set(nullptr, nullptr);
+  EXPECT_EQ(seen, "0|Orvanta|Hero|could not save\nSequence: Unable to load ProtoActor: Hero\n");
 }
 
 TEST(ZoServices, CriticalSectionIsReentrantAndExcludesOtherThreads) {

@@ -34,32 +34,11 @@ TEST(ZoStringSharing, EmptyStringsShareTheNullRepresentation) {
   text = NULL_STRING;
   EXPECT_EQ(text.Ref(), &ZoString::zosrNullInitializer);
   EXPECT_STREQ(text, "");
-}
-
-TEST(ZoStringText, EqualityWithCharacterPointers) {
-  char const* walk = "walk";
-  char const* none = nullptr;
-  ZoString s("walk");
-  EXPECT_TRUE(s == walk);
-  EXPECT_TRUE(walk == s);
-  EXPECT_FALSE(s != walk);
-  EXPECT_FALSE(s == "walks");
-  EXPECT_FALSE(s == "wal");
-  EXPECT_TRUE("Walk" != s);
-  EXPECT_FALSE(s == none);  // a null pointer equals only the empty string
-  EXPECT_FALSE(s == "");
-  EXPECT_TRUE(ZoString() == none);
-  EXPECT_TRUE(ZoString() == "");
-  EXPECT_FALSE(ZoString() == walk);
-}
-
-TEST(ZoStringSharing, UpperCasingTheNullStringGivesAPrivateEmptyRepresentation) {
-  ZoString empty;
-  empty.ToUpper();
-  EXPECT_NE(empty.Ref(), &ZoString::zosrNullInitializer);
-  EXPECT_GE(empty.Ref()->Capacity(), ZoStringRef::nNumPadChars);
-  EXPECT_EQ(empty.Length(), 0);
-  EXPECT_TRUE(empty == NULL_STRING);
+  // Upper-casing the null string gives it a private empty representation.
+  a.ToUpper();
+  EXPECT_NE(a.Ref(), &ZoString::zosrNullInitializer);
+  EXPECT_GE(a.Ref()->Capacity(), ZoStringRef::nNumPadChars);
+  EXPECT_TRUE(a == NULL_STRING);
 }
 
 TEST(ZoStringSharing, AppendingAStringToItselfAndToItsOwnPieces) {
@@ -90,14 +69,28 @@ TEST(ZoStringSharing, CopiesAcrossThreadsKeepCountsRight) {
   EXPECT_EQ(shared.Ref()->RefCount(), 1);
 }
 
-TEST(ZoStringText, CompareOrdersByUnsignedBytes) {
-  EXPECT_LT(ZoString("abc").Compare(ZoString("abd")), 0);
-  EXPECT_GT(ZoString("abd").Compare(ZoString("abc")), 0);
-  EXPECT_EQ(ZoString("abc").Compare(ZoString("abc")), 0);
-  EXPECT_LT(ZoString("ab").Compare(ZoString("abc")), 0);
-  EXPECT_LT(ZoString().Compare(ZoString("a")), 0);
-  EXPECT_LT(ZoString("z").Compare(ZoString("\xE9")), 0);  // 0xE9 sorts after 'z'
-  EXPECT_LT(ZoString("B").Compare(ZoString("a")), 0);     // case-sensitive
+// Equality with strings and character pointers (a null pointer equals only
+// the empty string), and an order by unsigned bytes, case-sensitive.
+TEST(ZoStringText, EqualityAndOrder) {
+  struct Case {
+    char const* a;
+    char const* b;
+    int order;
+  } const cases[] = {
+      {"walk", "walk", 0}, {"walk", "walks", -1}, {"walk", "wal", 1},   {"Walk", "walk", -1}, {"walk", nullptr, 1},
+      {"walk", "", 1},     {"", nullptr, 0},      {"", "", 0},         {"", "a", -1},        {"z", "\xE9", -1},
+      {"B", "a", -1},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(std::string(c.a) + " vs " + (c.b != nullptr ? c.b : "null"));
+    ZoString a(c.a);
+    EXPECT_EQ(a == c.b, c.order == 0);
+    EXPECT_EQ(c.b == a, c.order == 0);
+    EXPECT_EQ(a != c.b, c.order != 0);
+    EXPECT_EQ(c.b != a, c.order != 0);
+    int order = a.Compare(ZoString(c.b));
+    EXPECT_EQ((order > 0) - (order < 0), c.order);
+  }
   EXPECT_EQ(ZoString("Walk").CompareNoCase(ZoString("WALK")), 0);
   EXPECT_TRUE(ZoString("Walk").EqualsNoCase(ZoString("wALK")));
   EXPECT_FALSE(ZoString("Walk").EqualsNoCase(ZoString("Walks")));

@@ -14,7 +14,6 @@
 #include <random>
 #include <vector>
 
-using zogeotest::ExpectSameSet;
 using zogeotest::ReadBody;
 using zotest::Body;
 using zotest::ByteBuilder;
@@ -57,73 +56,51 @@ void CheckTree(ZoColModel const& model) {
   ASSERT_EQ(model.GetNumSpheres(), n == 1 ? 1 : n - 1);
   ZoLeafNode const* leaves = model.GetLeaves();
   ZoSphereNode const* spheres = model.GetRoot();
-  ASSERT_NE(leaves, nullptr);
-  ASSERT_NE(spheres, nullptr);
+  ASSERT_TRUE(leaves != nullptr && spheres != nullptr);
   float scale = 1.0f;
   for (int v = 0; v < set->GetNumVertices(); ++v) scale = std::max(scale, set->Vertex(v).length());
   // Rounding of single-precision coordinates up to `scale`.
-  float const tolerance = 2e-5f * scale;
-  float const sameSphere = 2e-6f * scale;
+  float const tolerance = 2e-5f * scale, sameSphere = 2e-6f * scale;
+  auto holdsCorners = [&](ZoNode const& node, int i) {
+    for (int c = 0; c < 3; ++c)
+      if ((set->Vertex(set->Triangle(i)[c]) - node.center).length() > node.radius + tolerance) return false;
+    return true;
+  };
 
   // Leaf i bounds triangle i and names it.
   for (int i = 0; i < n; ++i) {
     ASSERT_EQ(leaves[i].type, 0u);
     ASSERT_EQ(leaves[i].index, static_cast<uint32_t>(i));
-    for (int c = 0; c < 3; ++c)
-      EXPECT_LE((set->Vertex(set->Triangle(i)[c]) - leaves[i].center).length(), leaves[i].radius + tolerance);
+    EXPECT_TRUE(holdsCorners(leaves[i], i)) << "leaf " << i;
   }
   if (n == 1) {  // one sphere node over leaf 0, with the leaf's sphere
     EXPECT_EQ(model.GetDepth(), 1);
-    EXPECT_EQ(spheres[0].left, 0u);
-    EXPECT_EQ(spheres[0].right, 0u);
-    EXPECT_EQ(spheres[0].center, leaves[0].center);
-    EXPECT_EQ(spheres[0].radius, leaves[0].radius);
+    EXPECT_EQ(spheres[0].left | spheres[0].right, 0u);
+    EXPECT_TRUE(spheres[0].center == leaves[0].center && spheres[0].radius == leaves[0].radius);
     return;
   }
-
-  // Parents, pre-order numbering, every node reached once, the depth.
-  std::vector<int> leafParent(n, -1), sphereParent(n - 1, -1), sphereLevel(n - 1, 0);
-  int height = 0;
+  // Sphere nodes numbered in pre-order, every leaf reached once, the depth.
+  std::vector<uint32_t> links;
   for (int k = 0; k < n - 1; ++k) {
     ASSERT_EQ(spheres[k].type, 1u);
+    links.insert(links.end(), {spheres[k].left, spheres[k].right});
+  }
+  ASSERT_TRUE(zogeotest::WalkAccepts(links, n, model.GetDepth()));
+
+  // Every sphere holds every corner of its subtree (children come later in
+  // pre-order). No sphere is larger than the merge of its children; one
+  // that took the merge holds both children's spheres.
+  std::vector<std::vector<int>> below(static_cast<size_t>(n - 1));
+  int tookMerge = 0;
+  for (int k = n - 2; k >= 0; --k) {
     for (uint32_t child : {spheres[k].left, spheres[k].right}) {
       uint32_t index = ZoSphereNode::ReferenceIndex(child);
-      if (ZoSphereNode::IsSphereReference(child)) {
-        ASSERT_GT(index, static_cast<uint32_t>(k)) << "a child sphere comes later in pre-order";
-        ASSERT_LT(index, static_cast<uint32_t>(n - 1));
-        ASSERT_EQ(sphereParent[index], -1) << "shared sphere node";
-        sphereParent[index] = k;
-      } else {
-        ASSERT_LT(index, static_cast<uint32_t>(n));
-        ASSERT_EQ(leafParent[index], -1) << "shared leaf";
-        leafParent[index] = k;
-      }
+      if (ZoSphereNode::IsSphereReference(child))
+        below[k].insert(below[k].end(), below[index].begin(), below[index].end());
+      else
+        below[k].push_back(static_cast<int>(index));
     }
-    if (ZoSphereNode::IsSphereReference(spheres[k].left)) {
-      EXPECT_EQ(ZoSphereNode::ReferenceIndex(spheres[k].left), static_cast<uint32_t>(k + 1)) << "pre-order";
-    }
-  }
-  for (int k = 1; k < n - 1; ++k) {
-    ASSERT_NE(sphereParent[k], -1) << "unreached sphere " << k;
-    sphereLevel[k] = sphereLevel[sphereParent[k]] + 1;  // parents precede children
-  }
-  for (int i = 0; i < n; ++i) {
-    ASSERT_NE(leafParent[i], -1) << "unreached leaf " << i;
-    height = std::max(height, sphereLevel[leafParent[i]] + 2);
-  }
-  EXPECT_EQ(model.GetDepth(), height);
-
-  // Every sphere holds every corner of its subtree.
-  for (int i = 0; i < n; ++i)
-    for (int k = leafParent[i]; k != -1; k = sphereParent[k])
-      for (int c = 0; c < 3; ++c)
-        ASSERT_LE((set->Vertex(set->Triangle(i)[c]) - spheres[k].center).length(), spheres[k].radius + tolerance)
-            << "sphere " << k << " misses a corner of triangle " << i;
-
-  // No sphere is larger than the merge of its children; one that took the
-  // merge holds both children's spheres.
-  int tookMerge = 0;
-  for (int k = 0; k < n - 1; ++k) {
+    for (int i : below[k]) ASSERT_TRUE(holdsCorners(spheres[k], i)) << "sphere " << k << " misses triangle " << i;
     ZoNode const* left = model.GetNode(spheres[k].left);
     ZoNode const* right = model.GetNode(spheres[k].right);
     ZoVector3 center;
@@ -163,26 +140,25 @@ std::vector<Triple> TriangleMultiset(ZoTriangleSet const& set) {
 }  // namespace
 
 TEST(ZoColModelLeaves, BoundTriangle) {
-  ZoVector3 center;
-  float radius = 0;
-  ZoVector3 const right[3] = {{0, 0, 0}, {2, 0, 0}, {0, 2, 0}};
-  OpenModel::BoundTriangle(right, center, radius);
-  ExpectNear(center, ZoVector3(1, 1, 0));
-  EXPECT_NEAR(radius, std::sqrt(2.0f), 1e-6f);
-  // Obtuse at each corner in turn: the midpoint of the opposite edge.
-  ZoVector3 const obtuse[3][3] = {{{-3, 0, 0}, {3, 0, 0}, {0, 1, 0}},
-                                  {{0, 1, 0}, {-3, 0, 0}, {3, 0, 0}},
-                                  {{3, 0, 0}, {0, 1, 0}, {-3, 0, 0}}};
-  for (auto const& triangle : obtuse) {
-    OpenModel::BoundTriangle(triangle, center, radius);
-    ExpectNear(center, ZoVector3(0, 0, 0));
-    EXPECT_NEAR(radius, 3.0f, 1e-6f);
+  float const h = std::sqrt(3.0f);
+  struct Case {
+    ZoVector3 corners[3], center;
+    float radius;
+  } const cases[] = {
+      {{{0, 0, 0}, {2, 0, 0}, {0, 2, 0}}, {1, 1, 0}, std::sqrt(2.0f)},  // right: the hypotenuse's midpoint
+      // Obtuse at each corner in turn: the midpoint of the opposite edge.
+      {{{-3, 0, 0}, {3, 0, 0}, {0, 1, 0}}, {0, 0, 0}, 3.0f},
+      {{{0, 1, 0}, {-3, 0, 0}, {3, 0, 0}}, {0, 0, 0}, 3.0f},
+      {{{3, 0, 0}, {0, 1, 0}, {-3, 0, 0}}, {0, 0, 0}, 3.0f},
+      {{{-1, 0, 5}, {1, 0, 5}, {0, h, 5}}, {0, h / 3, 5}, 2 * h / 3},  // acute: the circumcentre
+  };
+  for (Case const& c : cases) {
+    ZoVector3 center;
+    float radius = 0;
+    OpenModel::BoundTriangle(c.corners, center, radius);
+    ExpectNear(center, c.center);
+    EXPECT_NEAR(radius, c.radius, 1e-5f);
   }
-  float h = std::sqrt(3.0f);
-  ZoVector3 const equilateral[3] = {{-1, 0, 5}, {1, 0, 5}, {0, h, 5}};
-  OpenModel::BoundTriangle(equilateral, center, radius);
-  ExpectNear(center, ZoVector3(0, h / 3, 5));
-  EXPECT_NEAR(radius, 2 * h / 3, 1e-5f);
 }
 
 TEST(ZoColModelBuild, InvariantsOnRandomMeshes) {
@@ -217,10 +193,8 @@ TEST(ZoColModelBuild, CleansAndSkipsWhatItCannotBuild) {
   // Degenerate triangles and unused vertices go; the rest gets a tree.
   auto* set = new ZoTriangleSet;
   set->Create(ZoTriSetIndexed, 0, 3, 6, 0);
-  set->Vertex(1) = ZoVector3(1, 0, 0);
-  set->Vertex(2) = ZoVector3(0, 1, 0);
-  set->Vertex(3) = ZoVector3(0, 0, 1);
-  set->Vertex(4) = ZoVector3(7, 7, 7);  // unused
+  ZoVector3 const points[5] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {7, 7, 7}};  // 4 unused
+  std::copy(points, points + 5, &set->Vertex(0));
   set->Triangle(0).Set(0, 1, 2);
   set->Triangle(1).Set(0, 1, 1);  // degenerate
   set->Triangle(2).Set(0, 3, 5);  // 5 is at the origin: degenerate
@@ -371,12 +345,11 @@ TEST(ZoColModelOwnership, UserDataSetsAndCopies) {
     std::mt19937 random(6);
     model.SetTriangleSet(zogeotest::RandomSoup(random, 20));
     model.UpdateSphereTree();
-    ZoColModel copy(model);
+    ZoColModel copy(model);  // the same set, and a tree built again
     EXPECT_EQ(copy.GetUserData(), nullptr);
     EXPECT_NE(copy.GetTriangleSet(), model.GetTriangleSet());
-    ExpectSameSet(*copy.GetTriangleSet(), *model.GetTriangleSet());
+    zogeotest::ExpectSameSet(*copy.GetTriangleSet(), *model.GetTriangleSet());
     CheckTree(copy);
-    EXPECT_EQ(copy.GetDepth(), model.GetDepth());
 
     ZoColModel assigned;
     assigned.SetUserData(&first);
@@ -439,59 +412,46 @@ TEST(ZoColModelStream, BodyByteForByteAtEachVersion) {
               (c1 == ZoVector3(1, 1, 0) && c0 == ZoVector3(11, 0, 1)));
   EXPECT_EQ(model.GetRoot()->left, 0u);
   EXPECT_EQ(model.GetRoot()->right, 1u);
-  size_t setSize = Body(*set).size();
-  ASSERT_EQ(setSize, 24u + 72u + 24u);  // 6 header ints, 6 vertices, 2 triangles
+  ZoColModel nine;
+  std::mt19937 random(14);
+  nine.SetTriangleSet(zogeotest::RandomSoup(random, 9));
+  nine.UpdateSphereTree();
 
-  for (int32_t version : {106, 105, 101, 100}) {
-    SCOPED_TRACE(version);
-    zotest::Bytes expected = HandBuiltBody(model, version);
-    size_t record = version == 100 ? 16 : 20;
-    EXPECT_EQ(expected.size(), 4 + setSize + 4 + 2 * record + (record + 8) + (version >= 106 ? 40 : 0));
-    EXPECT_EQ(Body(model, version), expected);
-
-    ZoColModel back;
-    ASSERT_EQ(ReadBody(back, expected, version), ZoStreamOk);
-    ExpectSameSet(*back.GetTriangleSet(), *set);
-    EXPECT_EQ(back.GetDepth(), 2);
-    for (int i = 0; i < 2; ++i) {
-      EXPECT_EQ(back.GetLeaves()[i].center, model.GetLeaves()[i].center);
-      EXPECT_EQ(back.GetLeaves()[i].index, static_cast<uint32_t>(i));
-      EXPECT_EQ(back.GetLeaves()[i].radius, version == 100 ? 0.0f : model.GetLeaves()[i].radius);
+  for (ZoColModel const* built : {&model, &nine})
+    for (int32_t version : {106, 105, 101, 100}) {
+      SCOPED_TRACE(testing::Message() << built->GetNumLeaves() << " leaves, version " << version);
+      zotest::Bytes expected = HandBuiltBody(*built, version);
+      EXPECT_EQ(Body(*built, version), expected);
+      ZoColModel back;
+      ASSERT_EQ(ReadBody(back, expected, version), ZoStreamOk);
+      EXPECT_EQ(Body(back, version), expected);  // written again: the same bytes
+      // Version 100 stores no radius, versions below 106 no oriented box,
+      // and none the axis-aligned box.
+      for (int i = 0; version == 100 && i < back.GetNumLeaves(); ++i) EXPECT_EQ(back.GetLeaves()[i].radius, 0.0f);
+      for (int k = 0; version == 100 && k < back.GetNumSpheres(); ++k) EXPECT_EQ(back.GetRoot()[k].radius, 0.0f);
+      EXPECT_EQ(back.OrientedBox().size, version >= 106 ? built->OrientedBox().size : ZoVector3());
+      ZoVector3 lo(1, 1, 1), hi(1, 1, 1);
+      back.GetBoundingBox(lo, hi);
+      EXPECT_EQ(lo, ZoVector3());
+      EXPECT_EQ(hi, ZoVector3());
     }
-    EXPECT_EQ(back.GetRoot()->left, model.GetRoot()->left);
-    EXPECT_EQ(back.GetRoot()->right, model.GetRoot()->right);
-    EXPECT_EQ(back.OrientedBox().size, version >= 106 ? model.OrientedBox().size : ZoVector3());
-    EXPECT_TRUE(version < 106 || back.OrientedBox().transform == model.OrientedBox().transform);
-    // The axis-aligned box is not stored.
-    ZoVector3 lo(1, 1, 1), hi(1, 1, 1);
-    back.GetBoundingBox(lo, hi);
-    EXPECT_EQ(lo, ZoVector3());
-    EXPECT_EQ(hi, ZoVector3());
-    EXPECT_EQ(Body(back, version), expected);  // written again: the same bytes
-  }
 }
 
-TEST(ZoColModelStream, LargeTreesReadBackWhole) {
+TEST(ZoColModelStream, ALargeTreeReadsBackWholeAndAStaleOneIsNotWritten) {
   std::mt19937 random(77);
-  for (int n : {1, 3, 500}) {
-    ZoColModel model;
-    model.SetTriangleSet(zogeotest::RandomSoup(random, n));
-    model.UpdateSphereTree();
-    zotest::Bytes bytes = Body(model);
-    ZoColModel back;
-    ASSERT_EQ(ReadBody(back, bytes), ZoStreamOk);
-    CheckTree(back);
-    EXPECT_EQ(Body(back), bytes);
-
-    // A model without a tree writes depth 0 after its set.
-    model.DeleteSphereTree();
-    EXPECT_EQ(Body(model), ByteBuilder().i32(1).append(Body(*model.GetTriangleSet())).i32(0).get());
-    // An edited set no longer matches its tree: written without one.
-    model.UpdateSphereTree();
-    if (n > 1) {
-      ZoTriangleSet* set = model.GetTriangleSet();
-      set->Create(ZoTriSetIndexed, 0, 1, 3, 0);
-      EXPECT_EQ(Body(model), ByteBuilder().i32(1).append(Body(*set)).i32(0).get());
-    }
-  }
+  ZoColModel model;
+  model.SetTriangleSet(zogeotest::RandomSoup(random, 500));
+  model.UpdateSphereTree();
+  zotest::Bytes bytes = Body(model);
+  ZoColModel back;
+  ASSERT_EQ(ReadBody(back, bytes), ZoStreamOk);
+  CheckTree(back);
+  EXPECT_EQ(Body(back), bytes);
+  // An edited set no longer matches its tree: written as a model without
+  // one, depth 0 after the set.
+  ZoTriangleSet* set = model.GetTriangleSet();
+  set->Create(ZoTriSetIndexed, 0, 1, 3, 0);
+  EXPECT_EQ(Body(model), ByteBuilder().i32(1).append(Body(*set)).i32(0).get());
+  model.DeleteSphereTree();
+  EXPECT_EQ(Body(model), ByteBuilder().i32(1).append(Body(*set)).i32(0).get());
 }

@@ -1,5 +1,5 @@
 // Helpers for the geometry tests: bodies read back, random meshes,
-// field-by-field comparison of triangle sets, a fake hook manager and a
+// comparison of triangle sets, a fake hook manager and a
 // fake user-data object.
 #ifndef ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
 #define ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <random>
@@ -84,29 +85,36 @@ inline ZoTriangleSet* RandomGrid(std::mt19937& random, int rows, int columns) {
   return set;
 }
 
-// Field-by-field equality of two sets (materials compared by their bodies).
+// Equality of two sets through their bodies: every stored array by its
+// flag, the counts, the type and the materials.
 inline void ExpectSameSet(ZoTriangleSet const& a, ZoTriangleSet const& b) {
-  ASSERT_EQ(a.GetType(), b.GetType());
-  ASSERT_EQ(a.GetFlags(), b.GetFlags());
-  ASSERT_EQ(a.GetNumVertices(), b.GetNumVertices());
-  ASSERT_EQ(a.GetNumTriangles(), b.GetNumTriangles());
-  ASSERT_EQ(a.GetNumTexturesPerVertex(), b.GetNumTexturesPerVertex());
-  ASSERT_EQ(a.GetNumMaterials(), b.GetNumMaterials());
-  int flags = a.GetFlags();
-  for (int v = 0; v < a.GetNumVertices(); ++v) {
-    EXPECT_EQ(a.Vertex(v), b.Vertex(v)) << "vertex " << v;
-    EXPECT_TRUE(!(flags & ZoTriSetNormals) || a.Normal(v) == b.Normal(v)) << "normal " << v;
-    EXPECT_TRUE(!(flags & ZoTriSetColors) || a.Color(v) == b.Color(v)) << "colour " << v;
-    for (int j = 0; (flags & ZoTriSetTextures) && j < a.GetNumTexturesPerVertex(); ++j) {
-      EXPECT_EQ(a.TextureVertex(v, j).u, b.TextureVertex(v, j).u);
-      EXPECT_EQ(a.TextureVertex(v, j).v, b.TextureVertex(v, j).v);
+  EXPECT_EQ(zotest::Hex(zotest::Body(a)), zotest::Hex(zotest::Body(b)));
+}
+
+// Whether a walk from the root accepts the links: sphere nodes met in
+// pre-order as 0, 1, 2, ..., every leaf once, the deepest leaf at `depth`.
+inline bool WalkAccepts(std::vector<uint32_t> const& links, int leaves, int depth) {
+  int spheres = static_cast<int>(links.size() / 2);
+  std::vector<int> seen(static_cast<size_t>(leaves), 0);
+  int expected = 0, height = 0;
+  bool ok = true;
+  auto walk = [&](auto&& self, uint32_t reference, int level) -> void {
+    if (!ok) return;
+    uint32_t index = ZoSphereNode::ReferenceIndex(reference);
+    if (!ZoSphereNode::IsSphereReference(reference)) {
+      ok = index < static_cast<uint32_t>(leaves) && seen[index]++ == 0;
+      height = std::max(height, level + 1);
+      return;
     }
-  }
-  for (int i = 0; a.GetType() == ZoTriSetIndexed && i < a.GetNumTriangles(); ++i)
-    for (int c = 0; c < 3; ++c) EXPECT_EQ(a.Triangle(i)[c], b.Triangle(i)[c]) << "triangle " << i;
-  for (int i = 0; (flags & ZoTriSetMaterialIndices) && i < a.GetNumTriangles(); ++i)
-    EXPECT_EQ(a.MaterialIndex(i), b.MaterialIndex(i));
-  for (int m = 0; m < a.GetNumMaterials(); ++m) EXPECT_EQ(zotest::Body(a.Material(m)), zotest::Body(b.Material(m)));
+    ok = static_cast<int>(index) == expected && expected < spheres;
+    if (!ok) return;
+    ++expected;
+    self(self, links[2 * index], level + 1);
+    self(self, links[2 * index + 1], level + 1);
+  };
+  walk(walk, ZoSphereNode::SphereReference(0), 0);
+  for (int s : seen) ok = ok && s == 1;
+  return ok && expected == spheres && height == depth;
 }
 
 // A hook manager registered while alive: records the requests it gets and

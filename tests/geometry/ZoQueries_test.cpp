@@ -57,63 +57,51 @@ Eigen::Matrix3d MatrixOf(ZoRotation3 const& q) {
 
 }  // namespace
 
+// A direction need not be unit: t is measured along it. A miss leaves t as
+// it was, or hands back the plane parameter when the plane is crossed.
 TEST(ZoRayTriangle, HitsMissesAndTheParameter) {
-  Triangles t(4);
+  Triangles t(3);
   int tri = t.Add({0, 0, 0}, {4, 0, 0}, {0, 4, 0}, 0);  // faces +z, one-sided material
-  ZoVector3 down(0, 0, -2);                             // not unit: t is measured along it
-  float param = 100;
-  EXPECT_TRUE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 5), down, param, 1));
-  EXPECT_FLOAT_EQ(param, 2.5f);
-
-  // From the back: refused only with the cull flag on a one-sided material.
-  ZoVector3 up(0, 0, 1);
-  param = 100;
-  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, -3), up, param, 1));
-  EXPECT_EQ(param, 100.0f);
-  EXPECT_TRUE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, -3), up, param, 0));
-  EXPECT_FLOAT_EQ(param, 3.0f);
-  int twoSided = t.Add({0, 0, 0}, {4, 0, 0}, {0, 4, 0}, 1);
-  param = 100;
-  EXPECT_TRUE(t.set.CheckRayIntersection(twoSided, ZoVector3(1, 1, -3), up, param, 1));
-
-  // Edges and corners count.
-  for (ZoVector3 at : {ZoVector3(2, 0, 0), ZoVector3(0, 2, 0), ZoVector3(2, 2, 0), ZoVector3(0, 0, 0),
-                       ZoVector3(4, 0, 0), ZoVector3(0, 4, 0)}) {
-    param = 100;
-    EXPECT_TRUE(t.set.CheckRayIntersection(tri, at + ZoVector3(0, 0, 1), ZoVector3(0, 0, -1), param, 0))
-        << at.x << "," << at.y;
+  t.Add({0, 0, 0}, {4, 0, 0}, {0, 4, 0}, 1);            // the same, two-sided
+  t.Add({0, 0, 0}, {0, 0, 3}, {3, 0, 0});               // in the xz-plane: the first edge has no extent in x
+  struct Case {
+    char const* name;
+    int triangle;
+    ZoVector3 origin, direction;
+    int cull;
+    float before;  // the best t so far
+    bool hit;
+    float after;
+  } const cases[] = {
+      {"from the front", 0, {1, 1, 5}, {0, 0, -2}, 1, 100, true, 2.5f},
+      {"from the back, culled", 0, {1, 1, -3}, {0, 0, 1}, 1, 100, false, 100},
+      {"from the back, not culled", 0, {1, 1, -3}, {0, 0, 1}, 0, 100, true, 3},
+      {"from the back of a two-sided material", 1, {1, 1, -3}, {0, 0, 1}, 1, 100, true, 3},
+      {"edge PQ", 0, {2, 0, 1}, {0, 0, -1}, 0, 100, true, 1},
+      {"edge QR", 0, {2, 2, 1}, {0, 0, -1}, 0, 100, true, 1},
+      {"edge RP", 0, {0, 2, 1}, {0, 0, -1}, 0, 100, true, 1},
+      {"corner P", 0, {0, 0, 1}, {0, 0, -1}, 0, 100, true, 1},
+      {"corner Q", 0, {4, 0, 1}, {0, 0, -1}, 0, 100, true, 1},
+      {"corner R", 0, {0, 4, 1}, {0, 0, -1}, 0, 100, true, 1},
+      {"parallel", 0, {1, 1, 1}, {1, 0, 0}, 0, 7, false, 7},
+      {"plane behind the origin", 0, {1, 1, 1}, {0, 0, 1}, 0, 7, false, -1},
+      {"outside the triangle", 0, {3, 3, 1}, {0, 0, -1}, 0, 7, false, 1},
+      {"beyond the best so far", 0, {1, 1, 7}, {0, 0, -1}, 0, 5, false, 5},
+      {"upright triangle", 2, {1, -2, 1}, {0, 1, 0}, 0, 100, true, 2},
+      {"upright triangle, outside", 2, {2.5f, -2, 2.5f}, {0, 1, 0}, 0, 100, false, 2},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    float param = c.before;
+    EXPECT_EQ(t.set.CheckRayIntersection(c.triangle, c.origin, c.direction, param, c.cull), c.hit);
+    EXPECT_FLOAT_EQ(param, c.after);
   }
-
-  // Parallel: false, t untouched.
-  param = 7;
-  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 1), ZoVector3(1, 0, 0), param, 0));
-  EXPECT_EQ(param, 7.0f);
-  // Behind the origin: false with the negative plane parameter.
-  param = 7;
-  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 1), ZoVector3(0, 0, 1), param, 0));
-  EXPECT_FLOAT_EQ(param, -1.0f);
-  // Outside the triangle: false with the plane parameter.
-  param = 7;
-  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(3, 3, 1), ZoVector3(0, 0, -1), param, 0));
-  EXPECT_FLOAT_EQ(param, 1.0f);
-  // Beyond the best so far: false, t stays.
-  param = 5;
-  EXPECT_FALSE(t.set.CheckRayIntersection(tri, ZoVector3(1, 1, 7), ZoVector3(0, 0, -1), param, 0));
-  EXPECT_EQ(param, 5.0f);
-
-  // A triangle whose first edge has no extent in the kept coordinate x.
-  int upright = t.Add({0, 0, 0}, {0, 0, 3}, {3, 0, 0});  // in the xz-plane
-  param = 100;
-  EXPECT_TRUE(t.set.CheckRayIntersection(upright, ZoVector3(1, -2, 1), ZoVector3(0, 1, 0), param, 0));
-  EXPECT_FLOAT_EQ(param, 2.0f);
-  param = 100;
-  EXPECT_FALSE(t.set.CheckRayIntersection(upright, ZoVector3(2.5f, -2, 2.5f), ZoVector3(0, 1, 0), param, 0));
 
   // With a placement the corners move, not the ray.
   ZoRotation3 flip;
   flip.setValue(ZoMath::PI, ZoVector3(1, 0, 0));
   ZoTransform3 placement(ZoVector3(0, 0, 10), flip);  // now at z = 10, facing −z, y mirrored
-  param = 100;
+  float param = 100;
   EXPECT_TRUE(t.set.CheckRayIntersection(tri, ZoVector3(1, -1, 0), ZoVector3(0, 0, 1), placement, param, 1));
   EXPECT_NEAR(param, 10.0f, 1e-5f);
   param = 100;
@@ -130,39 +118,29 @@ TEST(ZoRayTriangle, HitsMissesAndTheParameter) {
 TEST(ZoRayTriangle, AgreesWithFcl) {
   std::mt19937 random(31);
   Triangles t(1);
-  t.Add({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+  t.Add({}, {}, {});
   int compared = 0, hits = 0;
   for (int trial = 0; trial < 20000; ++trial) {
-    ZoVector3 p = zogeotest::RandomPoint(random, 2.0f), q = zogeotest::RandomPoint(random, 2.0f),
-              r = zogeotest::RandomPoint(random, 2.0f);
-    t.set.Vertex(0) = p;
-    t.set.Vertex(1) = q;
-    t.set.Vertex(2) = r;
+    Vec C[3];
+    for (int c = 0; c < 3; ++c) C[c] = ToEigen(t.set.Vertex(c) = zogeotest::RandomPoint(random, 2.0f));
     ZoVector3 origin = zogeotest::RandomPoint(random, 5.0f);
-    ZoVector3 target = zogeotest::RandomPoint(random, 1.5f);
-    ZoVector3 direction = (target - origin) * 0.25f;
+    ZoVector3 direction = (zogeotest::RandomPoint(random, 1.5f) - origin) * 0.25f;
     double const limit = 8.0;  // the ray runs to origin + 8 direction
-
-    Vec P = ToEigen(p), Q = ToEigen(q), R = ToEigen(r), O = ToEigen(origin), D = ToEigen(direction);
-    Vec n = (Q - P).cross(R - P);
+    Vec O = ToEigen(origin), D = ToEigen(direction), n = (C[1] - C[0]).cross(C[2] - C[0]);
     if (n.norm() < 1e-2 || D.norm() < 0.1 || std::fabs(n.normalized().dot(D.normalized())) < 1e-2) continue;
-    double tp = n.dot(P - O) / n.dot(D);
-    Vec h = O + D * tp;
-    // Barycentric coordinates of the crossing.
-    double area = n.squaredNorm();
-    double b1 = n.dot((h - P).cross(R - P)) / area;
-    double b2 = n.dot((Q - P).cross(h - P)) / area;
+    double tp = n.dot(C[0] - O) / n.dot(D);
+    Vec h = O + D * tp;  // the crossing, and its barycentric coordinates
+    double b1 = n.dot((h - C[0]).cross(C[2] - C[0])) / n.squaredNorm();
+    double b2 = n.dot((C[1] - C[0]).cross(h - C[0])) / n.squaredNorm();
     double margin = std::min({std::fabs(b1), std::fabs(b2), std::fabs(1 - b1 - b2)});
     if (margin < 1e-2 || std::fabs(tp) < 1e-2 || std::fabs(tp - limit) < 1e-2) continue;
-    bool expectedInside = b1 > 0 && b2 > 0 && b1 + b2 < 1;
-
     Vec end = O + D * limit;
-    Vec side = D.cross(n).normalized() * 1e-6;
-    bool fcl = fcl::detail::Intersect<double>::intersect_Triangle(O, end, end + side, P, Q, R);
+    bool fcl = fcl::detail::Intersect<double>::intersect_Triangle(O, end, end + D.cross(n).normalized() * 1e-6, C[0],
+                                                                   C[1], C[2]);
     float param = static_cast<float>(limit);
     bool ours = t.set.CheckRayIntersection(0, origin, direction, param, 0);
     ASSERT_EQ(ours, fcl) << "trial " << trial;
-    EXPECT_EQ(ours, expectedInside && tp > 0 && tp < limit) << "trial " << trial;
+    EXPECT_EQ(ours, b1 > 0 && b2 > 0 && b1 + b2 < 1 && tp > 0 && tp < limit) << "trial " << trial;
     if (tp < limit)
       EXPECT_NEAR(param, tp, 1e-4 * (1 + std::fabs(tp))) << "trial " << trial;
     else
@@ -264,76 +242,52 @@ TEST(ZoTriangleTriangle, TouchingCrossingAndApart) {
   EXPECT_TRUE(a.set.CheckIntersection(0, lift, &b.set, 3, identity));  // touches b's top corner
 }
 
-// The separating-axis test against FCL's triangle intersection on random
-// pairs in a small cube (about half of them touch). Pairs whose FCL answer
-// changes when the second triangle moves by 1e-3 along any axis are
-// near-touching and skipped.
-TEST(ZoTriangleTriangle, OverlapAgreesWithFcl) {
-  std::mt19937 random(8);
+// Random triangle pairs, half under identity placements and half under
+// random ones, against FCL. The separating-axis test against FCL's triangle
+// intersection, skipping pairs whose FCL answer changes when the second
+// triangle moves by 1e-3 along any axis (near-touching). FindDistance
+// against FCL's triangle distance on disjoint pairs further apart than 0.01
+// (below that the search stops early by design), within 3e-4: squared
+// distances are formed in single precision from world coordinates up to
+// about 3, whose rounding moves a distance of 0.01 by up to about 2e-4.
+TEST(ZoTriangleTriangle, OverlapAndDistanceAgreeWithFcl) {
+  std::mt19937 random(12);
   Triangles a(1), b(1);
   a.Add({}, {}, {});
   b.Add({}, {}, {});
-  int compared = 0, touching = 0;
+  int touching = 0, apart = 0;
   for (int trial = 0; trial < 20000; ++trial) {
+    ZoTransform3 pa, pb;
+    if (trial % 2 == 1) pa = RandomPlacement(random, 0.6f), pb = RandomPlacement(random, 0.6f);
     Vec A[3], B[3];
     for (int c = 0; c < 3; ++c) {
       a.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f);
-      b.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f) + ZoVector3(0.6f, 0, 0);
-      A[c] = ToEigen(a.set.Vertex(c));
-      B[c] = ToEigen(b.set.Vertex(c));
+      b.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f) + ZoVector3(0.4f, 0, 0);
+      A[c] = ToEigen(pa * a.set.Vertex(c));
+      B[c] = ToEigen(pb * b.set.Vertex(c));
     }
     auto fclTouch = [&](Vec const& shift) {
       return fcl::detail::Intersect<double>::intersect_Triangle(A[0], A[1], A[2], B[0] + shift, B[1] + shift,
                                                                  B[2] + shift);
     };
-    bool expected = fclTouch(Vec::Zero());
-    bool robust = true;
+    bool expected = fclTouch(Vec::Zero()), robust = true;
     for (int axis = 0; axis < 3 && robust; ++axis)
       for (double sign : {-1e-3, 1e-3}) robust = robust && fclTouch(Vec::Unit(axis) * sign) == expected;
-    if (!robust) continue;
-    ZoTransform3 identity;
-    ASSERT_EQ(a.set.CheckIntersection(0, identity, &b.set, 0, identity), expected) << "trial " << trial;
-    ++compared;
-    touching += expected ? 1 : 0;
-  }
-  EXPECT_GT(compared, 15000);
-  EXPECT_GT(touching, 2000);
-  EXPECT_LT(touching, compared - 2000);
-}
-
-// FindDistance against FCL's triangle distance on random disjoint pairs
-// further apart than 0.01 (below that the search stops early by design),
-// under random placements. Tolerance 3e-4: squared distances are formed in
-// single precision from world coordinates up to about 6, whose rounding
-// (about 4e-6 on a square) moves a distance of 0.01 by up to about 2e-4.
-TEST(ZoTriangleTriangle, DistanceAgreesWithFcl) {
-  std::mt19937 random(12);
-  Triangles a(1), b(1);
-  a.Add({}, {}, {});
-  b.Add({}, {}, {});
-  int compared = 0;
-  for (int trial = 0; trial < 20000; ++trial) {
-    for (int c = 0; c < 3; ++c) {
-      a.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f);
-      b.set.Vertex(c) = zogeotest::RandomPoint(random, 1.0f);
+    if (robust) {
+      ASSERT_EQ(a.set.CheckIntersection(0, pa, &b.set, 0, pb), expected) << "trial " << trial;
     }
-    ZoTransform3 pa = RandomPlacement(random, 1.0f), pb = RandomPlacement(random, 1.5f);
-    Vec A[3], B[3];
-    for (int c = 0; c < 3; ++c) {
-      A[c] = ToEigen(pa * a.set.Vertex(c));
-      B[c] = ToEigen(pb * b.set.Vertex(c));
-    }
+    touching += robust && expected ? 1 : 0;
     Vec fp, fq;
-    double expected = fcl::detail::TriangleDistance<double>::triDistance(A, B, fp, fq);
-    if (expected <= 0.01) continue;
-    if (fcl::detail::Intersect<double>::intersect_Triangle(A[0], A[1], A[2], B[0], B[1], B[2])) continue;
+    double distance = fcl::detail::TriangleDistance<double>::triDistance(A, B, fp, fq);
+    if (expected || distance <= 0.01) continue;
     ZoVector3 mine, theirs;
     float ours = a.set.FindDistance(0, pa, &b.set, 0, pb, mine, theirs);
-    ASSERT_NEAR(ours, expected, 3e-4) << "trial " << trial;
+    ASSERT_NEAR(ours, distance, 3e-4) << "trial " << trial;
     EXPECT_NEAR((theirs - mine).length(), ours, 3e-4) << "trial " << trial;
-    ++compared;
+    ++apart;
   }
-  EXPECT_GT(compared, 10000);
+  EXPECT_GT(touching, 3000);
+  EXPECT_GT(apart, 10000);
 }
 
 TEST(ZoOrientedBoxQueries, TouchingBoxesAndRays) {

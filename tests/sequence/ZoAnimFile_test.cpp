@@ -7,11 +7,12 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
 
-using zoseqtest::AddPose;
+using zoseqtest::AddTransform;
 using zoseqtest::MotionHeader;
 using zoseqtest::Pose;
 using zotest::ByteBuilder;
@@ -33,16 +34,14 @@ TEST(AnimFile, HeaderIsRewrittenAtCloseAndOpenForReadingRecounts) {
   EXPECT_EQ(out.ReadOneFrame(0, frame, 2), 0);  // written, not read
   ASSERT_EQ(out.Close(), 1);
   ByteBuilder expected = MotionHeader("Ann", 2, 2);
-  for (int i = 0; i < 2; ++i) AddPose(AddPose(expected, Pose(1)), Pose(2));
+  for (int i = 0; i < 2; ++i) AddTransform(AddTransform(expected, Pose(1)), Pose(2));
   EXPECT_EQ(temp.ReadFile("Ann.anm"), expected.get());
 
   ZoAnimFile in;
   ASSERT_EQ(in.Open(file.c_str(), 0), 1);
   EXPECT_EQ(in.GetName(), ZoString("Ann"));
-  EXPECT_EQ(in.GetFrameSize(), 2);
-  EXPECT_EQ(in.GetNumFrames(), 2);
-  EXPECT_EQ(in.GetDataStart(), 16u + 7u + 8u);
-  EXPECT_EQ(in.GetDataEnd(), static_cast<uint32_t>(expected.get().size()));
+  EXPECT_EQ(std::make_tuple(in.GetFrameSize(), in.GetNumFrames(), in.GetDataStart(), in.GetDataEnd()),
+            std::make_tuple(2, 2, 16u + 7u + 8u, static_cast<uint32_t>(expected.get().size())));
   EXPECT_EQ(in.WriteFrameData(frame, 2), 0);  // read, not written
 }
 
@@ -64,7 +63,7 @@ ByteBuilder Header() {
 }
 
 ByteBuilder WithPoses(ByteBuilder b, int poses, int extraBytes) {
-  for (int i = 0; i < poses; ++i) AddPose(b, Pose(static_cast<float>(i)));
+  for (int i = 0; i < poses; ++i) AddTransform(b, Pose(static_cast<float>(i)));
   for (int i = 0; i < extraBytes; ++i) b.u8(0xAB);
   return b;
 }
@@ -95,21 +94,15 @@ TEST(AnimFile, BadHeadersAndDataFailWithAStatusAndAReason) {
     } else {
       EXPECT_EQ(in.GetNumFrames(), c.frames) << c.name;
       int size = in.GetFrameSize() > 0 && in.GetFrameSize() < 16 ? in.GetFrameSize() : 1;
-      ZoTransform3 frame[16];
+      ZoTransform3 frame[16], track[8];
       EXPECT_EQ(in.ReadOneFrame(c.frames, frame, size), c.readFrame) << c.name;
-      int rotations = 0;
-      int positions = 0;
-      ZoTransform3 track[8];
+      int rotations = 0, positions = 0;
       EXPECT_EQ(in.ReadNodeFrames(0, track, c.frames + 1, rotations, positions), c.readNode) << c.name;
     }
     EXPECT_NE(std::string(in.FailureReason()).find(c.reason), std::string::npos)
         << c.name << ": " << in.FailureReason();
   }
 }
-
-}  // namespace
-
-namespace {
 
 // Node tracks read through the window (small frames, data spanning several
 // windows) and straight (frames too large for it) equal the whole frames.
@@ -135,8 +128,7 @@ TEST(AnimFile, NodeTracksEqualTheirFramesWhateverTheFrameSize) {
     ASSERT_EQ(in.GetNumFrames(), c.frames);
     std::vector<ZoTransform3> track(static_cast<size_t>(c.frames) + 1);
     for (int node : {0, c.frameSize / 2, c.frameSize - 1}) {
-      int rotations = 0;
-      int positions = 0;
+      int rotations = 0, positions = 0;
       ASSERT_EQ(in.ReadNodeFrames(node, track.data(), c.frames + 1, rotations, positions), 1);
       for (int f = 0; f < c.frames; f += 1 + c.frames / 50) {
         ASSERT_EQ(in.ReadOneFrame(f, frame.data(), c.frameSize), 1);

@@ -17,7 +17,7 @@ namespace {
 using zoacttest::ActorRef;
 using zoacttest::FigureActor;
 using zoseqtest::AddContainerHeader;
-using zoseqtest::AddPose;
+using zoseqtest::AddTransform;
 using zoseqtest::MessageCollector;
 using zoseqtest::MotionHeader;
 using zoseqtest::Pose;
@@ -89,7 +89,7 @@ TEST_F(SequenceTest, WrittenFilesMatchTheirLayoutsByteForByte) {
   for (int r = 0; r < 3; ++r) {
     ByteBuilder motion = MotionHeader(kRecords[r].record, kRecords[r].frameSize, kFrames);
     for (int f = 0; f < kFrames; ++f)
-      for (ZoTransform3 const& t : Frame(r, f, kRecords[r].frameSize)) AddPose(motion, t);
+      for (ZoTransform3 const& t : Frame(r, f, kRecords[r].frameSize)) AddTransform(motion, t);
     EXPECT_EQ(temp.ReadFile(std::string("Run/Motion/") + kRecords[r].record + ".anm"), motion.get()) << r;
   }
   // One copy per prototype, with its textures; the walker keeps its own path.
@@ -110,9 +110,7 @@ TEST_F(SequenceTest, ReadsBackEveryFrameBitForBitWithSharedPrototypes) {
   EXPECT_EQ(sequence.GetPath(), ZoString((temp / "Run/").c_str()));
   ZoActorRecordList const& records = sequence.GetActorList();
   ASSERT_EQ(records.GetCount(), 3);
-  ZoActorRecord const* ann = records.Contains("Ann");
-  ZoActorRecord const* bob = records.Contains("Bob");
-  ZoActorRecord const* rex = records.Contains("Rex");
+  ZoActorRecord const *ann = records.Contains("Ann"), *bob = records.Contains("Bob"), *rex = records.Contains("Rex");
   ASSERT_TRUE(ann && bob && rex);
   EXPECT_EQ(ann->Actor(), bob->Actor());
   EXPECT_NE(ann->Actor(), rex->Actor());
@@ -130,12 +128,10 @@ TEST_F(SequenceTest, ReadsBackEveryFrameBitForBitWithSharedPrototypes) {
   }
   // One node over more frames than recorded: the last frame repeats.
   ZoTransform3 track[5];
-  int rotations = -1;
-  int positions = -1;
+  int rotations = -1, positions = -1;
   ASSERT_EQ(sequence.ReadNodeFrames("Rex", 1, track, 5, rotations, positions), 1);
   for (int f = 0; f < 5; ++f) EXPECT_EQ(track[f], Frame(2, f < kFrames ? f : kFrames - 1, 2)[1]) << f;
-  EXPECT_EQ(rotations, 1);
-  EXPECT_EQ(positions, 1);
+  EXPECT_EQ(std::make_pair(rotations, positions), std::make_pair(1, 1));
   EXPECT_EQ(sequence.Close(), 1);
   EXPECT_TRUE(messages.texts.empty());
 }
@@ -143,8 +139,7 @@ TEST_F(SequenceTest, ReadsBackEveryFrameBitForBitWithSharedPrototypes) {
 TEST_F(SequenceTest, FrameOperationsRefuseWhatTheyCannotServe) {
   ZoAnimSequence sequence;
   ZoTransform3 poses[4];
-  int rotations = 0;
-  int positions = 0;
+  int rotations = 0, positions = 0;
   EXPECT_EQ(sequence.WriteFrameData("Ann", poses, 4), 0);  // not open
   ASSERT_EQ(sequence.Open(SequenceFile().c_str(), 1), 1);
   ASSERT_EQ(sequence.PostAddActorEvent(walker.get(), "Ann"), 1);
@@ -158,21 +153,15 @@ TEST_F(SequenceTest, FrameOperationsRefuseWhatTheyCannotServe) {
   ASSERT_EQ(sequence.Close(), 1);
 
   ASSERT_EQ(sequence.Open(SequenceFile().c_str(), 0), 1);
-  struct Case {
-    char const* what;
-    char const* record;
-    int frame;
-    int count;
-  };
-  for (Case c : {Case{"wrong count", "Ann", 0, 3}, Case{"past the end", "Ann", 1, 4},
-                 Case{"negative frame", "Ann", -1, 4}, Case{"unknown name", "Nobody", 0, 4}})
-    EXPECT_EQ(sequence.ReadOneFrame(c.record, c.frame, poses, c.count), 0) << c.what;
+  EXPECT_EQ(sequence.ReadOneFrame("Ann", 0, poses, 3), 0);  // the wrong count
+  EXPECT_EQ(sequence.ReadOneFrame("Ann", 1, poses, 4), 0);  // past the end
+  EXPECT_EQ(sequence.ReadOneFrame("Ann", -1, poses, 4), 0);
+  EXPECT_EQ(sequence.ReadOneFrame("Nobody", 0, poses, 4), 0);
   EXPECT_EQ(sequence.ReadNodeFrames("Ann", 4, poses, 1, rotations, positions), 0);
   EXPECT_EQ(sequence.ReadNodeFrames("Ann", -1, poses, 1, rotations, positions), 0);
   // A node that never moved (identity in every frame) reports no change.
   ASSERT_EQ(sequence.ReadNodeFrames("Ann", 2, poses, 4, rotations, positions), 1);
-  EXPECT_EQ(rotations, 0);
-  EXPECT_EQ(positions, 0);
+  EXPECT_EQ(std::make_pair(rotations, positions), std::make_pair(0, 0));
 }
 
 TEST_F(SequenceTest, FolderSetUpFailuresShowTheirMessageAndCreateNothing) {
@@ -189,10 +178,8 @@ TEST_F(SequenceTest, FolderSetUpFailuresShowTheirMessageAndCreateNothing) {
     messages.texts.clear();
     ZoAnimSequence sequence;
     EXPECT_EQ(sequence.Open(c.file.c_str(), 1), 0) << c.name;
-    EXPECT_FALSE(sequence.IsOpen());
-    ASSERT_EQ(messages.texts.size(), 1u) << c.name;
-    EXPECT_EQ(messages.texts[0], c.message);
-    EXPECT_TRUE(sequence.HasFailure());
+    EXPECT_TRUE(!sequence.IsOpen() && sequence.HasFailure());
+    EXPECT_EQ(messages.texts, std::vector<std::string>{c.message});
   }
   EXPECT_FALSE(ZoPlatform::Exists((temp / "Taken/run.seq").c_str()));
   EXPECT_FALSE(ZoPlatform::Exists((temp / "Taken/Motion").c_str()));
@@ -266,19 +253,14 @@ TEST_F(SequenceTest, CorruptSequenceFilesAreRefusedWithAReason) {
     EXPECT_NE(std::string(sequence.FailureReason()).find(c.reason), std::string::npos)
         << c.name << ": " << sequence.FailureReason();
     EXPECT_EQ(sequence.GetActorList().GetCount(), 0) << c.name;
-    EXPECT_EQ(messages.texts.size(), c.message != nullptr ? 1u : 0u) << c.name;
-    if (c.message != nullptr && !messages.texts.empty()) {
-      EXPECT_EQ(messages.texts[0], c.message);
-    }
+    EXPECT_EQ(messages.texts, c.message != nullptr ? std::vector<std::string>{c.message} : std::vector<std::string>{});
   }
 }
 
 TEST(AnimEventList, BodyIsTheCountAndEachEventUnframed) {
   ZoAnimEventList events;
   auto* first = new ZoAnimEvent;
-  first->SetType(3);
-  first->SetFrameTime(0xFFFFFFF0u);
-  first->SetActorName("Ann");
+  first->SetType(3), first->SetFrameTime(0xFFFFFFF0u), first->SetActorName("Ann");
   events.AddEvent(first);
   events.AddEvent(new ZoAnimEvent);
   ByteBuilder expected;
@@ -299,8 +281,6 @@ TEST(AnimEventList, BodyIsTheCountAndEachEventUnframed) {
   ZoAnimEvent assigned;
   assigned = back;
   EXPECT_EQ(zotest::Body(assigned), ByteBuilder().i32(3).u32(0xFFFFFFF0u).str("Ann").get());
-  EXPECT_EQ(back.GetActorName(), ZoString("Ann"));
-  EXPECT_EQ(back.GetFrameTime(), 0xFFFFFFF0u);
 }
 
 TEST(ActorRecordList, FindsByCaseSensitiveNameAndByPrototype) {
@@ -308,14 +288,9 @@ TEST(ActorRecordList, FindsByCaseSensitiveNameAndByPrototype) {
   ZoActorRecordList records;
   records.AddRecord(new ZoActorRecord(nullptr, "ann"));
   records.AddRecord(new ZoActorRecord(walker.get(), "Ann"));
-  records.AddRecord(new ZoActorRecord(walker.get(), "Bob"));
   EXPECT_EQ(records.Contains("Ann")->Actor(), walker.get());
   EXPECT_EQ(records.Contains("ANN"), nullptr);
   EXPECT_EQ(records.Contains(walker.get())->Name(), ZoString("Ann"));
-  ZoActorRecordList copy(records);
-  records.Clear();
-  EXPECT_EQ(copy.GetCount(), 3);
-  EXPECT_NE(copy.Contains("Bob"), nullptr);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <zoactor/foundation/ZoMessageHandler.h>
 #include <zoactor/foundation/ZoTransform3.h>
 
+#include "skeleton/ZoSkeletonTestSupport.h"
 #include "support/ZoTestSupport.h"
 
 #include <string>
@@ -16,6 +17,8 @@ namespace zoseqtest {
 
 using zotest::ByteBuilder;
 using zotest::Bytes;
+// A transform's 28 bytes, as a motion file stores a pose.
+using zoskeletontest::AddTransform;
 
 // Collects every message shown while alive (nothing reaches standard error).
 class MessageCollector {
@@ -36,17 +39,7 @@ class MessageCollector {
 
 // A transform whose seven floats all depend on `seed`.
 inline ZoTransform3 Pose(float seed) {
-  ZoRotation3 q;
-  q.w = 0.5f + seed;
-  q.x = -seed;
-  q.y = 0.25f * seed;
-  q.z = 1.0f / (seed + 3.0f);
-  return ZoTransform3(ZoVector3(seed, seed * 2.0f, -seed), q);
-}
-
-inline ByteBuilder& AddPose(ByteBuilder& b, ZoTransform3 const& t) {
-  return b.f32(t.translation.x).f32(t.translation.y).f32(t.translation.z).f32(t.rotation.w).f32(t.rotation.x)
-      .f32(t.rotation.y).f32(t.rotation.z);
+  return ZoTransform3(ZoVector3(seed, seed * 2.0f, -seed), ZoRotation3(0.5f + seed, -seed, 0.25f * seed, 1.0f / (seed + 3.0f)));
 }
 
 // The 16-byte header of a chunked container file.
@@ -57,8 +50,7 @@ inline ByteBuilder& AddContainerHeader(ByteBuilder& b, char const* type, uint16_
 // A motion file's container header and motion header.
 inline ByteBuilder MotionHeader(char const* name, int32_t frameSize, int32_t numFrames) {
   ByteBuilder b;
-  AddContainerHeader(b, "Aazo", 1).str(name).i32(frameSize).i32(numFrames);
-  return b;
+  return AddContainerHeader(b, "Aazo", 1).str(name).i32(frameSize).i32(numFrames);
 }
 
 }  // namespace zoseqtest

@@ -1,12 +1,13 @@
-// The file stream on real files: the platform transfers it makes, its
-// notifications, adoption of descriptors, and the hook manager's request.
+// The file stream on real files: the platform transfers it makes, why a read
+// failed, its notifications, adoption of descriptors, and the hook manager's
+// request.
 #include <zoactor/foundation/ZoAi.h>
 #include <zoactor/foundation/ZoCallBack.h>
 #include <zoactor/foundation/ZoHookRecords.h>
 #include <zoactor/foundation/ZoInterfaceRegistry.h>
 #include <zoactor/serialization/ZoFileStream.h>
 
-#include "support/ZoTestSupport.h"
+#include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -14,12 +15,9 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <filesystem>
 #include <vector>
 
 using zotest::Bytes;
-using zotest::IoRecorder;
-using zotest::TempFolder;
 
 namespace {
 
@@ -28,6 +26,25 @@ Bytes Counting(size_t size) {
   for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i * 7 + 3);
   return bytes;
 }
+
+int64_t FilePosition(int fd) { return ::lseek(fd, 0, SEEK_CUR); }
+
+// Records every platform transfer while alive.
+struct IoRecorder {
+  IoRecorder() {
+    ZoPlatform::SetIoObserver([](ZoIoEvent const& e, void* me) { static_cast<IoRecorder*>(me)->events.push_back(e); },
+                              this);
+  }
+  ~IoRecorder() { ZoPlatform::SetIoObserver(nullptr, nullptr); }
+  // The results of the recorded transfers of one kind on one handle.
+  std::vector<int64_t> Results(ZoIoEvent::Kind kind, ZoFileHandle handle) const {
+    std::vector<int64_t> results;
+    for (ZoIoEvent const& event : events)
+      if (event.kind == kind && event.handle == handle) results.push_back(event.result);
+    return results;
+  }
+  std::vector<ZoIoEvent> events;
+};
 
 // Collects the notification codes a stream raises.
 class EventLog : public ZoCallBack {
@@ -43,38 +60,35 @@ class EventLog : public ZoCallBack {
   std::vector<int>& events;
 };
 
-int64_t FilePosition(int fd) { return ::lseek(fd, 0, SEEK_CUR); }
+class ZoFileStreamTest : public ::testing::Test {
+ protected:
+  // The path of a new file `name` holding `size` counting bytes.
+  ZoString File(char const* name, size_t size) { return ZoString(temp.WriteFile(name, Counting(size)).c_str()); }
+  // The path of `name` in the folder, which need not exist.
+  ZoString Path(char const* name) { return ZoString((temp / name).c_str()); }
+
+  zotest::TempFolder temp;
+};
 
 }  // namespace
 
-TEST(ZoFileStreamRead, BufferedReadsWholeBlocksThenShortThenNothing) {
-  TempFolder temp;
-  Bytes content = Counting(5000);
-  std::string path = temp.WriteFile("five.bin", content);
+TEST_F(ZoFileStreamTest, BufferedReadsWholeBlocksThenShortThenNothing) {
   IoRecorder recorder;
-  ZoFileStream stream(ZoString(path.c_str()), ZoFileRead, true);
+  ZoFileStream stream(File("five.bin", 5000), ZoFileRead, true);
   ASSERT_EQ(stream.Status(), ZoStreamOk);
-  Bytes got(5000, 0);
+  Bytes got(5001, 0xEE);
   ASSERT_EQ(stream.ReadBytes(4096, got.data()), ZoStreamOk);
-  Bytes tail(1000, 0xEE);
-  EXPECT_EQ(stream.ReadBytes(1000, tail.data()), ZoStreamReadError);
-  // Reads of 2048, 2048, 904 and then 0 bytes, each asking for 2048.
+  EXPECT_EQ(stream.ReadBytes(1000, got.data() + 4096), ZoStreamReadError);
+  // Reads of 2048, 2048, 904 and then 0 bytes; the 904 were still delivered.
   EXPECT_EQ(recorder.Results(ZoIoEvent::Read, stream.GetHandle()), (std::vector<int64_t>{2048, 2048, 904, 0}));
-  for (ZoIoEvent const& e : recorder.events())
-    if (e.kind == ZoIoEvent::Read) {
-      EXPECT_EQ(e.requested, 2048);
-    }
-  // The 904 remaining bytes were still delivered.
-  EXPECT_EQ(Bytes(tail.begin(), tail.begin() + 904), Bytes(content.begin() + 4096, content.end()));
-  EXPECT_EQ(tail[904], 0xEE);
-  EXPECT_EQ(Bytes(got.begin(), got.begin() + 4096), Bytes(content.begin(), content.begin() + 4096));
+  Bytes expected = Counting(5000);
+  expected.push_back(0xEE);
+  EXPECT_EQ(got, expected);
 }
 
-TEST(ZoFileStreamRead, PrimitivesAreServedFromTheBuffer) {
-  TempFolder temp;
-  Bytes content = Counting(4100);
+TEST_F(ZoFileStreamTest, PrimitivesAreServedFromTheBuffer) {
   IoRecorder recorder;
-  ZoFileStream stream(ZoString(temp.WriteFile("ints.bin", content).c_str()), ZoFileRead, true);
+  ZoFileStream stream(File("ints.bin", 4100), ZoFileRead, true);
   Bytes got(4100);
   for (size_t i = 0; i < 4100; i += 4) {
     uint32_t value = 0;
@@ -82,109 +96,88 @@ TEST(ZoFileStreamRead, PrimitivesAreServedFromTheBuffer) {
     std::memcpy(&got[i], &value, 4);
   }
   EXPECT_EQ(stream.Status(), ZoStreamOk);
-  EXPECT_EQ(got, content);
+  EXPECT_EQ(got, Counting(4100));
   EXPECT_EQ(recorder.Results(ZoIoEvent::Read, stream.GetHandle()).size(), 3u);
   char more = 0;
   EXPECT_EQ((stream >> more).Status(), ZoStreamReadError);
 }
 
-TEST(ZoFileStreamRead, ErrorIsStickyUntilAFlushSucceeds) {
-  TempFolder temp;
-  std::string path = temp.WriteFile("small.bin", Counting(6));
-  {
-    ZoFileStream stream(ZoString(path.c_str()), ZoFileRead, true);
+// A file that ends inside a value: the variable is left, the failure says
+// where and why, and the error stays while no flush realigns anything.
+TEST_F(ZoFileStreamTest, ShortReadFailsWithItsReasonAndStays) {
+  for (bool buffered : {true, false}) {
+    ZoFileStream stream(File("six.bin", 6), ZoFileRead, buffered);
     int32_t a = 0;
-    int32_t b = 77;
+    double b = 77;
     stream >> a >> b;
     EXPECT_EQ(stream.Status(), ZoStreamReadError);
     EXPECT_EQ(b, 77);  // a primitive is stored only when read whole
-    stream.Seek(-2);   // nothing pending: the flush keeps the error
+    zotest::ExpectFailure(stream, 6, buffered ? "the file ends 6 bytes short" : "8 bytes wanted, 2 read");
+    stream.Seek(-2);  // nothing pending: the flush keeps the error
     int16_t c = 0;
     EXPECT_EQ((stream >> c).Status(), ZoStreamReadError);
     EXPECT_EQ(c, 0);
   }
-  std::string bigger = temp.WriteFile("bigger.bin", Counting(100));
-  ZoFileStream stream(ZoString(bigger.c_str()), ZoFileRead, true);
+}
+
+TEST_F(ZoFileStreamTest, FlushRealignsAndClearsTheErrorAndSeekIsRelativeToTheBytesConsumed) {
+  ZoFileStream stream(File("seek.bin", 3000), ZoFileRead, true);
   char ten[10];
   stream.ReadBytes(10, ten);
   stream.SetStatus(ZoStreamReadError);
   EXPECT_EQ((stream >> ten[0]).Status(), ZoStreamReadError);  // refused while the error stands
-  EXPECT_EQ(stream.Flush(), ZoStreamOk);  // realigning the 90 unread bytes succeeds and clears it
-  char next = 0;
-  EXPECT_EQ((stream >> next).Status(), ZoStreamOk);
-  EXPECT_EQ(static_cast<uint8_t>(next), Counting(11)[10]);
-}
-
-TEST(ZoFileStreamRead, SeekIsRelativeToTheBytesConsumed) {
-  TempFolder temp;
-  Bytes content = Counting(3000);
-  std::string path = temp.WriteFile("seek.bin", content);
-  ZoFileStream stream(ZoString(path.c_str()), ZoFileRead, true);
-  char ten[10];
-  stream.ReadBytes(10, ten);
-  EXPECT_EQ(stream.Seek(0), ZoStreamOk);
+  EXPECT_EQ(stream.Flush(), ZoStreamOk);  // moving back over the unread bytes succeeds and clears it
   EXPECT_EQ(FilePosition(stream.GetHandle()), 10);
   EXPECT_EQ(stream.Seek(2500), ZoStreamOk);
   char one = 0;
   stream >> one;
-  EXPECT_EQ(static_cast<uint8_t>(one), content[2510]);
+  EXPECT_EQ(static_cast<uint8_t>(one), Counting(3000)[2510]);
   EXPECT_EQ(stream.BytesLeft(), 3000 - 2511);
 }
 
-TEST(ZoFileStreamOpen, MissingFilesFailAndNamesAreMatchedWithoutRegardToCase) {
-  TempFolder temp;
-  ZoFileStream missing(ZoString((temp / "missing.act").c_str()), ZoFileRead, true);
+TEST_F(ZoFileStreamTest, MissingFilesFailAndNamesAreMatchedWithoutRegardToCase) {
+  ZoFileStream missing(Path("missing.act"), ZoFileRead, true);
   EXPECT_EQ(missing.Status(), ZoStreamOpenError);
+  zotest::ExpectFailure(missing, -1, "could not be opened");
   EXPECT_EQ(missing.GetHandle(), kZoInvalidFileHandle);
   EXPECT_FALSE(missing.IsBuffered());
   int32_t v;
-  missing >> v;
-  EXPECT_NE(missing.Status(), ZoStreamOk);
+  EXPECT_NE((missing >> v).Status(), ZoStreamOk);
 
+  // The stream opens through the platform's matching of names.
   temp.WriteFile("Skills/Walk.skl", Counting(8));
-  std::string saved = std::filesystem::current_path().string();
-  std::filesystem::current_path(temp.path());
-  {
-    ZoFileStream stream(ZoString("SKILLS\\WALK.skl"), ZoFileRead, true);
-    EXPECT_EQ(stream.Status(), ZoStreamOk);
-    char first = 0;
-    stream >> first;
-    EXPECT_EQ(static_cast<uint8_t>(first), Counting(1)[0]);
-    ZoFileStream writer(ZoString("SKILLS\\Run.skl"), ZoFileWrite, true);  // into the folder as it is
-    EXPECT_EQ(writer.Status(), ZoStreamOk);
-    writer << 'r';
-  }
-  std::filesystem::current_path(saved);
+  ZoFileStream stream(ZoString((temp.path() + "\\SKILLS\\WALK.skl").c_str()), ZoFileRead, true);
+  char first = 0;
+  EXPECT_EQ((stream >> first).Status(), ZoStreamOk);
+  EXPECT_EQ(static_cast<uint8_t>(first), Counting(1)[0]);
+  ZoFileStream writer(ZoString((temp.path() + "\\SKILLS\\Run.skl").c_str()), ZoFileWrite, false);
+  EXPECT_EQ((writer << 'r').Status(), ZoStreamOk);
   EXPECT_EQ(temp.ReadFile("Skills/Run.skl"), (Bytes{'r'}));
 }
 
-TEST(ZoFileStreamWrite, NoPlatformWriteUntilTheNextByteNeedsRoom) {
-  TempFolder temp;
-  std::string path = temp / "out.bin";
+TEST_F(ZoFileStreamTest, NoPlatformWriteUntilTheNextByteNeedsRoom) {
   IoRecorder recorder;
   Bytes content = Counting(2049);
   {
-    ZoFileStream stream(ZoString(path.c_str()), ZoFileWrite, true);
-    ASSERT_EQ(stream.Status(), ZoStreamOk);
+    ZoFileStream stream(Path("out.bin"), ZoFileWrite, true);
     stream.WriteBytes(2048, content.data());
     EXPECT_TRUE(recorder.Results(ZoIoEvent::Write, stream.GetHandle()).empty());
     stream << static_cast<char>(content[2048]);
     EXPECT_EQ(recorder.Results(ZoIoEvent::Write, stream.GetHandle()), (std::vector<int64_t>{2048}));
-    recorder.Clear();
+    recorder.events.clear();
   }
   // Destruction writes the last partial buffer.
-  ASSERT_EQ(recorder.events().size() >= 1, true);
-  EXPECT_EQ(recorder.events().front().kind, ZoIoEvent::Write);
-  EXPECT_EQ(recorder.events().front().result, 1);
+  ASSERT_FALSE(recorder.events.empty());
+  EXPECT_EQ(recorder.events.front().kind, ZoIoEvent::Write);
+  EXPECT_EQ(recorder.events.front().result, 1);
   EXPECT_EQ(temp.ReadFile("out.bin"), content);
 }
 
-TEST(ZoFileStreamWrite, UnbufferedWritesGoStraightThroughToATruncatedFile) {
-  TempFolder temp;
-  std::string path = temp.WriteFile("old.bin", Counting(100));
+TEST_F(ZoFileStreamTest, UnbufferedWritesGoStraightThroughToATruncatedFile) {
+  ZoString path = File("old.bin", 100);
   {
     IoRecorder recorder;
-    ZoFileStream stream(ZoString(path.c_str()), ZoFileWrite, false);
+    ZoFileStream stream(path, ZoFileWrite, false);
     EXPECT_FALSE(stream.IsBuffered());
     stream << int32_t{0x01020304} << int16_t{2};
     EXPECT_EQ(recorder.Results(ZoIoEvent::Write, stream.GetHandle()), (std::vector<int64_t>{4, 2}));
@@ -192,37 +185,29 @@ TEST(ZoFileStreamWrite, UnbufferedWritesGoStraightThroughToATruncatedFile) {
   EXPECT_EQ(temp.ReadFile("old.bin"), (Bytes{4, 3, 2, 1, 2, 0}));
 }
 
-TEST(ZoFileStreamWrite, BufferedStreamsRefuseTheOtherDirection) {
-  TempFolder temp;
-  std::string path = temp.WriteFile("dir.bin", Counting(16));
-  {
-    ZoFileStream reader(ZoString(path.c_str()), ZoFileRead, true);
-    EXPECT_EQ((reader << int32_t{1}).Status(), ZoStreamWriteError);
-  }
-  ZoFileStream writer(ZoString((temp / "w.bin").c_str()), ZoFileWrite, true);
+TEST_F(ZoFileStreamTest, BufferedStreamsRefuseTheOtherDirection) {
+  ZoFileStream reader(File("dir.bin", 16), ZoFileRead, true);
+  EXPECT_EQ((reader << int32_t{1}).Status(), ZoStreamWriteError);
+  ZoFileStream writer(Path("w.bin"), ZoFileWrite, true);
   int32_t v = 5;
   EXPECT_EQ((writer >> v).Status(), ZoStreamReadError);
   EXPECT_EQ(v, 5);
 }
 
-TEST(ZoFileStreamEvents, ReadWriteAndDestroyNotifications) {
-  TempFolder temp;
-  std::string path = temp.WriteFile("ev.bin", Counting(3000));
+TEST_F(ZoFileStreamTest, ReadWriteAndDestroyNotifications) {
   std::vector<int> events;
   {
-    ZoFileStream stream(ZoString(path.c_str()), ZoFileRead, true);
+    ZoFileStream stream(File("ev.bin", 3000), ZoFileRead, true);
     stream.SetCallBack(new EventLog(events));
-    char c;
-    stream >> c;         // platform read: event 2
-    stream >> c;         // from the buffer: nothing
     char block[2100];
+    stream >> block[0];             // platform read: event 2
+    stream >> block[0];             // from the buffer: nothing
     stream.ReadBytes(2100, block);  // refill: event 2
   }
   EXPECT_EQ(events, (std::vector<int>{2, 2, 1}));
-
   events.clear();
   {
-    ZoFileStream stream(ZoString((temp / "w.bin").c_str()), ZoFileWrite, true);
+    ZoFileStream stream(Path("w.bin"), ZoFileWrite, true);
     stream.SetCallBack(new EventLog(events));
     Bytes block = Counting(2048);
     stream.WriteBytes(2048, block.data());  // buffered only
@@ -231,27 +216,21 @@ TEST(ZoFileStreamEvents, ReadWriteAndDestroyNotifications) {
   EXPECT_EQ(events, (std::vector<int>{3, 1}));
 }
 
-TEST(ZoFileStreamAdopt, AdoptedHandleStaysOpenAtTheLogicalPosition) {
-  TempFolder temp;
-  std::string path = temp.WriteFile("adopt.bin", Counting(5000));
-  int fd = ::open(path.c_str(), O_RDONLY);
+// An adopted descriptor stays open: a reader leaves it where it stopped
+// consuming, a writer hands it its pending bytes.
+TEST_F(ZoFileStreamTest, AdoptedHandlesStayOpenAtTheLogicalPosition) {
+  int fd = ::open(temp.WriteFile("adopt.bin", Counting(5000)).c_str(), O_RDONLY);
   ASSERT_GE(fd, 0);
   {
     ZoFileStream stream(fd, ZoFileRead, true);
-    EXPECT_EQ(stream.Status(), ZoStreamOk);
     EXPECT_FALSE(stream.OwnsHandle());
     char block[10];
-    stream.ReadBytes(10, block);
+    EXPECT_EQ(stream.ReadBytes(10, block), ZoStreamOk);
   }
-  // Still open, and positioned where the stream stopped consuming.
   EXPECT_EQ(FilePosition(fd), 10);
   ::close(fd);
-}
 
-TEST(ZoFileStreamAdopt, AdoptedWriteHandleGetsPendingBytesOnDestruction) {
-  TempFolder temp;
-  std::string path = temp / "adopted-out.bin";
-  int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  fd = ::open((temp / "adopted-out.bin").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
   {
     ZoFileStream stream(fd, ZoFileWrite, true);
     stream << int32_t{7};
@@ -270,8 +249,7 @@ class OpeningHookManager : public ZoAiHookManager {
   std::string realPath;
   int32_t answer = 1;
   int requests = 0;
-  std::string seenName;
-  int32_t seenMode = -1;
+  std::string seen;  // the last request's file name and mode
 
   int GetInterfaceName(char*, int, int&, int&) override { return 0; }
   int32_t AddRef() override { return 1; }
@@ -280,8 +258,7 @@ class OpeningHookManager : public ZoAiHookManager {
     if (code != ZoHookOpenFile) return 0;
     ++requests;
     auto* open = static_cast<ZoHookOpenFileRecord*>(record);
-    seenName = open->fileName->c_str();
-    seenMode = open->mode;
+    seen = std::string(open->fileName->c_str()) + " " + std::to_string(open->mode);
     if (answer > 0) open->handle = ::open(realPath.c_str(), O_RDONLY);
     return answer;
   }
@@ -289,49 +266,42 @@ class OpeningHookManager : public ZoAiHookManager {
 
 }  // namespace
 
-TEST(ZoFileStreamHook, ManagerThatAnswersOpensTheFileInstead) {
-  TempFolder temp;
+TEST_F(ZoFileStreamTest, HookManagerThatAnswersOpensTheFileInstead) {
   OpeningHookManager manager;
   manager.realPath = temp.WriteFile("real.bin", Counting(4));
   ZoInterfaceRegistry::Register("ZoAiHookManager", &manager);
   {
-    IoRecorder recorder;
     ZoFileStream stream(ZoString("no/such/file.act"), ZoFileRead, true);
-    EXPECT_EQ(stream.Status(), ZoStreamOk);
     EXPECT_TRUE(stream.OwnsHandle());
     int32_t v = 0;
-    stream >> v;
+    EXPECT_EQ((stream >> v).Status(), ZoStreamOk);
     EXPECT_EQ(v, 0x18110A03);
   }
   EXPECT_EQ(manager.requests, 1);
-  EXPECT_EQ(manager.seenName, "no/such/file.act");
-  EXPECT_EQ(manager.seenMode, ZoFileRead);
+  EXPECT_EQ(manager.seen, "no/such/file.act " + std::to_string(ZoFileRead));
 
   manager.answer = 0;  // declines: the stream opens the file itself
-  ZoFileStream own(ZoString((temp / "real.bin").c_str()), ZoFileRead, true);
+  ZoFileStream own(Path("real.bin"), ZoFileRead, true);
   EXPECT_EQ(own.Status(), ZoStreamOk);
   EXPECT_EQ(manager.requests, 2);
   ZoInterfaceRegistry::Unregister("ZoAiHookManager");
 }
 
-TEST(ZoFileStreamWrite, FailedPlatformWriteRefusesLaterWritesAndKeepsPendingBytes) {
+TEST_F(ZoFileStreamTest, FailedPlatformWriteRefusesLaterWritesAndKeepsPendingBytes) {
   if (::access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full here";
   ZoFileStream stream(ZoString("/dev/full"), ZoFileWrite, true);
-  ASSERT_EQ(stream.Status(), ZoStreamOk);
   Bytes block = Counting(2049);
   EXPECT_EQ(stream.WriteBytes(2049, block.data()), ZoStreamWriteError);
   IoRecorder recorder;
   EXPECT_EQ((stream << int32_t{1}).Status(), ZoStreamWriteError);
-  EXPECT_TRUE(recorder.events().empty());  // refused without touching the file
+  EXPECT_TRUE(recorder.events.empty());  // refused without touching the file
   EXPECT_EQ(stream.Flush(), ZoStreamWriteError);  // the device is still full
   ZoFileStream unbuffered(ZoString("/dev/full"), ZoFileWrite, false);  // fails at the write itself
   EXPECT_EQ((unbuffered << int32_t{1}).Status(), ZoStreamWriteError);
 }
 
-TEST(ZoFileStreamWrite, SuccessfulFlushClearsAWriteError) {
-  TempFolder temp;
-  std::string path = temp / "clear.bin";
-  ZoFileStream stream(ZoString(path.c_str()), ZoFileWrite, true);
+TEST_F(ZoFileStreamTest, SuccessfulFlushClearsAWriteError) {
+  ZoFileStream stream(Path("clear.bin"), ZoFileWrite, true);
   stream << int32_t{1};
   stream.SetStatus(ZoStreamWriteError);
   EXPECT_EQ((stream << int32_t{2}).Status(), ZoStreamWriteError);

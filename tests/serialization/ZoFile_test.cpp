@@ -1,4 +1,5 @@
-// The chunked container on files and memory, and the progress reporter.
+// The chunked container on files and memory, why its reads failed, and the
+// progress reporter.
 #include <zoactor/serialization/ZoFile.h>
 #include <zoactor/serialization/ZoFileProgress.h>
 
@@ -6,13 +7,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
 #include <thread>
+#include <tuple>
+#include <utility>
 
 using zotest::ByteBuilder;
 using zotest::Bytes;
 using zotest::Hex;
-using zotest::TempFolder;
 
 namespace {
 
@@ -21,8 +24,7 @@ class Pair : public ZoFileObject {
  public:
   int32_t number = 0;
   ZoString text;
-  static ZoFileType Type() { return ZoFileType("Pair"); }
-  ZoFileType TypeInFile() const override { return Type(); }
+  ZoFileType TypeInFile() const override { return ZoFileType("Pair"); }
   int ReadFromFile(ZoFile& file) override { return file.Read(number) && file.Read(text) ? 1 : 0; }
   int WriteToFile(ZoFile& file) override { return file.Write(number) && file.Write(text) ? 1 : 0; }
   static ZoFileObject* Construct(ZoFile& file) {
@@ -63,124 +65,93 @@ void OpenOver(ZoFile& file, Bytes& bytes) {
   ASSERT_EQ(file.Open(0, reinterpret_cast<char*>(bytes.data()), static_cast<int>(bytes.size())), 1);
 }
 
+class ZoFileTest : public ::testing::Test {
+ protected:
+  // The path of `name` in the folder, which need not exist.
+  ZoString Path(char const* name) { return ZoString((temp / name).c_str()); }
+  // The path of a new file `name` holding `bytes`.
+  ZoString File(char const* name, Bytes const& bytes) { return ZoString(temp.WriteFile(name, bytes).c_str()); }
+
+  zotest::TempFolder temp;
+};
+
 }  // namespace
 
-TEST(ZoFileHeader, WrittenFileStartsWithMagicVersionsTypeAndZero) {
-  TempFolder temp;
+TEST_F(ZoFileTest, HeaderIsMagicVersionsTypeAndZeroAndIsReadBack) {
   ZoFile file;
-  ASSERT_EQ(file.Open(ZoString((temp / "a.seq").c_str()), 1), 1);
+  ASSERT_EQ(file.Open(Path("a.seq"), 1), 1);
   file.Write(int32_t{5});
   file.SetType(ZoFileType("Sequ"));  // set after opening: reaches the final header
   file.SetVersion(1);
   EXPECT_EQ(file.Compress() + file.Uncompress(), 0);  // only memory containers answer 1
   ASSERT_EQ(file.Close(), 1);
   EXPECT_EQ(Hex(temp.ReadFile("a.seq")), Hex(ByteBuilder().append(Header("Sequ", 1)).i32(5)));
-}
 
-TEST(ZoFileHeader, ReadingTakesVersionsAndTypeFromTheHeader) {
-  TempFolder temp;
+  // Neither the format version nor the last header field is checked.
   Bytes bytes = ByteBuilder().raw({0x20, 0x5A, 0x4F, 0x42}).u16(9).u16(3).chars("Aazo").i32(-1).i32(12);
-  std::string path = temp.WriteFile("m.anm", bytes);
-  ZoFile file;
-  ASSERT_EQ(file.Open(ZoString(path.c_str()), 0), 1);
-  EXPECT_EQ(file.GetFormatVersion(), 9);  // not checked
+  ASSERT_EQ(file.Open(File("m.anm", bytes), 0), 1);
+  EXPECT_EQ(file.GetFormatVersion(), 9);
   EXPECT_EQ(file.GetVersion(), 3);
   EXPECT_EQ(file.GetType(), ZoFileType("Aazo"));
   int32_t value = 0;
   EXPECT_EQ(file.Read(value), 1);
   EXPECT_EQ(value, 12);
-  EXPECT_EQ(file.Read(value), 0);
-  EXPECT_EQ(file.GetLastError(), 4);
 }
 
-TEST(ZoFileOpen, ModesAndStatesAreChecked) {
-  TempFolder temp;
+TEST_F(ZoFileTest, ModesAndStatesAreChecked) {
   ZoFile file;
-  EXPECT_EQ(file.Open(ZoString((temp / "x").c_str()), 2), 0);
-  EXPECT_EQ(file.GetLastError(), 2);
-  EXPECT_EQ(file.Open(5, nullptr, 0), 0);
-  EXPECT_EQ(file.GetLastError(), 2);
-  EXPECT_EQ(file.Open(0, nullptr, 10), 0);
-  EXPECT_EQ(file.GetLastError(), 1);
-  EXPECT_EQ(file.Close(), 0);
-  EXPECT_EQ(file.GetLastError(), 1);
+  // An operation's result with the error it left.
+  auto outcome = [&file](int result) { return std::pair{result, file.GetLastError()}; };
+  using Outcome = std::pair<int, int>;
+  EXPECT_EQ(outcome(file.Open(Path("x"), 2)), Outcome(0, 2));
+  EXPECT_EQ(outcome(file.Open(5, nullptr, 0)), Outcome(0, 2));
+  EXPECT_EQ(outcome(file.Open(0, nullptr, 10)), Outcome(0, 1));
+  EXPECT_EQ(outcome(file.Close()), Outcome(0, 1));
   ASSERT_EQ(file.Open(1, nullptr, 0), 1);
-  EXPECT_EQ(file.Open(1, nullptr, 0), 0);
-  EXPECT_EQ(file.GetLastError(), 3);
+  EXPECT_EQ(outcome(file.Open(1, nullptr, 0)), Outcome(0, 3));
   int32_t v;
-  EXPECT_EQ(file.Read(v), 0);  // a writing container cannot be read
-  EXPECT_EQ(file.GetLastError(), 1);
-  EXPECT_EQ(file.Write(int32_t{1}), 1);  // errors do not block later operations
-  EXPECT_EQ(file.GetLastError(), 0);
-  EXPECT_EQ(file.Compress(), 1);
-  EXPECT_EQ(file.Uncompress(), 1);
+  EXPECT_EQ(outcome(file.Read(v)), Outcome(0, 1));              // a writing container cannot be read
+  EXPECT_EQ(outcome(file.Write(int32_t{1})), Outcome(1, 0));  // errors do not block later operations
+  EXPECT_EQ(file.Compress() + file.Uncompress(), 2);
   file.Close();
   EXPECT_EQ(file.Compress() + file.Uncompress(), 0);
 }
 
-TEST(ZoFileRecords, PrimitivesAndStringsRoundTripThroughAFile) {
-  TempFolder temp;
-  std::string path = temp / "rec.bin";
+// Strings up to 255 characters; the empty one is a zero length and reads as the null string.
+TEST_F(ZoFileTest, PrimitivesAndStringsRoundTripThroughAFile) {
+  std::string const longest(255, 'h');
   {
     ZoFile file;
-    ASSERT_EQ(file.Open(ZoString(path.c_str()), 1), 1);
-    EXPECT_EQ(file.Write(int16_t{-2}), 1);
-    EXPECT_EQ(file.Write(int32_t{70000}), 1);
-    EXPECT_EQ(file.Write(2.5f), 1);
-    EXPECT_EQ(file.Write(ZoString()), 1);
-    EXPECT_EQ(file.Write(ZoString("Hero")), 1);
+    ASSERT_EQ(file.Open(Path("rec.bin"), 1), 1);
+    EXPECT_TRUE(file.Write(int16_t{-2}) && file.Write(int32_t{70000}) && file.Write(2.5f) && file.Write(ZoString()) &&
+                file.Write(ZoString(longest.c_str())));
     EXPECT_EQ(file.Close(), 1);
   }
-  Bytes expected = ByteBuilder().append(Header("    ", 0)).i16(-2).i32(70000).f32(2.5f).i32(0).str("Hero");
+  Bytes expected = ByteBuilder().append(Header("    ", 0)).i16(-2).i32(70000).f32(2.5f).i32(0).str(longest.c_str());
   EXPECT_EQ(Hex(temp.ReadFile("rec.bin")), Hex(expected));
 
   ZoFile file;
-  ASSERT_EQ(file.Open(ZoString(path.c_str()), 0), 1);
+  ASSERT_EQ(file.Open(Path("rec.bin"), 0), 1);
   int16_t s = 0;
   int32_t i = 0;
   float f = 0;
-  ZoString empty("x"), hero;
-  EXPECT_EQ(file.Read(s) && file.Read(i) && file.Read(f) && file.Read(empty) && file.Read(hero), 1);
-  EXPECT_EQ(s, -2);
-  EXPECT_EQ(i, 70000);
-  EXPECT_EQ(f, 2.5f);
+  ZoString empty("x"), text;
+  EXPECT_TRUE(file.Read(s) && file.Read(i) && file.Read(f) && file.Read(empty) && file.Read(text));
+  EXPECT_EQ(std::make_tuple(s, i, f, std::string(text.c_str())), std::make_tuple(int16_t{-2}, 70000, 2.5f, longest));
   EXPECT_TRUE(empty == NULL_STRING);
-  EXPECT_EQ(hero, "Hero");
 }
 
-TEST(ZoFileRecords, StringsLongerThan255AreRefused) {
-  for (int32_t length : {255, 256, -1, INT32_MAX}) {
-    Bytes bytes = ByteBuilder().i32(length).append(Bytes(300, 'q'));
-    ZoFile file;
-    OpenOver(file, bytes);
-    ZoString text("kept");
-    int ok = file.Read(text);
-    if (length == 255) {
-      EXPECT_EQ(ok, 1);
-      EXPECT_EQ(text.Length(), 255);
-    } else {
-      EXPECT_EQ(ok, 0) << length;
-      EXPECT_EQ(file.GetLastError(), 4);
-      EXPECT_EQ(text, "kept");
-    }
-  }
-}
-
-TEST(ZoFileRecords, PeekTypeThenReadTypeConsumesFourBytesOnFilesAndMemory) {
-  TempFolder temp;
+TEST_F(ZoFileTest, PeekTypeThenReadTypeConsumesFourBytesOnFilesAndMemory) {
   Bytes body = ByteBuilder().chars("Pair").chars("Next");
-  std::string path = temp.WriteFile("peek.bin", ByteBuilder().append(Header("Test", 1)).append(body));
   OpenFile onFile;
-  ASSERT_EQ(onFile.Open(ZoString(path.c_str()), 0), 1);
+  ASSERT_EQ(onFile.Open(File("peek.bin", ByteBuilder().append(Header("Test", 1)).append(body)), 0), 1);
   ZoFile onMemory;
-  ASSERT_EQ(onMemory.Open(0, reinterpret_cast<char*>(body.data()), static_cast<int>(body.size())), 1);
+  OpenOver(onMemory, body);
   for (ZoFile* file : {static_cast<ZoFile*>(&onFile), &onMemory}) {
     ZoFileType peeked, read, next;
-    EXPECT_EQ(file->PeekType(peeked), 1);
-    EXPECT_EQ(file->ReadType(read), 1);
+    EXPECT_TRUE(file->PeekType(peeked) && file->ReadType(read) && file->ReadType(next));
     EXPECT_EQ(peeked, ZoFileType("Pair"));
     EXPECT_EQ(read, peeked);
-    EXPECT_EQ(file->ReadType(next), 1);
     EXPECT_EQ(next, ZoFileType("Next"));
   }
   EXPECT_EQ(onFile.GetFilePointer(), 24);
@@ -194,7 +165,7 @@ TEST(ZoFileRecords, PeekTypeThenReadTypeConsumesFourBytesOnFilesAndMemory) {
   EXPECT_EQ(Contents(writer), Bytes(ByteBuilder().chars("Pair")));
 }
 
-TEST(ZoFileObjects, WrongTypeIsPutBackWithErrorFiveAndArraysStopAtTheFirstFailure) {
+TEST_F(ZoFileTest, WrongTypeIsPutBackWithErrorFiveAndArraysStopAtTheFirstFailure) {
   Pair a, b, c;
   a.number = 3;
   a.text = "three";
@@ -215,7 +186,6 @@ TEST(ZoFileObjects, WrongTypeIsPutBackWithErrorFiveAndArraysStopAtTheFirstFailur
   EXPECT_EQ(reader.GetLastError(), 5);
   Pair back;
   EXPECT_EQ(reader.Read(back), 1);
-  EXPECT_EQ(back.number, 3);
   EXPECT_EQ(back.text, "three");
   Pair x, y;
   ZoFileObject* targets[] = {&x, &y, &other};
@@ -224,34 +194,25 @@ TEST(ZoFileObjects, WrongTypeIsPutBackWithErrorFiveAndArraysStopAtTheFirstFailur
   EXPECT_EQ(reader.Read(0, targets), 0);
 }
 
-TEST(ZoFileObjects, WrongTypeOnAFileAcrossABufferBoundaryIsPutBackExactly) {
-  TempFolder temp;
-  std::string path = temp / "objects.bin";
-  // Enough objects that one type straddles the 2048-byte read buffer.
-  {
-    ZoFile file;
-    file.Open(ZoString(path.c_str()), 1);
-    Pair pair;
-    for (int i = 0; i < 400; ++i) {
-      pair.number = i;
-      pair.text = "p";
-      file.Write(pair);
-    }
-    file.Close();
-  }
+TEST_F(ZoFileTest, WrongTypeOnAFileAcrossABufferBoundaryIsPutBackExactly) {
+  // Records of 14 bytes after the 16-byte header: the type of the 146th
+  // straddles the end of the first 2048-byte read buffer.
   ZoFile file;
-  ASSERT_EQ(file.Open(ZoString(path.c_str()), 0), 1);
-  Other other;
+  file.Open(Path("objects.bin"), 1);
   Pair pair;
+  pair.text = "pp";
+  for (pair.number = 0; pair.number < 400; ++pair.number) file.Write(pair);
+  file.Close();
+  ASSERT_EQ(file.Open(Path("objects.bin"), 0), 1);
+  Other other;
   for (int i = 0; i < 400; ++i) {
-    ASSERT_EQ(file.Read(other), 0) << i;
-    ASSERT_EQ(file.GetLastError(), 5);
+    ASSERT_EQ((std::pair{file.Read(other), file.GetLastError()}), std::pair(0, 5)) << i;
     ASSERT_EQ(file.Read(pair), 1) << i;
     ASSERT_EQ(pair.number, i);
   }
 }
 
-TEST(ZoFileObjects, ReadObjectUsesTheFirstRegistration) {
+TEST_F(ZoFileTest, ReadObjectUsesTheFirstRegistration) {
   ZoFile::RegisterClass(&Pair::Construct, ZoFileType("Reg1"));
   ZoFile::RegisterClass([](ZoFile&) -> ZoFileObject* { return nullptr; }, ZoFileType("Reg1"));
   Bytes bytes = ByteBuilder().chars("Reg1").i32(9).str("nine").chars("Unkn").i32(1);
@@ -268,13 +229,13 @@ TEST(ZoFileObjects, ReadObjectUsesTheFirstRegistration) {
   EXPECT_EQ(after, 1);
 }
 
-TEST(ZoFileMemory, WritingGrowsPast2048AndReadingDeliversWhatThereIs) {
+TEST_F(ZoFileTest, MemoryWritingGrowsPast2048AndReadingDeliversWhatThereIs) {
   ZoFile file;
   ASSERT_EQ(file.Open(1, nullptr, 0), 1);
   Bytes chunk(2040, 'c');
   EXPECT_EQ(file.WriteBytes(2040, chunk.data()), 2040u);
-  EXPECT_EQ(file.Write(int32_t{1}) + file.Write(int32_t{2}), 2);  // 2048 exactly
-  EXPECT_EQ(file.Write(int16_t{3}), 1);                            // passes 2048: the block grows
+  EXPECT_TRUE(file.Write(int32_t{1}) && file.Write(int32_t{2}));  // 2048 exactly
+  EXPECT_EQ(file.Write(int16_t{3}), 1);                             // passes 2048: the block grows
   EXPECT_EQ(Contents(file), Bytes(ByteBuilder().append(chunk).i32(1).i32(2).i16(3)));
   // A memory position may go up to the largest 32-bit offset, not past it.
   OpenFile memory;
@@ -292,22 +253,72 @@ TEST(ZoFileMemory, WritingGrowsPast2048AndReadingDeliversWhatThereIs) {
   EXPECT_EQ(file.GetLastError(), 0);
 }
 
-TEST(ZoFileClose, ClosingAWrittenFileTruncatesAtThePosition) {
-  TempFolder temp;
-  std::string path = temp.WriteFile("trunc.bin", Bytes(100, 'z'));
+TEST_F(ZoFileTest, ClosingAWrittenFileTruncatesAtThePosition) {
   OpenFile file;
-  ASSERT_EQ(file.Open(ZoString(path.c_str()), 1), 1);
-  file.Write(int32_t{1});
-  file.Write(int32_t{2});
+  ASSERT_EQ(file.Open(File("trunc.bin", Bytes(100, 'z')), 1), 1);
+  EXPECT_TRUE(file.Write(int32_t{1}) && file.Write(int32_t{2}));
   file.SetFilePointer(16, 0);  // rewrite the first record and stop there
   file.Write(int32_t{9});
   ASSERT_EQ(file.Close(), 1);
   EXPECT_EQ(temp.ReadFile("trunc.bin").size(), 20u);
 }
 
+// The container keeps its first failure, with the offset and the reason,
+// until it is reset; a failed read leaves the string as it was.
+TEST_F(ZoFileTest, FailuresNameWhereAndWhy) {
+  Bytes const header = Header("Sequ", 1);
+  struct Case {
+    char const* name;
+    Bytes bytes;
+    int lastError;
+    int64_t offset;
+    char const* words;
+  } const cases[] = {
+      {"bad magic", ByteBuilder().raw({0x20, 0x5A, 0x4F, 0x43}).append(Bytes(header.begin() + 4, header.end())), 2, 0,
+       "bad magic 0x434F5A20"},
+      {"short header", Bytes(header.begin(), header.begin() + 15), 4, 15, "shorter than the 16-byte header"},
+      {"long string", ByteBuilder().append(header).i32(3).i32(256).append(Bytes(256, 'q')), 4, 24,
+       "string length 256 is outside 0 to 255"},
+      {"negative string length", ByteBuilder().append(header).i32(3).i32(-1), 4, 24, "string length -1 is outside"},
+      {"string cut short", ByteBuilder().append(header).i32(3).i32(20).chars("abc"), 4, 27,
+       "the file ends 17 bytes short"},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    ZoFile file;
+    int opened = file.Open(File("c.seq", c.bytes), 0);
+    ZoString text("kept");
+    if (opened != 0) {
+      int32_t skipped = 0;
+      EXPECT_EQ(file.Read(skipped), 1);
+      EXPECT_EQ(file.Read(text), 0);
+    }
+    EXPECT_EQ(text, "kept");
+    EXPECT_EQ(file.GetLastError(), c.lastError);
+    EXPECT_EQ(file.IsOpen(), opened != 0);
+    EXPECT_EQ(file.FailureOffset(), c.offset) << file.FailureReason();
+    EXPECT_NE(std::strstr(file.FailureReason(), c.words), nullptr) << file.FailureReason();
+  }
+  ZoFile missing;
+  EXPECT_EQ(missing.Open(Path("missing.seq"), 0), 0);
+  EXPECT_EQ(missing.GetLastError(), 1);
+  EXPECT_STREQ(missing.FailureReason(), "the file could not be opened");
+  // Only the first failure is kept, until it is reset.
+  Bytes bytes = ByteBuilder().i32(300).i32(-1);
+  ZoFile file;
+  OpenOver(file, bytes);
+  ZoString text;
+  EXPECT_EQ(file.Read(text) + file.Read(text), 0);
+  EXPECT_STREQ(file.FailureReason(), "string length 300 is outside 0 to 255");
+  file.ResetFailure();
+  EXPECT_FALSE(file.HasFailure());
+  EXPECT_EQ(file.FailureOffset(), -1);
+}
+
 // --- Progress -----------------------------------------------------------------
 
 namespace {
+
 int gCallbacks = 0;
 int gCodeSeen = -1;
 void CountProgress() {
@@ -315,6 +326,15 @@ void CountProgress() {
   ZoString text;
   ZoFileProgress::GetProgress(gCodeSeen, text);  // re-entering the lock from the callback
 }
+
+// The most recent entry as "code text".
+std::string Top() {
+  int code = -1;
+  ZoString text("?");
+  ZoFileProgress::GetProgress(code, text);
+  return std::to_string(code) + " " + text.c_str();
+}
+
 }  // namespace
 
 TEST(ZoFileProgressStack, PushPopClearAndTheCallback) {
@@ -323,22 +343,14 @@ TEST(ZoFileProgressStack, PushPopClearAndTheCallback) {
   ZoFileProgress::SetProgressCB(&CountProgress);
   ZoFileProgress::SetProgress(0, ZoString("a"));
   ZoFileProgress::SetProgress(1, ZoString("b"));
-  int code = -1;
-  ZoString text;
-  ZoFileProgress::GetProgress(code, text);
-  EXPECT_EQ(code, 1);
-  EXPECT_EQ(text, "b");
-  ZoFileProgress::SetProgress(2, ZoString("ignored"));
-  ZoFileProgress::GetProgress(code, text);
-  EXPECT_EQ(code, 0);
-  EXPECT_EQ(text, "a");
-  ZoFileProgress::SetProgress(3, ZoString());
-  ZoFileProgress::GetProgress(code, text);
-  EXPECT_EQ(code, 2);
-  EXPECT_TRUE(text == NULL_STRING);
+  EXPECT_EQ(Top(), "1 b");
+  ZoFileProgress::SetProgress(ZoFileProgress::kPop, ZoString("ignored"));
+  EXPECT_EQ(Top(), "0 a");
+  ZoFileProgress::SetProgress(ZoFileProgress::kClear, ZoString());
+  EXPECT_EQ(Top(), "2 ");
   EXPECT_EQ(gCallbacks, 4);
   EXPECT_EQ(gCodeSeen, 2);
-  ZoFileProgress::SetProgress(2, ZoString());  // popping an empty stack is harmless
+  ZoFileProgress::SetProgress(ZoFileProgress::kPop, ZoString());  // popping an empty stack is harmless
   EXPECT_EQ(ZoFileProgress::Depth(), 0);
   ZoFileProgress::SetProgressCB(nullptr);
 }

@@ -15,6 +15,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 using namespace zoskeletontest;
 
@@ -42,78 +45,57 @@ struct Facts {
   float cameraAngle;
 };
 
-Facts const kFacts[] = {
-    {24, 0, 0, 0, 0, 0, 0, 2, 0, 0, 3, 1, false, 1.0f},
-    {25, 0, 0, 0, 0, 0, 0, 2, 41, 0, 3, 1, false, 1.0f},
-    {26, 0, 99, 0, 0, 0, 0, 2, 41, 0, 3, 1, false, 1.0f},
-    {27, 1, 99, 0, 0, 0, 0, 2, 41, 0, 3, 1, false, 1.0f},
-    {28, 1, 99, 0, 1, 0, 0, 2, 41, 0, 3, 1, false, 1.0f},
-    {30, 1, 99, 0, 1, 0, 0, 2, 41, 0xF00D, 3, 1, false, 1.0f},
-    {31, 1, 99, 1, 1, 0, 0, 2, 41, 0xF00D, 3, 1, false, 1.0f},
-    {32, 1, 99, 1, 1, 11, 0, 2, 41, 0xF00D, 3, 1, false, 1.0f},
-    {33, 1, 99, 1, 1, 11, 0, 1, 41, 0xF00D, 3, 1, false, 1.0f},
-    {35, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 3, 1, false, 1.0f},
-    {36, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 3, 1, false, 1.0f},
-    {39, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 3, 1, false, 1.0f},
-    {40, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 1, false, 1.0f},
-    {41, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 1, false, 1.0f},
-    {42, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 1, false, 1.0f},
-    {43, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 1, false, 1.0f},
-    {44, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 1, true, 1.0f},
-    {45, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 0, true, 1.0f},
-    {46, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 0, true, 1.0f},
-    {47, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 0, true, 1.0f},
-    {48, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 0, true, 0.8f},
-    {99, 1, 99, 1, 1, 11, 21, 1, 41, 0xF00D, 1, 0, true, 0.8f},
-};
+// The facts of the skeleton written at version `v`, each from the version
+// that changed it (the golden files stand on both sides of every change).
+Facts FactsAt(int32_t v) {
+  return {v, v >= 27 ? 1 : 0, v >= 26 ? 99u : 0u, v >= 31 ? 1 : 0, v >= 28 ? 1 : 0, v >= 32 ? 11 : 0,
+          v >= 35 ? 21 : 0, v >= 33 ? 1 : 2, v >= 25 ? 41 : 0, v >= 30 ? 0xF00Du : 0u, v >= 40 ? 1 : 3,
+          v >= 45 ? 0 : 1, v >= 44, v >= 48 ? 0.8f : 1.0f};
+}
+
+int32_t const kVersions[] = {24, 25, 26, 27, 28, 30, 31, 32, 33, 35, 36, 39, 40, 41, 42, 43, 44, 45, 46, 47, 48, 99};
 
 Bytes Golden(int32_t version) { return zotest::DataFile("older-node/v" + std::to_string(version) + ".bin"); }
 
+// The quad every older geometry holds: flags 11, 4 vertices with averaged
+// normals and texture v flipped when the UV flag is 0, 2 triangles each on
+// its own material of 2.
 void ExpectGeometry(ZoProtoNode const* node, int format, bool tree, int uv) {
-  EXPECT_EQ(node->GetModelFormat(), format);
-  EXPECT_EQ(node->IsUVNormalized(), uv);
+  EXPECT_EQ(std::make_tuple(node->GetModelFormat(), node->IsUVNormalized()), std::make_tuple(format, uv));
   ASSERT_NE(node->ColModel(), nullptr);
   EXPECT_EQ(node->ColModel()->GetRoot() != nullptr, tree);
   ZoTriangleSet const* set = node->ColModel()->GetTriangleSet();
   ASSERT_NE(set, nullptr);
-  EXPECT_EQ(set->GetFlags(), 11);
-  ASSERT_EQ(set->GetNumVertices(), 4);
-  ASSERT_EQ(set->GetNumTriangles(), 2);
-  ASSERT_EQ(set->GetNumMaterials(), 2);
+  ASSERT_EQ(std::make_tuple(set->GetFlags(), set->GetNumVertices(), set->GetNumTriangles(), set->GetNumMaterials()),
+            std::make_tuple(11, 4, 2, 2));
   EXPECT_EQ(set->Material(1).color2.r, 0.2f);
   for (int i = 0; i < 4; ++i) {
-    EXPECT_EQ(set->Normal(i), ZoVector3(0, 0, 1)) << i;  // replaced by averaged ones
-    float stored = i < 2 ? 0.25f : 1.0f;                // a UV flag of 0 flips v
+    float stored = i < 2 ? 0.25f : 1.0f;
+    EXPECT_EQ(set->Normal(i), ZoVector3(0, 0, 1)) << i;
     EXPECT_EQ(set->TextureVertex(i, 0).v, uv == 0 ? 1.0f - stored : stored) << i;
   }
-  for (int t = 0; t < 2; ++t) {  // each triangle keeps its material
-    bool second = set->Triangle(t)[2] == 3;
-    EXPECT_EQ(set->MaterialIndex(t), second ? 1 : 0);
-  }
+  for (int t = 0; t < 2; ++t) EXPECT_EQ(set->MaterialIndex(t), set->Triangle(t)[2] == 3 ? 1 : 0);
 }
 
 TEST(ZoProtoNodeOlder, GoldenSkeletonsDecodeToTheirFacts) {
-  for (Facts const& f : kFacts) {
-    SCOPED_TRACE(f.version);
+  for (int32_t version : kVersions) {
+    SCOPED_TRACE(version);
+    Facts const f = FactsAt(version);
     ZoProtoNode root;
     ASSERT_EQ(ReadBody(root, Golden(f.version), f.version), ZoStreamOk);
     ZoProtoTraversal all(&root, 0);
-    ASSERT_EQ(all.NumNodes(), 8);
-    char const* const names[] = {"root", "arm", "hand", "lamp", "floor", "plate", "path", "odd"};
-    for (int i = 0; i < 8; ++i) EXPECT_STREQ(all.Node(i)->Name().c_str(), names[i]);
-    ZoProtoNode const* arm = all.Node(1);
+    std::vector<std::string> names;
+    for (int i = 0; i < all.NumNodes(); ++i) names.emplace_back(all.Node(i)->Name().c_str());
+    ASSERT_EQ(names, std::vector<std::string>({"root", "arm", "hand", "lamp", "floor", "plate", "path", "odd"}));
     EXPECT_EQ(root.HomeTransform(), ZoTransform3(ZoVector3(1, 2, 3), ZoRotation3(0, 0, 1, 0)));
     ASSERT_NE(root.CameraInfo(), nullptr);
     EXPECT_EQ(root.CameraInfo()->angle, f.cameraAngle);
     EXPECT_EQ(root.Properties().GetCount(), f.properties);
-    if (f.properties == 1) {
-      EXPECT_EQ(static_cast<int>(*root.Properties().Find("old")), 5);
-    }
+    EXPECT_EQ(f.properties == 1 ? static_cast<int>(*root.Properties().Find("old")) : 5, 5);
     ASSERT_EQ(root.ColSpheres().GetCount(), 1);
-    ZoColSphere const* sphere = &root.ColSpheres()[0];
-    EXPECT_EQ(sphere->center, ZoVector3(1, 2, 3));
-    EXPECT_EQ(sphere->word4, f.word4);
+    EXPECT_EQ(std::make_tuple(root.ColSpheres()[0].center, root.ColSpheres()[0].word4), std::make_tuple(ZoVector3(1, 2, 3), f.word4));
 
+    ZoProtoNode const* arm = all.Node(1);
     ASSERT_NE(arm->JointLimit(), nullptr);
     ZoRotation3 lo, hi;
     int arc = -1;
@@ -121,32 +103,32 @@ TEST(ZoProtoNodeOlder, GoldenSkeletonsDecodeToTheirFacts) {
     EXPECT_EQ(arc, f.arc);
     ZoProtoGeomInfo const* g = arm->GeomInfo();
     ASSERT_NE(g, nullptr);
-    EXPECT_EQ(g->squareKind, f.square);
-    EXPECT_EQ(g->width, f.square == 1 ? 0.5f : 0.0f);
-    EXPECT_EQ(g->material.color2.r, f.square == 1 ? 0.25f : 0.5f);  // the older record, or the default
-    EXPECT_EQ(g->geomInt0, f.geomInt0);
-    EXPECT_EQ(g->geomInt1, f.geomInt1);
-    EXPECT_EQ(g->geomInt3, f.geomInt1 == 0 ? 32 : 23);
+    // The older record's square, width and material, or the defaults.
+    EXPECT_EQ(std::make_tuple(g->squareKind, g->width, g->material.color2.r),
+              f.square == 1 ? std::make_tuple(1, 0.5f, 0.25f) : std::make_tuple(0, 0.0f, 0.5f));
+    EXPECT_EQ(std::make_tuple(g->geomInt0, g->geomInt1, g->geomInt3),
+              std::make_tuple(f.geomInt0, f.geomInt1, f.geomInt1 == 0 ? 32 : 23));
     ExpectGeometry(arm, 2, true, f.armUV);  // the older tree is dropped and rebuilt
 
-    EXPECT_EQ(all.Node(2)->HandleInfo()->handleKind, f.handleKind);
-    EXPECT_EQ(all.Node(2)->HandleInfo()->length, 0.3f);
-    EXPECT_EQ(all.Node(2)->ColModel(), nullptr);  // a handle's marker is not made by reading
+    // A handle's marker is not made by reading; the light gets its marker.
+    ZoProtoNode const* hand = all.Node(2);
+    EXPECT_EQ(std::make_tuple(hand->HandleInfo()->handleKind, hand->HandleInfo()->length, hand->ColModel()),
+              std::make_tuple(f.handleKind, 0.3f, static_cast<ZoColModel*>(nullptr)));
     ZoLight const* light = all.Node(3)->LightInfo();
     ASSERT_NE(light, nullptr);
     EXPECT_EQ(light->kind, 3);
     ZoProperty const* map = light->properties.Find("LightMap");
     ASSERT_NE(map, nullptr);
     EXPECT_EQ(static_cast<ZoString>(*map), ZoString(f.lightNamed ? "glow" : ""));
-    EXPECT_NE(all.Node(3)->ColModel()->GetRoot(), nullptr);  // the light's marker
-    EXPECT_EQ(all.Node(4)->FloorInfo()->floorWord0, f.floor0);
-    EXPECT_EQ(all.Node(4)->FloorInfo()->floorWord1, f.floor1);
+    EXPECT_NE(all.Node(3)->ColModel()->GetRoot(), nullptr);
+    EXPECT_EQ(std::make_tuple(all.Node(4)->FloorInfo()->floorWord0, all.Node(4)->FloorInfo()->floorWord1),
+              std::make_tuple(f.floor0, f.floor1));
     ExpectGeometry(all.Node(5), f.plateFormat, f.plateFormat == 3, 1);
     ASSERT_NE(all.Node(6)->SplineInfo(), nullptr);
-    EXPECT_EQ(all.Node(6)->SplineInfo()->NumControlPoints(), 2);
-    EXPECT_EQ(all.Node(6)->SplineInfo()->LengthInTime(), 500u);
-    EXPECT_EQ(all.Node(7)->Style(), 9);
-    EXPECT_EQ(all.Node(7)->GeomInfo(), nullptr);
+    EXPECT_EQ(std::make_tuple(all.Node(6)->SplineInfo()->NumControlPoints(), all.Node(6)->SplineInfo()->LengthInTime()),
+              std::make_tuple(2, 500u));
+    EXPECT_EQ(std::make_tuple(all.Node(7)->Style(), all.Node(7)->GeomInfo()),
+              std::make_tuple(9, static_cast<ZoProtoGeomInfo*>(nullptr)));
 
     // Written back in the current layout (at 106, and at 103 without the
     // stiffness), the skeleton reads back to the same bytes.

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -51,21 +52,17 @@ TEST(ZoTreeNode, InsertChildPutsTheChildAtItsIndexOrAtAnEnd) {
   int destroyed = 0;
   {
     ZoTreeNode parent;
-    auto* a = new Counted(&destroyed);
-    parent.insertChild(a, 99);  // no children yet: the only child whatever the position
-    auto* b = new Counted(&destroyed);
-    parent.addChild(b);
-    auto* first = new Counted(&destroyed);
-    parent.insertChild(first, 0);
-    auto* negative = new Counted(&destroyed);
-    parent.insertChild(negative, -5);
-    auto* middle = new Counted(&destroyed);
-    parent.insertChild(middle, 2);
-    auto* last = new Counted(&destroyed);
-    parent.insertChild(last, 99);  // past the end: the last
-    EXPECT_EQ(Children(parent), Nodes({negative, first, middle, a, b, last}));
-    EXPECT_EQ(last->nextSibling(), nullptr);
-    for (ZoTreeNode* child : Children(parent)) EXPECT_EQ(child->parent(), &parent);
+    Nodes n;
+    for (int i = 0; i < 6; ++i) n.push_back(new Counted(&destroyed));
+    parent.insertChild(n[0], 99);  // no children yet: the only child whatever the position
+    parent.addChild(n[1]);
+    parent.insertChild(n[2], 0);
+    parent.insertChild(n[3], -5);
+    parent.insertChild(n[4], 2);
+    parent.insertChild(n[5], 99);  // past the end: the last
+    EXPECT_EQ(Children(parent), Nodes({n[3], n[2], n[4], n[0], n[1], n[5]}));
+    EXPECT_EQ(n[5]->nextSibling(), nullptr);
+    for (ZoTreeNode* child : n) EXPECT_EQ(child->parent(), &parent);
   }
   EXPECT_EQ(destroyed, 6);
 }
@@ -115,20 +112,13 @@ TEST(ZoTreeNode, MembershipAndCounts) {
   root.addChild(b);
   a->addChild(grandchild);
   grandchild->addChild(deep);
-
-  EXPECT_EQ(root.hasChild(&root), 0);
-  EXPECT_EQ(root.hasDescendant(&root), 1);
-  EXPECT_EQ(root.hasChild(a), 1);
-  EXPECT_EQ(root.hasChild(grandchild), 0);
-  EXPECT_EQ(root.hasDescendant(deep), 1);
-  EXPECT_EQ(b->hasDescendant(deep), 0);
-  EXPECT_EQ(root.numChildren(0), 2);
-  EXPECT_EQ(root.numChildren(other), 1);
-  EXPECT_EQ(root.treeSize(0), 5);
+  EXPECT_EQ(std::vector<int>({root.hasChild(&root), root.hasDescendant(&root), root.hasChild(a),
+                              root.hasChild(grandchild), root.hasDescendant(deep), b->hasDescendant(deep)}),
+            std::vector<int>({0, 1, 1, 0, 1, 0}));
   // The walk descends through nodes of another type: deep is under two of them.
-  EXPECT_EQ(root.treeSize(other), 2);
-  EXPECT_EQ(root.treeSize(ZoTreeNode::TREE_TYPE), 3);
-  EXPECT_EQ(b->treeSize(other), 0);
+  EXPECT_EQ(std::vector<int>({root.numChildren(0), root.numChildren(other), root.treeSize(0), root.treeSize(other),
+                              root.treeSize(ZoTreeNode::TREE_TYPE), b->treeSize(other)}),
+            std::vector<int>({2, 1, 5, 2, 3, 0}));
 }
 
 TEST(ZoTreeNode, DestroysChildrenOnlyWhenTheFlagIsExactlyOne) {
@@ -180,16 +170,14 @@ TEST(ZoTreeTraversal, ListsInPreOrderWithTheTypeFilter) {
   root.addChild(d);
   a->addChild(b);
   b->addChild(c);
-
-  ZoTreeTraversal all(&root, 0, 1);
-  ASSERT_EQ(all.numNodes(), 5);
-  ZoTreeNode* expected[] = {&root, a, b, c, d};
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(all.node(i), expected[i]) << i;
-
+  auto listed = [](ZoTreeTraversal const& t) {
+    Nodes nodes;
+    for (int i = 0; i < t.numNodes(); ++i) nodes.push_back(t.node(i));
+    return nodes;
+  };
+  EXPECT_EQ(listed(ZoTreeTraversal(&root, 0, 1)), Nodes({&root, a, b, c, d}));
   ZoTreeTraversal joints(&root, joint, 1);
-  ASSERT_EQ(joints.numNodes(), 3);
-  EXPECT_EQ(joints.node(0), a);
-  EXPECT_EQ(joints.node(1), c);  // below a node that is not a joint
+  EXPECT_EQ(listed(joints), Nodes({a, c, d}));  // c below a node that is not a joint
   EXPECT_EQ(joints.nodeIndex(&root), -1);
   EXPECT_EQ(joints.nodeIndex(d), 2);
   EXPECT_EQ(ZoTreeTraversal(&root, 0, 0).numNodes(), 0);
@@ -199,7 +187,6 @@ TEST(ZoTreeTraversal, ListsInPreOrderWithTheTypeFilter) {
   copy.setNode(0, d);
   EXPECT_EQ(joints.node(0), a);
   EXPECT_EQ(copy.nodeIndex(d), 0);
-
   ZoTreeTraversal manual(2);
   manual.setNode(1, b);
   EXPECT_EQ(manual.nodeIndex(b), 1);
@@ -215,15 +202,13 @@ TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
   root->addChild(arm);
   hips->addChild(light);
   light->addChild(Named("Thigh"));
-
-  ZoProtoTraversal joints(root, ZoProtoNode::Geometry);
-  EXPECT_EQ(Names(joints), std::vector<std::string>({"hips", "Thigh", "arm"}));
-  ZoProtoTraversal all(root, 0);
-  EXPECT_EQ(Names(all), std::vector<std::string>({"Root", "hips", "Lamp", "Thigh", "arm"}));
+  using Strings = std::vector<std::string>;
+  ZoProtoTraversal joints(root, ZoProtoNode::Geometry), all(root, 0);
+  EXPECT_EQ(Names(joints), Strings({"hips", "Thigh", "arm"}));
+  EXPECT_EQ(Names(all), Strings({"Root", "hips", "Lamp", "Thigh", "arm"}));
   // Copies hold the same nodes and outlive their source.
-  ZoProtoTraversal copy(joints);
+  ZoProtoTraversal copy(joints), assigned(root, ZoProtoNode::Light);
   EXPECT_EQ(Names(copy), Names(joints));
-  ZoProtoTraversal assigned(root, ZoProtoNode::Light);
   assigned = all;
   assigned = assigned;  // NOLINT: self-assignment keeps the nodes
   EXPECT_EQ(Names(assigned), Names(all));
@@ -231,16 +216,14 @@ TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
     ZoProtoTraversal source(hips, 0);
     copy = source;
   }
-  EXPECT_EQ(Names(copy), std::vector<std::string>({"hips", "Lamp", "Thigh"}));
+  EXPECT_EQ(Names(copy), Strings({"hips", "Lamp", "Thigh"}));
   EXPECT_EQ(copy.NodeWithName("thigh"), light->firstChild());
 
-  EXPECT_EQ(all.IndexWithName("THIGH"), 3);
-  EXPECT_EQ(all.IndexWithName("root"), 0);
-  EXPECT_EQ(joints.IndexWithName("root"), -1);
+  EXPECT_EQ(std::vector<int>({all.IndexWithName("THIGH"), all.IndexWithName("root"), joints.IndexWithName("root"),
+                              all.NodeIndex(arm), joints.NodeIndex(root)}),
+            std::vector<int>({3, 0, -1, 4, -1}));
   EXPECT_EQ(all.NodeWithName("LaMp"), light);
   EXPECT_EQ(all.NodeWithName("tail"), nullptr);
-  EXPECT_EQ(all.NodeIndex(arm), 4);
-  EXPECT_EQ(joints.NodeIndex(root), -1);
   EXPECT_STREQ(light->Name().c_str(), "Lamp");  // names are compared on copies
   delete root;
 }
@@ -266,29 +249,22 @@ TEST(ZoPermutation, MapsNodesByIdentityBetweenTraversals) {
   root->addChild(b);
   root->addChild(Named("c"));
   ZoProtoTraversal before(root, ZoProtoNode::Geometry);
-  auto list = [](int32_t const* map, int n) { return std::vector<int32_t>(map, map + n); };
-
-  ZoPermutation same(&before, &before);
-  ASSERT_EQ(same.numNew(), 4);
-  EXPECT_EQ(list(same.oldToNew(), 4), std::vector<int32_t>({0, 1, 2, 3}));
-  EXPECT_EQ(list(same.newToOld(), 4), std::vector<int32_t>({0, 1, 2, 3}));
+  using Map = std::vector<int32_t>;
+  auto maps = [](ZoPermutation const& p) {
+    auto map = [](int32_t const* m, int32_t n) { return n > 0 ? Map(m, m + n) : Map(); };
+    return std::make_pair(map(p.oldToNew(), p.numOld()), map(p.newToOld(), p.numNew()));
+  };
+  EXPECT_EQ(maps(ZoPermutation(&before, &before)), std::make_pair(Map({0, 1, 2, 3}), Map({0, 1, 2, 3})));
 
   // b leaves; a newcomer with b's name arrives under a: matched by pointer,
   // never by name.
   root->removeChild(b);
   a->addChild(Named("b"));
   ZoProtoTraversal after(root, ZoProtoNode::Geometry);  // root, a, newcomer, c
-  ZoPermutation edit(&before, &after);
-  ASSERT_EQ(edit.numOld(), 4);
-  ASSERT_EQ(edit.numNew(), 4);
-  EXPECT_EQ(list(edit.oldToNew(), 4), std::vector<int32_t>({0, 1, -1, 3}));
-  EXPECT_EQ(list(edit.newToOld(), 4), std::vector<int32_t>({0, 1, -1, 3}));
-
+  EXPECT_EQ(maps(ZoPermutation(&before, &after)), std::make_pair(Map({0, 1, -1, 3}), Map({0, 1, -1, 3})));
   ZoPermutation fromNothing(nullptr, &after);
-  EXPECT_EQ(fromNothing.numOld(), 0);
   EXPECT_EQ(fromNothing.oldToNew(), nullptr);
-  ASSERT_EQ(fromNothing.numNew(), 4);
-  EXPECT_EQ(fromNothing.newToOld()[2], -1);
+  EXPECT_EQ(maps(fromNothing), std::make_pair(Map(), Map(4, -1)));
   delete b;
   delete root;
 }

@@ -3,7 +3,6 @@
 #ifndef ZOACTOR_TESTS_SUPPORT_ZOTESTOBJECTS_H
 #define ZOACTOR_TESTS_SUPPORT_ZOTESTOBJECTS_H
 
-#include <zoactor/foundation/ZoAi.h>
 #include <zoactor/foundation/ZoVector3.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoStream.h>
@@ -101,24 +100,6 @@ inline void ExpectRefused(BadInput const& input) {
 
 // Bytes of `bytes` without its last `cut` bytes.
 inline Bytes Cut(Bytes const& bytes, size_t cut) { return Bytes(bytes.begin(), bytes.end() - static_cast<long>(cut)); }
-
-// An engine object (user data) that counts its references and releases; it
-// never deletes itself.
-class CountingAi : public ZoAi {
- public:
-  int GetInterfaceName(char* buffer, int size, int& major, int& minor) override {
-    major = minor = 1;
-    if (size > 0) buffer[0] = '\0';
-    return 0;
-  }
-  int32_t AddRef() override { return ++references; }
-  int32_t Release() override {
-    ++releases;
-    return --references;
-  }
-  int32_t references = 1;
-  int32_t releases = 0;
-};
 
 // Component-wise closeness of two vectors.
 inline void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {

@@ -20,18 +20,21 @@ Bytes DataFile(std::string const& relative) {
 std::string Hex(Bytes const& bytes) {
   std::string text;
   char piece[4];
-  for (size_t i = 0; i < bytes.size(); ++i) {
-    std::snprintf(piece, sizeof piece, i == 0 ? "%02X" : " %02X", bytes[i]);
-    text += piece;
-  }
-  return text;
+  for (uint8_t byte : bytes) text.append(piece, std::snprintf(piece, sizeof piece, " %02X", byte));
+  return text.empty() ? text : text.substr(1);
+}
+
+std::vector<std::string> Texts(ZoStringList const& list) {
+  std::vector<std::string> texts;
+  ZoDblListItem* cursor = nullptr;
+  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor))
+    texts.push_back(static_cast<ZoString*>(item)->c_str());
+  return texts;
 }
 
 TempFolder::TempFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "zoactor-test-XXXXXX").string();
-  std::vector<char> buffer(pattern.begin(), pattern.end());
-  buffer.push_back('\0');
-  char* made = ::mkdtemp(buffer.data());
+  char* made = ::mkdtemp(pattern.data());
   root = made != nullptr ? made : "";
 }
 
@@ -51,20 +54,6 @@ std::string TempFolder::WriteFile(std::string const& relative, Bytes const& cont
 Bytes TempFolder::ReadFile(std::string const& relative) const {
   std::ifstream in(*this / relative, std::ios::binary);
   return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-IoRecorder::IoRecorder() { ZoPlatform::SetIoObserver(&IoRecorder::Record, this); }
-IoRecorder::~IoRecorder() { ZoPlatform::SetIoObserver(nullptr, nullptr); }
-
-void IoRecorder::Record(ZoIoEvent const& event, void* context) {
-  static_cast<IoRecorder*>(context)->recorded.push_back(event);
-}
-
-std::vector<int64_t> IoRecorder::Results(ZoIoEvent::Kind kind, ZoFileHandle handle) const {
-  std::vector<int64_t> results;
-  for (ZoIoEvent const& event : recorded)
-    if (event.kind == kind && event.handle == handle) results.push_back(event.result);
-  return results;
 }
 
 }  // namespace zotest

@@ -1,10 +1,12 @@
 // Helpers shared by the tests: building expected byte strings by hand from
-// field lists, temporary folders, and recording platform transfers.
+// field lists, temporary folders, and a reference-counting engine object.
 #ifndef ZOACTOR_TESTS_SUPPORT_ZOTESTSUPPORT_H
 #define ZOACTOR_TESTS_SUPPORT_ZOTESTSUPPORT_H
 
+#include <zoactor/foundation/ZoAi.h>
 #include <zoactor/foundation/ZoPlatform.h>
 #include <zoactor/foundation/ZoString.h>
+#include <zoactor/foundation/ZoStringList.h>
 
 #include <cstdint>
 #include <cstring>
@@ -56,6 +58,27 @@ Bytes DataFile(std::string const& relative);
 // A readable rendering of bytes for failure messages ("FE FF FF FF").
 std::string Hex(Bytes const& bytes);
 
+// The texts of a string list, in order.
+std::vector<std::string> Texts(ZoStringList const& list);
+
+// An engine object (user data) that counts its references and releases; it
+// never deletes itself.
+class CountingAi : public ZoAi {
+ public:
+  int GetInterfaceName(char* buffer, int size, int& major, int& minor) override {
+    major = minor = 1;
+    if (size > 0) buffer[0] = '\0';
+    return 0;
+  }
+  int32_t AddRef() override { return ++references; }
+  int32_t Release() override {
+    ++releases;
+    return --references;
+  }
+  int32_t references = 1;
+  int32_t releases = 0;
+};
+
 // A fresh folder under the system's temporary folder, removed with its
 // contents when the object goes.
 class TempFolder {
@@ -74,24 +97,6 @@ class TempFolder {
 
  private:
   std::string root;
-};
-
-// Records every platform transfer while alive.
-class IoRecorder {
- public:
-  IoRecorder();
-  ~IoRecorder();
-  IoRecorder(IoRecorder const&) = delete;
-  IoRecorder& operator=(IoRecorder const&) = delete;
-
-  std::vector<ZoIoEvent> const& events() const { return recorded; }
-  // The results of the recorded transfers of one kind on one handle.
-  std::vector<int64_t> Results(ZoIoEvent::Kind kind, ZoFileHandle handle) const;
-  void Clear() { recorded.clear(); }
-
- private:
-  static void Record(ZoIoEvent const& event, void* context);
-  std::vector<ZoIoEvent> recorded;
 };
 
 }  // namespace zotest

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 
 namespace {
 
@@ -18,30 +19,14 @@ std::vector<std::string> Names(Json const& list, char const* key) {
   return names;
 }
 
-// The issues of `code` among a file's errors (or warnings) in validate's JSON.
-std::vector<Json> Issues(Json const& file, char const* list, char const* code) {
-  std::vector<Json> found;
-  for (Json const& issue : file[list])
-    if (issue["code"] == code) found.push_back(issue);
-  return found;
-}
-
-Json const* FileNamed(Json const& report, std::string const& name) {
-  for (Json const& file : report["files"])
-    if (fs::path(file["path"].get<std::string>()).filename() == name) return &file;
-  return nullptr;
-}
-
 TEST(ZoToolDemoFolder, InfoSummarisesTheActorAndItsSkills) {
   ToolRun run = RunTool("info --json " + Quoted(DemoFolder()));
   ASSERT_EQ(run.status, 0) << run.err;
   Json const& folder = run.json.at(0);
   EXPECT_EQ(folder["kind"], "actor-folder");
   Json const& actor = folder["actorFile"]["actor"];
-  EXPECT_EQ(folder["actorFile"]["version"], 106);
-  EXPECT_EQ(actor["name"], "Robo");
-  EXPECT_EQ(actor["nodes"], 10);
-  EXPECT_EQ(actor["joints"], 7);
+  EXPECT_EQ(std::make_tuple(folder["actorFile"]["version"], actor["name"], actor["nodes"], actor["joints"]),
+            std::make_tuple(Json(106), Json("Robo"), Json(10), Json(7)));
   EXPECT_EQ(Names(actor["tree"], "name"),
             (std::vector<std::string>{"Hips", "Torso", "Head", "Eye", "ArmL", "HandL", "ArmR", "LegL", "LegR", "Lamp"}));
   EXPECT_EQ(actor["tree"][3]["style"], "camera");
@@ -49,10 +34,8 @@ TEST(ZoToolDemoFolder, InfoSummarisesTheActorAndItsSkills) {
   EXPECT_EQ(actor["tree"][2]["limit"], "hinge");
   ASSERT_EQ(folder["skills"].size(), 2u);
   Json const& walk = folder["skills"][0]["skill"];
-  EXPECT_EQ(walk["name"], "Walk");
-  EXPECT_EQ(walk["keys"], 35);
-  EXPECT_EQ(walk["duration"], 1000);
-  EXPECT_TRUE(walk["matchesActor"].get<bool>());
+  EXPECT_EQ(std::make_tuple(walk["name"], walk["keys"], walk["duration"], walk["matchesActor"]),
+            std::make_tuple(Json("Walk"), Json(35), Json(1000), Json(true)));
   EXPECT_EQ(folder["skills"][1]["skill"]["duration"], 800);
 }
 
@@ -82,9 +65,9 @@ TEST(ZoToolDemoFolder, DumpGivesEveryFieldAndGeometryOnRequest) {
 TEST(ZoToolDemoFolder, ValidatesCleanAndSamplesTheStoredKeys) {
   ToolRun validate = RunTool("validate " + Quoted(DemoFolder()));
   EXPECT_EQ(validate.status, 0) << validate.out;
-  EXPECT_EQ(validate.json["summary"]["files"], 3);
-  EXPECT_EQ(validate.json["summary"]["errors"], 0);
-  EXPECT_EQ(validate.json["summary"]["warnings"], 0);
+  Json const& summary = validate.json["summary"];
+  EXPECT_EQ(std::make_tuple(summary["files"], summary["errors"], summary["warnings"]),
+            std::make_tuple(Json(3), Json(0), Json(0)));
 
   // At a key's own time a sample is that key: compare with the stored keys.
   ToolRun sample = RunTool("sample " + Quoted(DemoFolder()) + " walk --time 500 --json");
@@ -119,10 +102,10 @@ class ZoToolOlderFiles : public ::testing::Test {
 TEST_F(ZoToolOlderFiles, InfoAndValidateReportTheOlderVersions) {
   ToolRun info = RunTool("info --json " + Quoted(old));
   ASSERT_EQ(info.status, 0) << info.err;
-  EXPECT_EQ(info.json[0]["actorFile"]["version"], 33);
-  EXPECT_EQ(info.json[0]["actorFile"]["actor"]["name"], "Old");
-  EXPECT_EQ(info.json[0]["skills"][0]["version"], 30);
-  EXPECT_EQ(info.json[0]["skills"][0]["skill"]["keys"], 2);
+  Json const& found = info.json[0];
+  EXPECT_EQ(std::make_tuple(found["actorFile"]["version"], found["actorFile"]["actor"]["name"],
+                            found["skills"][0]["version"], found["skills"][0]["skill"]["keys"]),
+            std::make_tuple(Json(33), Json("Old"), Json(30), Json(2)));
 
   ToolRun validate = RunTool("validate --recursive " + Quoted(old));
   EXPECT_EQ(validate.status, 0) << validate.out;
@@ -139,11 +122,9 @@ TEST_F(ZoToolOlderFiles, UpgradeWritesTheCurrentLayoutAndLeavesTheInputAlone) {
   Json const* actor = FileNamed(upgrade.json, "Old.act");
   Json const* skill = FileNamed(upgrade.json, "Step.skl");
   ASSERT_TRUE(actor != nullptr && skill != nullptr);
-  EXPECT_EQ((*actor)["action"], "upgraded");
-  EXPECT_EQ((*actor)["versionBefore"], 33);
-  EXPECT_EQ((*actor)["versionAfter"], 106);
-  EXPECT_EQ((*skill)["versionBefore"], 30);
-  EXPECT_EQ((*skill)["versionAfter"], 106);
+  EXPECT_EQ(std::make_tuple((*actor)["action"], (*actor)["versionBefore"], (*actor)["versionAfter"],
+                            (*skill)["versionBefore"], (*skill)["versionAfter"]),
+            std::make_tuple(Json("upgraded"), Json(33), Json(106), Json(30), Json(106)));
   EXPECT_EQ(upgrade.json["summary"]["copied"], 1);
   EXPECT_EQ(FileBytes(old + "/Old.act"), actorBefore);
   EXPECT_EQ(FileBytes(fresh + "/Textures/skin.png"), FileBytes(old + "/Textures/skin.png"));
@@ -240,30 +221,12 @@ TEST(ZoToolValidate, EveryFuzzCorpusFileIsReportedWithoutACrash) {
 }
 
 TEST(ZoToolUsage, BadUsageExitsTwoAndHelpExitsZero) {
-  struct Case {
-    char const* arguments;
-    int status;
-  } const cases[] = {
-      {"", 2},
-      {"frobnicate", 2},
-      {"validate", 2},
-      {"sample somewhere Walk", 2},
-      {"info --no-such-flag x", 2},
-      {"--help", 0},
-      {"demo --help", 0},
-      {"info --help", 0},
-      {"dump --help", 0},
-      {"validate --help", 0},
-      {"upgrade --help", 0},
-      {"sample --help", 0},
-      {"validate /no/such/file.act", 1},
-      {"info /no/such/file.act", 1},
-      {"upgrade /no/such/folder", 1},
-  };
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.arguments);
-    EXPECT_EQ(RunTool(c.arguments).status, c.status);
-  }
+  std::vector<std::pair<std::string, int>> cases = {
+      {"", 2}, {"frobnicate", 2}, {"validate", 2}, {"sample somewhere Walk", 2}, {"info --no-such-flag x", 2},
+      {"--help", 0}, {"validate /no/such/file.act", 1}, {"info /no/such/file.act", 1}, {"upgrade /no/such/folder", 1}};
+  for (char const* command : {"demo", "info", "dump", "validate", "upgrade", "sample"})
+    cases.emplace_back(std::string(command) + " --help", 0);
+  for (auto const& c : cases) EXPECT_EQ(RunTool(c.first).status, c.second) << c.first;
 }
 
 }  // namespace

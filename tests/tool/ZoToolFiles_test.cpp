@@ -53,30 +53,4 @@ TEST(ZoToolFiles, KindsAndVersionsFromTheFirstBytes) {
   EXPECT_EQ(Facts(Container("Sequ", 1, 0)).containerType, "Sequ");
 }
 
-TEST(ZoToolFiles, SkillLayoutGivesFieldOffsetsAndKeysInFileOrder) {
-  std::vector<size_t> offsets;
-  Bytes file = SkillFileBytes("Walk", 3, 1, {{100, 1.0f}, {50, 2.0f}, {75, 3.0f}}, &offsets);
-  zotool::SkillLayout layout;
-  ASSERT_TRUE(zotool::WalkSkillLayout(reinterpret_cast<char const*>(file.data()), file.size(), layout));
-  // magic, type code, version, format, skill version: the name is at 20;
-  // then 4 + 4 characters of name and the type before the joint count.
-  EXPECT_EQ(layout.nameOffset, 20);
-  EXPECT_EQ(layout.numJointsOffset, 32);
-  EXPECT_EQ(layout.numJoints, 3);
-  ASSERT_EQ(layout.keys.size(), 3u);
-  uint32_t const times[] = {100, 50, 75};
-  for (size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(layout.keys[i].joint, 1);
-    EXPECT_EQ(layout.keys[i].offset, static_cast<int64_t>(offsets[i]));
-    EXPECT_EQ(layout.keys[i].key.time(), times[i]);
-  }
-
-  // The oldest layout takes its format from the container header.
-  Bytes old = OlderSkillFile(30, "Step");
-  ASSERT_TRUE(zotool::WalkSkillLayout(reinterpret_cast<char const*>(old.data()), old.size(), layout));
-  EXPECT_EQ(layout.nameOffset, 24);
-  EXPECT_EQ(layout.numJoints, 1);
-  EXPECT_EQ(layout.keys.size(), 2u);
-}
-
 }  // namespace

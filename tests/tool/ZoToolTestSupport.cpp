@@ -1,7 +1,5 @@
 #include "ZoToolTestSupport.h"
 
-#include "skeleton/ZoOlderLayout.h"
-
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -84,26 +82,6 @@ Bytes SkillFileBytes(char const* name, int32_t joints, int32_t keyed, std::vecto
   return b.f32(1).f32(0).f32(0).f32(0);
 }
 
-Bytes OlderActorFile(int32_t version) {
-  zoolderlayout::OlderNode grip;
-  grip.name = "grip";
-  grip.style = 2;
-  grip.record = [](ByteBuilder& b, int32_t) { b.i32(1).f32(0.1f).f32(0.3f).u32(0); };
-  zoolderlayout::OlderNode hips;
-  hips.name = "hips";
-  hips.children = {grip};
-  ByteBuilder b;
-  b.i32(ZoProtoActor::kContainerMagic).u16(2).u16(static_cast<uint16_t>(version)).chars("Actr").i32(0);
-  b.i32(ZoTypeCode::ProtoActor);
-  if (version >= 24) b.i32(8);
-  b.str("Old");
-  hips.Write(b, version);
-  b.i32(0);                                   // no properties
-  b.i32(1).str("near").f32(2).f32(3).f32(4);  // a proximity definition
-  if (version >= 34) b.i32(7);
-  return b.i32(0);  // no behaviour maps
-}
-
 Bytes OlderSkillFile(int32_t version, char const* name) {
   ByteBuilder b;
   b.i32(ZoProtoActor::kContainerMagic).u16(2).u16(static_cast<uint16_t>(version)).i32(kKeyframed).i32(0);
@@ -111,11 +89,6 @@ Bytes OlderSkillFile(int32_t version, char const* name) {
   b.i32(1).i32(2);
   FramedKey(b, HandKey{0, 1.0f});
   return FramedKey(b, HandKey{100, 2.0f});
-}
-
-Bytes FileBytes(std::string const& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 }  // namespace zotooltest

@@ -6,11 +6,13 @@
 
 #include <zoactor/zoactor.h>
 
+#include "actor/ZoActorTestSupport.h"
 #include "support/ZoTestSupport.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,25 @@ namespace zotooltest {
 using Json = nlohmann::json;
 using zotest::ByteBuilder;
 using zotest::Bytes;
+// The issues of `code` among a file's errors (or warnings) in validate's JSON.
+inline std::vector<Json> Issues(Json const& file, char const* list, char const* code) {
+  std::vector<Json> found;
+  for (Json const& issue : file[list])
+    if (issue["code"] == code) found.push_back(issue);
+  return found;
+}
+
+// The entry of the file called `name` in a report's "files", or null.
+inline Json const* FileNamed(Json const& report, std::string const& name) {
+  for (Json const& file : report["files"])
+    if (std::filesystem::path(file["path"].get<std::string>()).filename() == name) return &file;
+  return nullptr;
+}
+
+// The bytes of a file; an actor file of the older layout of a version
+// ("Old": "hips" holding the handle "grip", one joint).
+using zoacttest::FileBytes;
+using zoacttest::OlderActorFile;
 
 // What a run of the tool gave.
 struct ToolRun {
@@ -54,16 +75,9 @@ struct HandKey {
 Bytes SkillFileBytes(char const* name, int32_t joints, int32_t keyed, std::vector<HandKey> const& keys,
                      std::vector<size_t>* keyOffsets = nullptr);
 
-// An actor file in the older layout of `version` (a container header, then
-// the framed older body): "Old", a geometry node "hips" holding a handle
-// "grip"; one joint.
-Bytes OlderActorFile(int32_t version);
 // A skill file of the layout of `version` (below 38: a container header
 // whose type word is the format) named `name`, for one joint with two keys.
 Bytes OlderSkillFile(int32_t version, char const* name);
-
-// The bytes of a file.
-Bytes FileBytes(std::string const& path);
 
 }  // namespace zotooltest
 

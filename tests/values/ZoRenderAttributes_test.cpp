@@ -304,33 +304,32 @@ TEST(ZoCameraTest, BodyAndReadingReplacesTheProperties) {
   EXPECT_EQ(Hex(Body(read)), Hex(expected));
 }
 
+// Below 47 eight bytes and at 47 sixteen are skipped for the defaults; from
+// 48 the sixteen bytes are the fields (old kind 0 is kind 1, any other 0).
+// The name and the properties are kept.
 TEST(ZoCameraOlderRecord, LayoutsBelow47At47AndFrom48) {
-  for (int32_t version : {0, 46, 47}) {
-    SCOPED_TRACE(version);
+  Bytes const eight(8, 0x33), sixteen(16, 0x33);
+  Bytes const fields = ByteBuilder().i32(0).f32(0.5f).f32(2).f32(300), other = ByteBuilder().i32(3).f32(0.5f).f32(2).f32(300);
+  struct Case {
+    int32_t version;
+    Bytes record;
+    int32_t kind;
+    float angle, nearPlane, farPlane;
+  } const cases[] = {{0, eight, 0, 1, 0.1f, 1000},  {46, eight, 0, 1, 0.1f, 1000}, {47, sixteen, 0, 1, 0.1f, 1000},
+                     {48, fields, 1, 0.5f, 2, 300}, {99, fields, 1, 0.5f, 2, 300}, {48, other, 0, 0.5f, 2, 300}};
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.version);
     ZoCamera camera;
     camera.name = "keep";
     camera.kind = 4;
     camera.angle = 2;
     camera.properties.Add(new ZoProperty("p", new ZoIntValue(1)));
-    ByteBuilder record;
-    for (int i = 0; i < (version == 47 ? 16 : 8); ++i) record.u8(0x33);
-    ReadRecord(record.i32(kSentinel), version, camera, ReadOldCamera);
-    EXPECT_EQ(camera.kind, 0);
-    EXPECT_EQ(camera.angle, 1.0f);
-    EXPECT_EQ(camera.nearPlane, 0.1f);
-    EXPECT_EQ(camera.farPlane, 1000.0f);
+    ReadRecord(ByteBuilder().append(c.record).i32(kSentinel), c.version, camera, ReadOldCamera);
+    EXPECT_EQ(camera.kind, c.kind);
+    EXPECT_EQ(camera.angle, c.angle);
+    EXPECT_EQ(camera.nearPlane, c.nearPlane);
+    EXPECT_EQ(camera.farPlane, c.farPlane);
     EXPECT_EQ(camera.name, ZoString("keep"));
     EXPECT_EQ(camera.properties.GetCount(), 1);
   }
-  for (int32_t version : {48, 99}) {
-    ZoCamera camera;
-    ReadRecord(ByteBuilder().i32(0).f32(0.5f).f32(2).f32(300).i32(kSentinel), version, camera, ReadOldCamera);
-    EXPECT_EQ(camera.kind, 1);
-    EXPECT_EQ(camera.angle, 0.5f);
-    EXPECT_EQ(camera.nearPlane, 2.0f);
-    EXPECT_EQ(camera.farPlane, 300.0f);
-    ReadRecord(ByteBuilder().i32(3).f32(0.5f).f32(2).f32(300).i32(kSentinel), version, camera, ReadOldCamera);
-    EXPECT_EQ(camera.kind, 0);
-  }
 }
-
