@@ -28,12 +28,14 @@
 #ifndef ZOACTOR_SRC_SERIALIZATION_ZODIRECTREADSTREAM_H
 #define ZOACTOR_SRC_SERIALIZATION_ZODIRECTREADSTREAM_H
 
+#include <zoactor/ZoExport.h>
 #include <zoactor/foundation/ZoPlatform.h>
 #include <zoactor/serialization/ZoStream.h>
 
 #include <cstdint>
 
-class ZoDirectReadStream final : public ZoStream {
+// Exported only so that the library's tests reach it; not installed.
+class ZOACTOR_API ZoDirectReadStream final : public ZoStream {
  public:
   // The buffer; reads of at least kDirectBytes go straight to their target.
   static constexpr uint32_t kBufferSize = 64 * 1024;

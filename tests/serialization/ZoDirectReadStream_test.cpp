@@ -45,7 +45,7 @@ struct Trace {
   std::vector<int64_t> left;
 };
 
-Trace Run(ZoStream& stream, std::vector<Step> const& steps) {
+Trace Replay(ZoStream& stream, std::vector<Step> const& steps) {
   Trace trace;
   for (Step const& step : steps) {
     if (step.count >= 0) {
@@ -112,9 +112,9 @@ TEST_F(ZoDirectReadStreamTest, ReadsAsAMemoryStreamOverTheSameBytes) {
     SCOPED_TRACE(c.what);
     Bytes copy = bytes;
     ZoMemoryStream memory(copy.data(), kFileSize);
-    Trace const expected = Run(memory, c.steps);
+    Trace const expected = Replay(memory, c.steps);
     ZoDirectReadStream& file = Open();
-    Trace const got = Run(file, c.steps);
+    Trace const got = Replay(file, c.steps);
     EXPECT_EQ(got.statuses, expected.statuses);
     EXPECT_EQ(got.positions, expected.positions);
     EXPECT_EQ(got.left, expected.left);
