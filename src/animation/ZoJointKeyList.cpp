@@ -1,27 +1,12 @@
 #include <zoactor/animation/ZoJointKeyList.h>
 
 #include "animation/ZoJointSampling.h"
-#include "animation/ZoSegmentMemo.h"
-
-#include <new>
 
 namespace {
 
 ZoJointKeyframe* JointOf(ZoKeyListNode const* node) { return node != nullptr ? node->joint : nullptr; }
 
 }  // namespace
-
-ZoJointKeyList::ZoJointKeyList() { ::new (static_cast<void*>(segmentMemo.bytes)) ZoSegmentMemo; }
-
-ZoJointKeyList::ZoJointKeyList(ZoJointKeyList const& other) : ZoKeyList(other) {
-  ::new (static_cast<void*>(segmentMemo.bytes)) ZoSegmentMemo;
-}
-
-ZoJointKeyList& ZoJointKeyList::operator=(ZoJointKeyList const& other) {
-  ZoKeyList::operator=(other);
-  SegmentMemoOf(segmentMemo).kind = ZoSegmentMemo::None;
-  return *this;
-}
 
 ZoJointKeyList::~ZoJointKeyList() = default;
 
@@ -80,7 +65,7 @@ int ZoJointKeyList::SampleAtTime(uint32_t time, ZoJointKeyframe& out, int holdAf
     if (&out == a || &out == b) {
       out.Interpolate(a, b, t);  // sampling into one of the list's own keys
     } else {
-      zo_motion::InterpolateKeys(out, *a, b, t, &SegmentMemoOf(segmentMemo));
+      zo_motion::InterpolateKeys(out, *a, b, t, &static_cast<ZoListNode*>(at)->memo);
     }
   } else {
     out.Interpolate(a, nullptr, 0.0f);

@@ -1,28 +1,24 @@
-// What the joint sampler remembers about the segment it sampled last, kept
-// once per joint key list, and the node type the key list allocates.
+// What the joint sampler remembers about the segment that starts at a list
+// node, and the node type the key list allocates to carry it.
 //
 // The part of a slerp that depends only on its two rotations (the arc's
 // angle, 1/sin of it, the sign of the shorter arc, whether the pair is near
 // enough to blend linearly) is the same for every sample of a segment, and
 // it is the long head of the sample's dependency chain. The sampler keeps it
-// for the segment in use together with the exact bits of the rotations it
-// came from, and uses it only while the keys it samples hold those bits; a
-// key edited in any way (a field written, ComputeBlends, Transform, Scale, a
-// key replaced) or another segment simply makes it compute the arc again.
-// The values are the ones the computation gives, so a remembered arc changes
-// no result. One memo per list rather than per key keeps a key's node small
-// (a list's keys take half the memory they would otherwise), which is what
-// reading skills costs; a player moves through a segment over several
-// frames, so the memo of the segment in use is the one that pays.
+// per segment together with the exact bits of the rotations it came from,
+// and uses it only while the keys still hold those bits; a key edited in any
+// way (a field written, ComputeBlends, Transform, Scale, a key replaced)
+// simply makes it compute the arc again. The values are the ones the
+// computation gives, so a remembered arc changes no result.
 //
 // Edge cases:
-//   - A new list remembers nothing, nor does a copied or assigned one.
-//   - Remembering writes to the list, as moving the cursor does: sampling
+//   - A new node remembers nothing; nodes are never copied (a copied list
+//     makes new ones).
+//   - Remembering writes to the node, as moving the cursor does: sampling
 //     one list from two threads at once was never allowed.
 #ifndef ZOACTOR_SRC_ANIMATION_ZOSEGMENTMEMO_H
 #define ZOACTOR_SRC_ANIMATION_ZOSEGMENTMEMO_H
 
-#include <zoactor/animation/ZoJointKeyList.h>
 #include <zoactor/animation/ZoKeyList.h>
 
 #include "animation/ZoKeyBlock.h"
@@ -52,6 +48,8 @@ struct ZoSegmentMemo {
 // Every node a key list allocates is one of these, alone or in a block
 // shared with the keys it read (see ZoKeyBlock.h).
 struct ZoListNode : ZoKeyListNode {
+  ZoSegmentMemo memo;
+
   static void* operator new(size_t size, std::nothrow_t const&) noexcept { return zokeyblock::AllocateAlone(size); }
   static void* operator new(size_t, void* where) noexcept { return where; }
   static void operator delete(void* object) noexcept { zokeyblock::Release(object); }
@@ -59,13 +57,5 @@ struct ZoListNode : ZoKeyListNode {
   static void operator delete(void*, void*) noexcept {}
 };
 static_assert(alignof(ZoListNode) <= zokeyblock::kPieceAlign, "list nodes fit the alignment of key blocks");
-static_assert(sizeof(ZoSegmentMemo) <= ZoJointKeyList::kSegmentMemoBytes &&
-                  alignof(ZoSegmentMemo) <= alignof(ZoJointKeyList::SegmentMemoRoom),
-              "the memo fits the room a joint key list keeps for it");
-
-// The memo a joint key list keeps in `room`.
-inline ZoSegmentMemo& SegmentMemoOf(ZoJointKeyList::SegmentMemoRoom& room) {
-  return *std::launder(reinterpret_cast<ZoSegmentMemo*>(room.bytes));
-}
 
 #endif

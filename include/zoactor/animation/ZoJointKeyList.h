@@ -19,15 +19,14 @@
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/animation/ZoKeyList.h>
 
-#include <cstddef>
 #include <cstdint>
 
 class ZOACTOR_API ZoJointKeyList : public ZoKeyList {
  public:
-  ZoJointKeyList();
+  ZoJointKeyList() = default;
   // Copies as the key list does (CreateCopy of every key, head to tail).
-  ZoJointKeyList(ZoJointKeyList const& other);
-  ZoJointKeyList& operator=(ZoJointKeyList const& other);
+  ZoJointKeyList(ZoJointKeyList const& other) = default;
+  ZoJointKeyList& operator=(ZoJointKeyList const& other) = default;
   ~ZoJointKeyList() override;
 
   // Typed iteration over the joint keys (keys of other classes are skipped):
@@ -64,16 +63,6 @@ class ZOACTOR_API ZoJointKeyList : public ZoKeyList {
   //     set) the sample is a copy of a's transforms, point, flags and marker.
   // No allocation and no virtual call.
   int SampleAtTime(uint32_t time, ZoJointKeyframe& out, int holdAfterEnd);
-
-  // Room for what the sampler remembers about the segment it sampled last
-  // (the library's own; a copy of a list starts without it).
-  static constexpr size_t kSegmentMemoBytes = 168;
-  struct SegmentMemoRoom {
-    alignas(8) unsigned char bytes[kSegmentMemoBytes];
-  };
-
- private:
-  SegmentMemoRoom segmentMemo;
 };
 
 #endif
