@@ -4,6 +4,7 @@
 // broken link in a later run must be refused as it is from memory.
 #include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/actor/ZoRef.h>
+#include <zoactor/foundation/ZoTransform3.h>
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/skeleton/ZoProtoTraversal.h>
@@ -23,10 +24,21 @@ using zotest::TempFolder;
 
 namespace {
 
-// Two spheres of 200 segments: about 1.4 MB on file, above what is read
-// whole, each with more sphere nodes than one run of the tree check holds
-// (1 MiB of 28-byte records).
-constexpr int kSegments = 200;
+// Each part is four spheres of 100 segments (9 800 triangles each) merged
+// into one set: several MB on file, above what is read whole, and more
+// sphere nodes than one run of the tree check holds (1 MiB of 28-byte
+// records).
+constexpr int kSegments = 100;
+constexpr int kSpheresPerPart = 4;
+
+ZoTriangleSet* PartSet(float radius) {
+  auto* set = new ZoTriSphere(ZoMaterial(), radius, kSegments);
+  for (int k = 1; k < kSpheresPerPart; ++k) {
+    ZoTriSphere more(ZoMaterial(), radius, kSegments);
+    EXPECT_TRUE(set->Merge(more, ZoTransform3(ZoVector3(3.0f * radius * static_cast<float>(k), 0, 0), ZoRotation3())));
+  }
+  return set;
+}
 
 ZoProtoActor* BigActor() {
   auto* actor = new ZoProtoActor;
@@ -36,7 +48,7 @@ ZoProtoActor* BigActor() {
   for (int i = 0; i < 2; ++i) {
     auto* node = new ZoProtoNode;
     node->SetName(ZoString("part") + ZoString(i));
-    node->SetColModel(new ZoTriSphere(ZoMaterial(), 1.0f + static_cast<float>(i), kSegments));
+    node->SetColModel(PartSet(1.0f + static_cast<float>(i)));
     hub->addChild(node);
   }
   actor->SetSkeleton(hub);
