@@ -17,9 +17,17 @@ bool FileImage::Load(ZoString const& fileName, ZoReadReport* report) {
     return false;
   }
   int64_t size = ZoPlatform::FileSize(file->GetHandle());
-  bool fits = size >= 0 && size <= INT32_MAX && static_cast<uint64_t>(size) <= ZoReadLimits::MaxAllocation() &&
-              ZoPlatform::Position(file->GetHandle()) == 0;
-  if (!fits) return true;  // parsed through the file stream
+  bool regular = size >= 0 && ZoPlatform::Position(file->GetHandle()) == 0;
+  if (!regular) return true;  // parsed through the file stream
+  // A file above the allocation cap is not held whole either.
+  if (static_cast<uint64_t>(size) > kWholeImage || static_cast<uint64_t>(size) > ZoReadLimits::MaxAllocation()) {
+    direct.reset(new (std::nothrow) ZoDirectReadStream(file->GetHandle(), size));
+    if (direct == nullptr) {
+      if (report != nullptr) report->Set(ZoStreamReadError, -1, "out of memory");
+      return false;
+    }
+    return true;
+  }
   char* room = Room(static_cast<size_t>(size));
   if (room == nullptr) return true;
   int64_t got = ZoPlatform::Read(file->GetHandle(), room, static_cast<size_t>(size));
@@ -49,12 +57,13 @@ thread_local KeptBuffer tKept;
 
 FileImage::~FileImage() {
   memory.reset();
+  direct.reset();
   if (holdsKept) tKept.inUse = false;
 }
 
 char* FileImage::Room(size_t size) {
   if (size == 0) size = 1;
-  if (size > kKeptBuffer || tKept.inUse) {
+  if (size > kWholeImage || tKept.inUse) {
     bytes.reset(new (std::nothrow) char[size]);
     return bytes.get();
   }

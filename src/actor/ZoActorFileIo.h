@@ -12,18 +12,24 @@
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoStream.h>
 
+#include "serialization/ZoDirectReadStream.h"
+
 #include <cstdint>
 #include <memory>
 
 namespace zoactorfileio {
 
-// A file opened for reading, whose bytes are parsed from memory when it is
-// a regular file within ZoReadLimits::MaxAllocation(), and through the file
-// stream otherwise (a pipe a hook supplied, say). The bytes go to a buffer
-// each thread keeps for its next file (fresh memory costs a page fault per
-// page), as long as it is at most kKeptBuffer bytes and no other image of
+// A file opened for reading and the stream to parse it from. A regular file
+// of at most kWholeImage bytes is read in one platform transfer into memory
+// and parsed from there: into a buffer each thread keeps for its next file
+// (fresh memory costs a page fault per page), as long as no other image of
 // the thread holds it (a hook may read a file while one is parsed); else
-// the image gets a buffer of its own, freed with it.
+// into a buffer of the image's own, freed with it. A larger regular file is
+// parsed through a ZoDirectReadStream, which reads its large blocks straight
+// into their arrays, so that its bytes are copied once. Anything else (a
+// pipe a hook supplied, say) is parsed through the file stream. Files are
+// read, never mapped: a file that another process truncates while it is
+// parsed fails the read instead of raising a signal.
 class FileImage {
  public:
   FileImage() = default;
@@ -36,10 +42,15 @@ class FileImage {
   // why, when it cannot be opened or read.
   bool Load(ZoString const& fileName, ZoReadReport* report);
   // The stream to parse, positioned at the file's first byte.
-  ZoStream& Stream() { return memory != nullptr ? static_cast<ZoStream&>(*memory) : *file; }
+  ZoStream& Stream() {
+    if (memory != nullptr) return *memory;
+    if (direct != nullptr) return *direct;
+    return *file;
+  }
 
-  // The largest buffer a thread keeps between files.
-  static constexpr size_t kKeptBuffer = 32u << 20;
+  // The largest file read whole into memory, and so the largest buffer a
+  // thread keeps between files.
+  static constexpr size_t kWholeImage = 1u << 20;
 
  private:
   // `size` bytes of memory for the file: the thread's kept buffer, or one
@@ -49,6 +60,7 @@ class FileImage {
   std::unique_ptr<ZoFileStream> file;
   std::unique_ptr<char[]> bytes;
   std::unique_ptr<ZoMemoryStream> memory;
+  std::unique_ptr<ZoDirectReadStream> direct;
   bool holdsKept = false;
 };
 

@@ -137,15 +137,29 @@ void ZoJointKeyframe::Interpolate(ZoJointKeyframe const* a, ZoJointKeyframe cons
   zo_motion::InterpolateKeys(*this, *a, b, t);
 }
 
-ZoStreamError ZoJointKeyframe::ReadFromStream(ZoStream& stream) {
-  if (ZoKeyframe::ReadFromStream(stream) != ZoStreamOk) return stream.Status();
-  unsigned char block[kBlockSize];
-  if (stream.ReadBytes(kBlockSize, block) != ZoStreamOk) return stream.Status();
-  unsigned char const* from = block;
+void ZoJointKeyframe::UnpackBlock(void const* block) {
+  auto const* from = static_cast<unsigned char const*>(block);
   ForEachBlockField(*this, [&from](void* field, size_t size) {
     std::memcpy(field, from, size);
     from += size;
   });
+}
+
+ZoStreamError ZoJointKeyframe::ReadFromStream(ZoStream& stream) {
+  // A stream that holds the whole body in memory hands it over in one step
+  // (what a skill's many keys are read from); any other reads it in parts.
+  if (char const* body = stream.TakeFromWindow(kBodySize)) {
+    uint32_t t = 0;
+    std::memcpy(&t, body, sizeof t);
+    std::memcpy(&tag, body + 4, sizeof tag);
+    setTime(t);
+    UnpackBlock(body + 8);
+    return stream.Status();
+  }
+  if (ZoKeyframe::ReadFromStream(stream) != ZoStreamOk) return stream.Status();
+  unsigned char block[kBlockSize];
+  if (stream.ReadBytes(kBlockSize, block) != ZoStreamOk) return stream.Status();
+  UnpackBlock(block);
   return stream.Status();
 }
 

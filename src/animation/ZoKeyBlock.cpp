@@ -13,11 +13,26 @@
 
 namespace zokeyblock {
 
-// A block: its count of live pieces (the carver counts as one while it
-// carves), then the pieces, each behind its header.
+// A block: its count of live pieces, then the pieces, each behind its
+// header. While a carver carves the block the count is kCarving less the
+// pieces deleted so far: the carver counts the pieces it carves itself and
+// hands them over in one step when it lets the block go, which spares an
+// atomic operation per piece and keeps the count above 0 meanwhile.
 struct alignas(kPieceAlign) Block {
   std::atomic<int64_t> live;
 };
+
+namespace {
+
+// Far above the pieces any block can hold.
+constexpr int64_t kCarving = int64_t{1} << 40;
+
+// How far ahead of the pieces being filled a carver asks for memory, in
+// cache lines of kLine bytes.
+constexpr size_t kLine = 64;
+constexpr size_t kWriteAhead = 8 * kLine;
+
+}  // namespace
 
 namespace {
 
@@ -59,9 +74,17 @@ void Release(void* object) noexcept {
   }
 }
 
-Carver::~Carver() {
-  if (block != nullptr) Drop(block);
+void Carver::LetGo() noexcept {
+  if (block == nullptr) return;
+  int64_t const handed = kCarving - carved;
+  if (block->live.fetch_sub(handed, std::memory_order_acq_rel) == handed) {
+    block->~Block();
+    ::operator delete(block);
+  }
+  block = nullptr;
 }
+
+Carver::~Carver() { LetGo(); }
 
 size_t PieceBytes(size_t size) { return sizeof(Header) + Rounded(size); }
 
@@ -80,15 +103,21 @@ void* Carver::Carve(size_t size, size_t wanted) noexcept {
     size_t bytes = sizeof(Block) + room;
     void* fresh = ::operator new(bytes, std::nothrow);
     if (fresh == nullptr) return nullptr;
-    if (block != nullptr) Drop(block);
+    LetGo();
     block = ::new (fresh) Block{};
-    block->live.store(1, std::memory_order_relaxed);
+    block->live.store(kCarving, std::memory_order_relaxed);
+    carved = 0;
     next = static_cast<char*>(fresh) + sizeof(Block);
     end = static_cast<char*>(fresh) + bytes;
   }
   Header* header = ::new (next) Header{block};
   next += piece;
-  block->live.fetch_add(1, std::memory_order_relaxed);
+  ++carved;
+  // A block is fresh memory written front to back: ask for the lines a
+  // couple of pieces ahead for writing now, so that their transfers overlap
+  // with the filling of this one instead of stalling it.
+  for (size_t line = 0; line < piece && next + kWriteAhead + line < end; line += kLine)
+    __builtin_prefetch(next + kWriteAhead + line, 1);
   return header + 1;
 }
 

@@ -59,7 +59,13 @@ class Carver {
   void* Carve(size_t size, size_t wanted) noexcept;
 
  private:
+  // Hands the pieces carved from the block over to it and lets it go (it is
+  // freed now when none of them is alive).
+  void LetGo() noexcept;
+
   Block* block = nullptr;
+  // The pieces carved from `block`.
+  int64_t carved = 0;
   char* next = nullptr;
   char* end = nullptr;
 };

@@ -7,6 +7,7 @@
 #include "geometry/ZoGeometryCommon.h"
 #include "serialization/ZoFormatVersions.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -425,6 +426,104 @@ ZoStreamError ZoColModel::ReadFromStream(ZoStream& stream) {
   return stream.Status();
 }
 
+namespace {
+
+// The records of a stored tree are read and checked in runs of this many
+// bytes: one transfer for the trees of usual meshes, and runs that are
+// checked while they are still in the cache for huge ones.
+constexpr int64_t kTreeRunBytes = 1024 * 1024;
+
+// The word of a node record that holds its type (low two bits) and index.
+uint32_t NodeWordOf(ZoNode const& node) {
+  static_assert(offsetof(ZoNode, radius) == 16, "the type and index word lies between centre and radius");
+  uint32_t value;
+  std::memcpy(&value, reinterpret_cast<unsigned char const*>(&node) + 12, sizeof value);
+  return value;
+}
+
+// Checks, one sphere node at a time in stored order, that the links of a
+// stored tree over several leaves are those the builder makes: a tree of
+// every sphere node once, numbered in pre-order (a node's left child, when
+// a sphere node, is the next node; its right child, when one, comes right
+// after the left subtree), whose leaf references reach every leaf once and
+// whose deepest leaf (leaves counting 1) lies at the stored depth. The walk
+// is the pre-order itself: the node to visit next must be each node as it
+// arrives. That is a sphere child of the node just visited (the left one
+// first) or else the latest right child still waiting on a stack; each
+// keeps its depth. Nothing is dereferenced before it is checked.
+class TreeWalk {
+ public:
+  TreeWalk(int32_t sphereCount, int32_t leafCount) : leaves(static_cast<uint32_t>(leafCount)) {
+    // One block: the stack (each node adds at most one waiting child, so it
+    // never holds more than sphereCount), then a byte per leaf.
+    size_t const stackBytes = static_cast<size_t>(sphereCount) * sizeof(Entry);
+    block.reset(new (std::nothrow) unsigned char[stackBytes + static_cast<size_t>(leafCount)]);
+    if (block == nullptr) {
+      broken = true;
+      return;
+    }
+    stack = reinterpret_cast<Entry*>(block.get());
+    seen = block.get() + stackBytes;
+    std::memset(seen, 0, static_cast<size_t>(leafCount));
+  }
+
+  // Visits sphere node `k`, the next in stored order.
+  void Visit(uint32_t k, ZoSphereNode const& node) {
+    if (broken || !waiting || next.index != k) {
+      broken = true;
+      return;
+    }
+    int32_t const childDepth = next.depth + 1;
+    uint32_t const left = node.left;
+    uint32_t const right = node.right;
+    bool const leftSphere = ZoSphereNode::IsSphereReference(left);
+    bool const rightSphere = ZoSphereNode::IsSphereReference(right);
+    if (!leftSphere) Leaf(left, childDepth);
+    if (!rightSphere) Leaf(right, childDepth);
+    if (leftSphere) {
+      if (rightSphere) stack[top++] = {ZoSphereNode::ReferenceIndex(right), childDepth};
+      next = {ZoSphereNode::ReferenceIndex(left), childDepth};
+    } else if (rightSphere) {
+      next = {ZoSphereNode::ReferenceIndex(right), childDepth};
+    } else {
+      waiting = top > 0;
+      if (waiting) next = stack[--top];
+    }
+  }
+
+  // True when every node visited so far was in its place and the walk
+  // ended with every node visited at the stored depth.
+  bool Whole(int32_t treeDepth) const { return !broken && !waiting && deepestLeaf == treeDepth; }
+
+ private:
+  struct Entry {
+    uint32_t index;
+    int32_t depth;
+  };
+
+  void Leaf(uint32_t index, int32_t childDepth) {
+    if (index >= leaves || seen[index] != 0) {
+      broken = true;
+      return;
+    }
+    seen[index] = 1;
+    deepestLeaf = childDepth > deepestLeaf ? childDepth : deepestLeaf;
+  }
+
+  uint32_t const leaves;
+  std::unique_ptr<unsigned char[]> block;
+  Entry* stack = nullptr;
+  unsigned char* seen = nullptr;
+  uint32_t top = 0;
+  // The node the walk must meet next (the root first), while `waiting`.
+  Entry next = {0, 1};
+  bool waiting = true;
+  int32_t deepestLeaf = 0;
+  bool broken = false;
+};
+
+}  // namespace
+
 ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
   auto fail = [&stream](char const* reason) {
     if (stream.Status() == ZoStreamOk) stream.Fail(ZoStreamFormatError, "%s", reason);
@@ -443,30 +542,59 @@ ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
   if (!stream.CheckCount(n, recordSize, sizeof(ZoLeafNode)) ||
       !stream.CheckCount(sphereCount, recordSize + 8, sizeof(ZoSphereNode)))
     return stream.Status();
-  leaves = new (std::nothrow) ZoLeafNode[static_cast<size_t>(n)];
-  spheres = new (std::nothrow) ZoSphereNode[static_cast<size_t>(sphereCount)];
+  // The records fill both arrays whole (short ones are widened in place).
+  leaves = zogeometry::NewArrayForOverwrite<ZoLeafNode>(n);
+  spheres = zogeometry::NewArrayForOverwrite<ZoSphereNode>(sphereCount);
   if (leaves == nullptr || spheres == nullptr) return zostreamio::OutOfMemory(stream, ZoStreamFormatError);
   numLeaves = n;
   numSpheres = sphereCount;
   depth = treeDepth;
 
-  // A record that is out of place fails at the offset behind it, as if the
-  // records had been read one by one.
+  // Each array is read and checked run by run, but fails as if it had been
+  // read whole and then checked record by record: a read failure first,
+  // then the first record out of place, at the offset behind it; links
+  // that do not form the tree are reported after the box is read.
   int64_t const start = stream.Position();
   auto failAt = [&stream, start](int64_t recordEnd, char const* reason) {
     if (stream.Status() == ZoStreamOk) stream.FailAt(start >= 0 ? start + recordEnd : -1, ZoStreamFormatError, "%s", reason);
     return stream.Status();
   };
-  if (ReadNodeRecords(stream, leaves, n, sizeof(ZoLeafNode), recordSize) != ZoStreamOk) return stream.Status();
-  for (int32_t i = 0; i < n; ++i)
-    if (leaves[i].type != 0 || leaves[i].index != static_cast<uint32_t>(i))
-      return failAt((i + 1) * int64_t{recordSize}, "a leaf record out of place");
-  if (ReadNodeRecords(stream, spheres, sphereCount, sizeof(ZoSphereNode), recordSize + 8) != ZoStreamOk)
-    return stream.Status();
-  int64_t const leafBytes = int64_t{n} * recordSize;
-  for (int32_t k = 0; k < sphereCount; ++k)
-    if (spheres[k].type != 1 || spheres[k].index != 0)
-      return failAt(leafBytes + (k + 1) * int64_t{recordSize + 8}, "a sphere record out of place");
+  // Leaf i's word is i << 2 (type 0, index i); a sphere node's is 1. A run
+  // is compared without a branch and searched only when it is out of place.
+  int64_t misplaced = -1;
+  int32_t const leafRun = static_cast<int32_t>(kTreeRunBytes / sizeof(ZoLeafNode));
+  for (int32_t first = 0; first < n; first += leafRun) {
+    int32_t const count = n - first < leafRun ? n - first : leafRun;
+    if (ReadNodeRecords(stream, leaves + first, count, sizeof(ZoLeafNode), recordSize) != ZoStreamOk)
+      return stream.Status();
+    if (misplaced >= 0) continue;
+    uint32_t differs = 0;
+    for (int32_t i = first; i < first + count; ++i) differs |= NodeWordOf(leaves[i]) ^ (static_cast<uint32_t>(i) << 2);
+    if (differs == 0 && first + count <= (1 << 30)) continue;
+    for (int32_t i = first; i < first + count && misplaced < 0; ++i)
+      if (leaves[i].type != 0 || leaves[i].index != static_cast<uint32_t>(i)) misplaced = i;
+  }
+  if (misplaced >= 0) return failAt((misplaced + 1) * int64_t{recordSize}, "a leaf record out of place");
+
+  TreeWalk walk(sphereCount, n);
+  int32_t const sphereRun = static_cast<int32_t>(kTreeRunBytes / sizeof(ZoSphereNode));
+  for (int32_t first = 0; first < sphereCount; first += sphereRun) {
+    int32_t const count = sphereCount - first < sphereRun ? sphereCount - first : sphereRun;
+    if (ReadNodeRecords(stream, spheres + first, count, sizeof(ZoSphereNode), recordSize + 8) != ZoStreamOk)
+      return stream.Status();
+    if (misplaced >= 0) continue;
+    uint32_t differs = 0;
+    for (int32_t k = first; k < first + count; ++k) differs |= NodeWordOf(spheres[k]) ^ 1u;
+    if (differs != 0) {
+      for (int32_t k = first; k < first + count && misplaced < 0; ++k)
+        if (spheres[k].type != 1 || spheres[k].index != 0) misplaced = k;
+      continue;
+    }
+    if (n > 1)
+      for (int32_t k = first; k < first + count; ++k) walk.Visit(static_cast<uint32_t>(k), spheres[k]);
+  }
+  if (misplaced >= 0)
+    return failAt(int64_t{n} * recordSize + (misplaced + 1) * int64_t{recordSize + 8}, "a sphere record out of place");
   if (stream.version >= zoversion::kOrientedBox) {
     float box[10];
     if (zogeometry::ReadBlock(stream, box, sizeof box) != ZoStreamOk) return stream.Status();
@@ -474,7 +602,9 @@ ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
     orientedBox.transform.rotation = ZoRotation3(box[3], box[4], box[5], box[6]);
     orientedBox.size = ZoVector3(box[7], box[8], box[9]);
   }
-  if (!CheckTree()) return fail("the sphere tree's links do not form a tree over every leaf once");
+  // A single leaf hangs from one sphere node whose references are both 0.
+  bool const linked = n == 1 ? spheres[0].left == 0 && spheres[0].right == 0 && treeDepth == 1 : walk.Whole(treeDepth);
+  if (!linked) return fail("the sphere tree's links do not form a tree over every leaf once");
   return stream.Status();
 }
 
@@ -498,51 +628,6 @@ ZoStreamError ZoColModel::ReadNodeRecords(ZoStream& stream, void* nodes, int32_t
     std::memset(to + 16, 0, 4);
   }
   return stream.Status();
-}
-
-bool ZoColModel::CheckTree() const {
-  if (numLeaves == 1)
-    return numSpheres == 1 && spheres[0].left == 0 && spheres[0].right == 0 && depth == 1;
-  if (numSpheres != numLeaves - 1) return false;
-  // One pass from the last sphere node back to the root. In the pre-order
-  // numbering the builder makes, the subtree of sphere node k holds the
-  // sphere nodes k, k + 1, ... k + size − 1: its left child, when a sphere
-  // node, is k + 1, and its right child, when a sphere node, comes right
-  // after the left subtree's run. Walking backwards, both children's runs
-  // are known when a node is checked. When every node passes and the
-  // root's run holds every sphere node, the links form a tree of every
-  // sphere node once (runs nest, so none is shared or unreached); the
-  // numSpheres + 1 leaf references of such a tree then reach every leaf
-  // once exactly when none is reached twice. Heights come along, leaves
-  // counting 1, so the deepest leaf is checked against the stored depth.
-  struct Run {
-    uint32_t size;
-    int32_t height;
-  };
-  std::unique_ptr<Run[]> runs(new (std::nothrow) Run[static_cast<size_t>(numSpheres)]);
-  std::unique_ptr<unsigned char[]> seen(new (std::nothrow) unsigned char[static_cast<size_t>(numLeaves)]());
-  if (runs == nullptr || seen == nullptr) return false;
-  uint32_t const sphereCount = static_cast<uint32_t>(numSpheres);
-  uint32_t const leafCount = static_cast<uint32_t>(numLeaves);
-  // The run of a child that must be sphere node `expected` if it is one.
-  auto child = [&](uint32_t reference, uint32_t expected, Run& run) {
-    uint32_t index = ZoSphereNode::ReferenceIndex(reference);
-    if (ZoSphereNode::IsSphereReference(reference)) {
-      if (index != expected || index >= sphereCount) return false;
-      run = runs[index];
-      return true;
-    }
-    if (index >= leafCount || seen[index] != 0) return false;
-    seen[index] = 1;
-    run = {0, 1};
-    return true;
-  };
-  for (uint32_t k = sphereCount; k-- > 0;) {
-    Run left, right;
-    if (!child(spheres[k].left, k + 1, left) || !child(spheres[k].right, k + 1 + left.size, right)) return false;
-    runs[k] = {1 + left.size + right.size, 1 + (left.height > right.height ? left.height : right.height)};
-  }
-  return runs[0].size == sphereCount && runs[0].height == depth;
 }
 
 ZoStreamObject* ZoColModel::CreateStreamObject() { return new (std::nothrow) ZoColModel; }

@@ -11,6 +11,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <new>
+#include <type_traits>
 
 namespace zogeometry {
 
@@ -40,6 +43,18 @@ inline Matrix3x3 MatrixOf(ZoRotation3 const& q) {
 inline bool IsIdentity(ZoTransform3 const& t) {
   static ZoTransform3 const identity;
   return std::memcmp(&t, &identity, sizeof t) == 0;
+}
+
+// An array of n elements whose bytes are left as the allocator gave them,
+// for a reader that overwrites every element before anything reads one
+// (filling fresh memory twice costs as much as the read itself). Freed with
+// delete[] like any array of T; null for n <= 0 or without memory.
+template <class T>
+T* NewArrayForOverwrite(int64_t n) {
+  static_assert(std::is_trivially_copyable<T>::value && std::is_trivially_destructible<T>::value,
+                "only plain elements may start unwritten");
+  if (n <= 0 || static_cast<uint64_t>(n) > std::numeric_limits<size_t>::max() / sizeof(T)) return nullptr;
+  return static_cast<T*>(::operator new[](static_cast<size_t>(n) * sizeof(T), std::nothrow));
 }
 
 // |v| without a branch (std::fabs becomes a single mask instruction).

@@ -15,14 +15,17 @@ void ZoTriangleSet::FindBoundingBox(ZoVector3 const* points, int count, ZoVector
   if (points == nullptr || count < 1) return;
   ZoVector3 lo = points[0];
   ZoVector3 hi = points[0];
+  // Selects rather than branches (a point replaces a bound only when
+  // strictly beyond it, so NaNs and signed zeros keep the earlier bound):
+  // the branches of a mesh's coordinates are not predictable.
   for (int i = 1; i < count; ++i) {
     ZoVector3 const& p = points[i];
-    if (p.x < lo.x) lo.x = p.x;
-    if (p.x > hi.x) hi.x = p.x;
-    if (p.y < lo.y) lo.y = p.y;
-    if (p.y > hi.y) hi.y = p.y;
-    if (p.z < lo.z) lo.z = p.z;
-    if (p.z > hi.z) hi.z = p.z;
+    lo.x = p.x < lo.x ? p.x : lo.x;
+    hi.x = p.x > hi.x ? p.x : hi.x;
+    lo.y = p.y < lo.y ? p.y : lo.y;
+    hi.y = p.y > hi.y ? p.y : hi.y;
+    lo.z = p.z < lo.z ? p.z : lo.z;
+    hi.z = p.z > hi.z ? p.z : hi.z;
   }
   min = lo;
   max = hi;

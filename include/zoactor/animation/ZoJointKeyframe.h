@@ -135,6 +135,10 @@ class ZOACTOR_API ZoJointKeyframe : public ZoKeyframe {
 
   // The registry's creation function: a default joint keyframe, or null.
   static ZoStreamObject* Create();
+
+ private:
+  // Copies the 200-byte value block at `block` into the fields.
+  void UnpackBlock(void const* block);
 };
 
 #endif

@@ -202,7 +202,6 @@ class ZOACTOR_API ZoColModel : public ZoStreamObject {
   // when they lack the radius).
   static ZoStreamError ReadNodeRecords(ZoStream& stream, void* nodes, int32_t count, size_t nodeSize,
                                        uint32_t recordSize);
-  bool CheckTree() const;
 
   ZoTriangleSet* triangleSet;
   ZoLeafNode* leaves;

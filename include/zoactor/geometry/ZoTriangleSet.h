@@ -348,6 +348,10 @@ class ZOACTOR_API ZoTriangleSet : public ZoStreamObject {
   bool CopyFrom(ZoTriangleSet const& other);
   bool Owns() const { return sourceSet == nullptr; }
   ZoStreamError ReadBody(ZoStream& stream);
+  // Create, leaving every array but the colours unwritten when
+  // `forOverwrite` (for a reader that fills each one whole).
+  bool Allocate(ZoTriangleSetType type, int flags, int numTriangles, int numVertices, int numTexturesPerVertex,
+                bool forOverwrite);
 
   ZoTriangleSetType type;
   int32_t flags;

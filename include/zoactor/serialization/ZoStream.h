@@ -195,6 +195,18 @@ class ZOACTOR_API ZoStream {
   // when the code is not registered. Reads nothing.
   static ZoStreamObject* CreateObject(int32_t type);
 
+  // Where the next `count` bytes lie when the stream's window holds them all
+  // and the status is ZoStreamOk: the stream moves past them, exactly as a
+  // ReadBytes of them would, without a copy or a virtual call. Otherwise
+  // null, with nothing read (the caller reads with ReadBytes instead). The
+  // bytes stay valid until the stream is next used.
+  char const* TakeFromWindow(uint32_t count) {
+    if (status != ZoStreamOk || readLimit - cursor < static_cast<ptrdiff_t>(count)) return nullptr;
+    char const* at = cursor;
+    cursor += count;
+    return at;
+  }
+
   // --- Reading untrusted counts -------------------------------------------------
 
   // True when `count` elements of at least `encodedSize` bytes each may be
