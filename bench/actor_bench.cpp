@@ -7,7 +7,10 @@
 //     100 files (goal: at most 3×);
 //   - GetPrototype of a registered actor (goal: at most 100 ns);
 // The two reads report their heap allocations per read ("allocs", from the
-// program's counting operator new, timed iterations included).
+// program's counting operator new, timed iterations included), and each
+// read and its peer the minor page faults ("faults") and the user and
+// system CPU microseconds ("user_us", "sys_us") per iteration, from
+// getrusage over the whole loop (the untimed flush of the skills included).
 //   - a frame of skill sampling through the cache (GetSkill, then every
 //     joint's SampleAtTime), whose heap allocations per frame are counted by
 //     replacing the global operator new in this program ("allocs_per_frame",
@@ -31,6 +34,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -128,6 +132,27 @@ Fixtures& Data() {
   return fixtures;
 }
 
+// The process's page faults and CPU time, for figures per iteration.
+class Usage {
+ public:
+  Usage() { ::getrusage(RUSAGE_SELF, &start); }
+  // Sets the counters to what the loop of `state` cost per iteration.
+  void Report(benchmark::State& state) const {
+    struct rusage now;
+    ::getrusage(RUSAGE_SELF, &now);
+    double const n = static_cast<double>(state.iterations());
+    state.counters["faults"] = static_cast<double>(now.ru_minflt - start.ru_minflt) / n;
+    state.counters["user_us"] = Micros(now.ru_utime, start.ru_utime) / n;
+    state.counters["sys_us"] = Micros(now.ru_stime, start.ru_stime) / n;
+  }
+
+ private:
+  static double Micros(timeval const& to, timeval const& from) {
+    return static_cast<double>(to.tv_sec - from.tv_sec) * 1e6 + static_cast<double>(to.tv_usec - from.tv_usec);
+  }
+  struct rusage start;
+};
+
 // Reads a whole file with open/read/close, as a plain reader would.
 int64_t ReadWhole(std::string const& path, std::vector<char>& buffer) {
   int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -143,12 +168,14 @@ int64_t ReadWhole(std::string const& path, std::vector<char>& buffer) {
 void BM_ReadActorFile(benchmark::State& state) {
   ZoString file(Data().actorFile.c_str());
   uint64_t const before = zobench::Allocations();
+  Usage usage;
   for (auto _ : state) {
     ZoProtoActor* actor = ZoProtoActor::ReadActorFile(file);
     if (actor == nullptr) state.SkipWithError("the actor file did not read");
     benchmark::DoNotOptimize(actor);
     if (actor != nullptr) actor->Release();
   }
+  usage.Report(state);
   state.counters["allocs"] =
       static_cast<double>(zobench::Allocations() - before) / static_cast<double>(state.iterations());
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fs::file_size(Data().actorFile)));
@@ -156,7 +183,9 @@ void BM_ReadActorFile(benchmark::State& state) {
 
 void BM_ReadActorFile_PlainRead(benchmark::State& state) {
   std::vector<char> buffer;
+  Usage usage;
   for (auto _ : state) benchmark::DoNotOptimize(ReadWhole(Data().actorFile, buffer));
+  usage.Report(state);
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fs::file_size(Data().actorFile)));
 }
 
@@ -165,6 +194,7 @@ void BM_LoadAllSkills(benchmark::State& state) {
   actor->SetSkeleton(Fixtures::Chain());
   actor->Path() = Data().skillActor.c_str();
   uint64_t loading = 0;
+  Usage usage;
   for (auto _ : state) {
     uint64_t const before = zobench::Allocations();
     actor->LoadAllSkills();
@@ -174,13 +204,16 @@ void BM_LoadAllSkills(benchmark::State& state) {
     actor->FlushAllSkills();
     state.ResumeTiming();
   }
+  usage.Report(state);
   state.counters["allocs"] = static_cast<double>(loading) / static_cast<double>(state.iterations());
 }
 
 void BM_LoadAllSkills_PlainRead(benchmark::State& state) {
   std::vector<char> buffer;
+  Usage usage;
   for (auto _ : state)
     for (std::string const& file : Data().skillFiles) benchmark::DoNotOptimize(ReadWhole(file, buffer));
+  usage.Report(state);
 }
 
 void BM_GetPrototype(benchmark::State& state) {

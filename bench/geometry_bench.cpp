@@ -16,6 +16,7 @@
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoOrientedBox.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
+#include <zoactor/serialization/ZoMemoryStream.h>
 
 #include <benchmark/benchmark.h>
 #include <fcl/geometry/bvh/BVH_model.h>
@@ -104,7 +105,27 @@ void BM_FclObbBuild(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * surface->GetNumTriangles());
 }
 
+// Reading a model with its stored tree from memory: the set's arrays, the
+// corner check, the tree's records and the check of its links.
+void BM_ReadColModel(benchmark::State& state) {
+  ZoColModel model;
+  model.SetTriangleSet(MakeSurface(static_cast<int>(state.range(0))).release());
+  model.UpdateSphereTree();
+  ZoMemoryStream written;
+  model.WriteToStream(written);
+  int32_t length = 0;
+  std::unique_ptr<char, void (*)(void*)> body(written.GetBuffer(length), [](void* p) { ::operator delete(p); });
+  for (auto _ : state) {
+    ZoMemoryStream stream(body.get(), length);
+    ZoColModel read;
+    if (read.ReadFromStream(stream) != ZoStreamOk) state.SkipWithError("the model did not read");
+    benchmark::DoNotOptimize(read.GetRoot());
+  }
+  state.SetBytesProcessed(state.iterations() * length);
+}
+
 BENCHMARK(BM_UpdateSphereTree)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ReadColModel)->Arg(5000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_FclObbBuild)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
 // --- Per-pair queries ----------------------------------------------------------------

@@ -583,15 +583,20 @@ ZoStreamError ZoColModel::ReadTree(ZoStream& stream, int32_t treeDepth) {
     if (ReadNodeRecords(stream, spheres + first, count, sizeof(ZoSphereNode), recordSize + 8) != ZoStreamOk)
       return stream.Status();
     if (misplaced >= 0) continue;
+    // The walk takes each record as its word is compared, in one pass over
+    // the run; a misplaced record fails first whatever the walk made of it.
     uint32_t differs = 0;
-    for (int32_t k = first; k < first + count; ++k) differs |= NodeWordOf(spheres[k]) ^ 1u;
-    if (differs != 0) {
+    if (n > 1) {
+      for (int32_t k = first; k < first + count; ++k) {
+        differs |= NodeWordOf(spheres[k]) ^ 1u;
+        walk.Visit(static_cast<uint32_t>(k), spheres[k]);
+      }
+    } else {
+      differs = NodeWordOf(spheres[0]) ^ 1u;
+    }
+    if (differs != 0)
       for (int32_t k = first; k < first + count && misplaced < 0; ++k)
         if (spheres[k].type != 1 || spheres[k].index != 0) misplaced = k;
-      continue;
-    }
-    if (n > 1)
-      for (int32_t k = first; k < first + count; ++k) walk.Visit(static_cast<uint32_t>(k), spheres[k]);
   }
   if (misplaced >= 0)
     return failAt(int64_t{n} * recordSize + (misplaced + 1) * int64_t{recordSize + 8}, "a sphere record out of place");

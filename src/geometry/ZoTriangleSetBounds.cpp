@@ -11,14 +11,18 @@
 
 #include <cmath>
 
-void ZoTriangleSet::FindBoundingBox(ZoVector3 const* points, int count, ZoVector3& min, ZoVector3& max) {
-  if (points == nullptr || count < 1) return;
-  ZoVector3 lo = points[0];
-  ZoVector3 hi = points[0];
-  // Selects rather than branches (a point replaces a bound only when
-  // strictly beyond it, so NaNs and signed zeros keep the earlier bound):
-  // the branches of a mesh's coordinates are not predictable.
-  for (int i = 1; i < count; ++i) {
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+// The bounds of points[from, count) folded into lo and hi: a point replaces
+// a bound only when strictly beyond it, so NaNs and signed zeros keep the
+// earlier bound. Selects rather than branches: the branches of a mesh's
+// coordinates are not predictable.
+void FoldBox(ZoVector3 const* points, int from, int count, ZoVector3& lo, ZoVector3& hi) {
+  for (int i = from; i < count; ++i) {
     ZoVector3 const& p = points[i];
     lo.x = p.x < lo.x ? p.x : lo.x;
     hi.x = p.x > hi.x ? p.x : hi.x;
@@ -27,6 +31,67 @@ void ZoTriangleSet::FindBoundingBox(ZoVector3 const* points, int count, ZoVector
     lo.z = p.z < lo.z ? p.z : lo.z;
     hi.z = p.z > hi.z ? p.z : hi.z;
   }
+}
+
+#if defined(__SSE2__)
+// The same fold four points at a time: three loads hold them as x y z x,
+// y z x y, z x y z, and each lane keeps its own bound of one coordinate,
+// which are folded in at the end. minps(p, lo) is p < lo ? p : lo exactly,
+// so a lane keeps what the scalar fold keeps of its points; lanes that
+// tie may differ only in the sign of a zero, so a zero bound is left to the
+// scalar fold (the caller's `exact` turns false). Returns the first point
+// not folded.
+int FoldBoxInLanes(ZoVector3 const* points, int count, ZoVector3& lo, ZoVector3& hi, bool& exact) {
+  static_assert(sizeof(ZoVector3) == 3 * sizeof(float), "a point is its three coordinates");
+  float const* f = &points[0].x;
+  __m128 lo0 = _mm_setr_ps(lo.x, lo.y, lo.z, lo.x), lo1 = _mm_setr_ps(lo.y, lo.z, lo.x, lo.y),
+         lo2 = _mm_setr_ps(lo.z, lo.x, lo.y, lo.z);
+  __m128 hi0 = _mm_setr_ps(hi.x, hi.y, hi.z, hi.x), hi1 = _mm_setr_ps(hi.y, hi.z, hi.x, hi.y),
+         hi2 = _mm_setr_ps(hi.z, hi.x, hi.y, hi.z);
+  int i = 1;
+  for (; i + 4 <= count; i += 4) {
+    __m128 const a = _mm_loadu_ps(f + 3 * i), b = _mm_loadu_ps(f + 3 * i + 4), c = _mm_loadu_ps(f + 3 * i + 8);
+    lo0 = _mm_min_ps(a, lo0);
+    lo1 = _mm_min_ps(b, lo1);
+    lo2 = _mm_min_ps(c, lo2);
+    hi0 = _mm_max_ps(a, hi0);
+    hi1 = _mm_max_ps(b, hi1);
+    hi2 = _mm_max_ps(c, hi2);
+  }
+  alignas(16) float l[12], h[12];
+  _mm_store_ps(l, lo0);
+  _mm_store_ps(l + 4, lo1);
+  _mm_store_ps(l + 8, lo2);
+  _mm_store_ps(h, hi0);
+  _mm_store_ps(h + 4, hi1);
+  _mm_store_ps(h + 8, hi2);
+  // Lane j of the twelve holds coordinate j % 3.
+  for (int j = 0; j < 12; j += 3) {
+    ZoVector3 const lane0(l[j], l[j + 1], l[j + 2]), lane1(h[j], h[j + 1], h[j + 2]);
+    FoldBox(&lane0, 0, 1, lo, hi);
+    FoldBox(&lane1, 0, 1, lo, hi);
+  }
+  exact = lo.x != 0.0f && lo.y != 0.0f && lo.z != 0.0f && hi.x != 0.0f && hi.y != 0.0f && hi.z != 0.0f;
+  return i;
+}
+#endif
+
+}  // namespace
+
+void ZoTriangleSet::FindBoundingBox(ZoVector3 const* points, int count, ZoVector3& min, ZoVector3& max) {
+  if (points == nullptr || count < 1) return;
+  ZoVector3 lo = points[0];
+  ZoVector3 hi = points[0];
+  int from = 1;
+#if defined(__SSE2__)
+  bool exact = true;
+  from = FoldBoxInLanes(points, count, lo, hi, exact);
+  if (!exact) {
+    lo = hi = points[0];
+    from = 1;
+  }
+#endif
+  FoldBox(points, from, count, lo, hi);
   min = lo;
   max = hi;
 }
