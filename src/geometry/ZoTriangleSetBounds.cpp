@@ -7,13 +7,10 @@
 #include <zoactor/geometry/ZoRect.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
 
+#include "foundation/ZoLanes.h"
 #include "geometry/ZoGeometryCommon.h"
 
 #include <cmath>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace {
 
@@ -33,38 +30,36 @@ void FoldBox(ZoVector3 const* points, int from, int count, ZoVector3& lo, ZoVect
   }
 }
 
-#if defined(__SSE2__)
 // The same fold four points at a time: three loads hold them as x y z x,
 // y z x y, z x y z, and each lane keeps its own bound of one coordinate,
-// which are folded in at the end. minps(p, lo) is p < lo ? p : lo exactly,
+// which are folded in at the end. Min(p, lo) is p < lo ? p : lo exactly,
 // so a lane keeps what the scalar fold keeps of its points; lanes that
 // tie may differ only in the sign of a zero, so a zero bound is left to the
 // scalar fold (the caller's `exact` turns false). Returns the first point
 // not folded.
 int FoldBoxInLanes(ZoVector3 const* points, int count, ZoVector3& lo, ZoVector3& hi, bool& exact) {
+  using zolanes::Lanes;
   static_assert(sizeof(ZoVector3) == 3 * sizeof(float), "a point is its three coordinates");
   float const* f = &points[0].x;
-  __m128 lo0 = _mm_setr_ps(lo.x, lo.y, lo.z, lo.x), lo1 = _mm_setr_ps(lo.y, lo.z, lo.x, lo.y),
-         lo2 = _mm_setr_ps(lo.z, lo.x, lo.y, lo.z);
-  __m128 hi0 = _mm_setr_ps(hi.x, hi.y, hi.z, hi.x), hi1 = _mm_setr_ps(hi.y, hi.z, hi.x, hi.y),
-         hi2 = _mm_setr_ps(hi.z, hi.x, hi.y, hi.z);
+  Lanes lo0{lo.x, lo.y, lo.z, lo.x}, lo1{lo.y, lo.z, lo.x, lo.y}, lo2{lo.z, lo.x, lo.y, lo.z};
+  Lanes hi0{hi.x, hi.y, hi.z, hi.x}, hi1{hi.y, hi.z, hi.x, hi.y}, hi2{hi.z, hi.x, hi.y, hi.z};
   int i = 1;
   for (; i + 4 <= count; i += 4) {
-    __m128 const a = _mm_loadu_ps(f + 3 * i), b = _mm_loadu_ps(f + 3 * i + 4), c = _mm_loadu_ps(f + 3 * i + 8);
-    lo0 = _mm_min_ps(a, lo0);
-    lo1 = _mm_min_ps(b, lo1);
-    lo2 = _mm_min_ps(c, lo2);
-    hi0 = _mm_max_ps(a, hi0);
-    hi1 = _mm_max_ps(b, hi1);
-    hi2 = _mm_max_ps(c, hi2);
+    Lanes const a = zolanes::Load(f + 3 * i), b = zolanes::Load(f + 3 * i + 4), c = zolanes::Load(f + 3 * i + 8);
+    lo0 = zolanes::Min(a, lo0);
+    lo1 = zolanes::Min(b, lo1);
+    lo2 = zolanes::Min(c, lo2);
+    hi0 = zolanes::Max(a, hi0);
+    hi1 = zolanes::Max(b, hi1);
+    hi2 = zolanes::Max(c, hi2);
   }
-  alignas(16) float l[12], h[12];
-  _mm_store_ps(l, lo0);
-  _mm_store_ps(l + 4, lo1);
-  _mm_store_ps(l + 8, lo2);
-  _mm_store_ps(h, hi0);
-  _mm_store_ps(h + 4, hi1);
-  _mm_store_ps(h + 8, hi2);
+  float l[12], h[12];
+  zolanes::Store(l, lo0);
+  zolanes::Store(l + 4, lo1);
+  zolanes::Store(l + 8, lo2);
+  zolanes::Store(h, hi0);
+  zolanes::Store(h + 4, hi1);
+  zolanes::Store(h + 8, hi2);
   // Lane j of the twelve holds coordinate j % 3.
   for (int j = 0; j < 12; j += 3) {
     ZoVector3 const lane0(l[j], l[j + 1], l[j + 2]), lane1(h[j], h[j + 1], h[j + 2]);
@@ -74,7 +69,6 @@ int FoldBoxInLanes(ZoVector3 const* points, int count, ZoVector3& lo, ZoVector3&
   exact = lo.x != 0.0f && lo.y != 0.0f && lo.z != 0.0f && hi.x != 0.0f && hi.y != 0.0f && hi.z != 0.0f;
   return i;
 }
-#endif
 
 }  // namespace
 
@@ -82,15 +76,12 @@ void ZoTriangleSet::FindBoundingBox(ZoVector3 const* points, int count, ZoVector
   if (points == nullptr || count < 1) return;
   ZoVector3 lo = points[0];
   ZoVector3 hi = points[0];
-  int from = 1;
-#if defined(__SSE2__)
   bool exact = true;
-  from = FoldBoxInLanes(points, count, lo, hi, exact);
+  int from = FoldBoxInLanes(points, count, lo, hi, exact);
   if (!exact) {
     lo = hi = points[0];
     from = 1;
   }
-#endif
   FoldBox(points, from, count, lo, hi);
   min = lo;
   max = hi;
