@@ -13,13 +13,15 @@
 #include <vector>
 
 // The sampling loop has a clone for x86-64 CPUs with AVX2, chosen once at
-// run time; the scalar path of the lanes has none. The clone runs the same
-// operations in three-operand form (fewer register copies), without fused
-// multiply-adds, so both give the same bits.
-#if defined(ZOACTOR_LANES_SSE) && defined(__x86_64__) && defined(__GNUC__)
-#define ZO_SAMPLER_WIDE __attribute__((target("avx2")))
+// run time; the scalar path of the lanes has none. The clone blends eight
+// joints per step where the baseline blends four, each lane running the
+// same operations in the same order without fused multiply-adds, so both
+// give the same bits.
+#if defined(ZOACTOR_LANES_WIDE)
+#define ZO_SAMPLER_WIDE ZO_LANES_WIDE_TARGET
 #endif
 
+using zopose::kHalf;
 using zopose::kLanes;
 using zopose::Lanes;
 using zopose::Mask;
@@ -104,7 +106,8 @@ struct ZoSkillSampler::Compiled {
   void SetSegment(int32_t joint, int32_t a);
   void SetTiming(int32_t joint, float length, float easeOut, float easeIn);
   void LoadLanes(int32_t joint, int32_t a, int32_t b);
-  int SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
+  template <class L>
+  int SampleGroup(int32_t group, int at, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
   int SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
 #if defined(ZO_SAMPLER_WIDE)
   ZO_SAMPLER_WIDE int SampleAllWide(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
@@ -133,7 +136,7 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
       group.easeOut[lane] = zo_motion::kDefaultEaseOut;
       group.easeIn[lane] = zo_motion::kDefaultEaseIn;
     }
-    group.stale = true;
+    group.stale = 3;
   }
   for (zopose::CubicGroup& group : cubic) {
     for (int lane = 0; lane < kLanes; ++lane) {
@@ -270,7 +273,7 @@ void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::SetLane(group.actorStep, lane, to.actor.translation - from.actor.translation);
   bool const isCubic = joints[static_cast<size_t>(joint)].cubic;
   group.cubic[lane] = isCubic ? -1 : 0;
-  group.stale = true;
+  group.stale |= 1 << (lane / kHalf);
   if (!isCubic) return;
   zopose::CubicGroup& controlGroup = cubic[static_cast<size_t>(joint / kLanes)];
   KeyControls const& out = controls[static_cast<size_t>(a)];
@@ -300,14 +303,19 @@ void ZoSkillSampler::Compiled::SampleOutside(int32_t joint, float s, ZoTransform
   }
 }
 
-// Samples the four joints of `group`; returns how many it filled. The
-// parameters of the lanes that blend are divided and eased side by side.
-ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
-  alignas(16) float elapsed[kLanes];
-  alignas(16) int32_t blending[kLanes];
+// Samples the joints of lanes `at` to `at` + width − 1 of `group` (L is
+// Lanes or Lanes8); returns how many it filled. The parameters of the lanes
+// that blend are divided and eased side by side.
+template <class L>
+ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, int at, uint32_t time, ZoTransform3* local,
+                                                           ZoTransform3* actor) {
+  using M = zolanes::MaskOf<L>;
+  constexpr int kWidth = zolanes::kWidthOf<L>;
+  alignas(32) float elapsed[kWidth];
+  alignas(32) int32_t blending[kWidth];
   int skip = 0;
-  int32_t const base = group * kLanes;
-  for (int lane = 0; lane < kLanes; ++lane) {
+  int32_t const base = group * kLanes + at;
+  for (int lane = 0; lane < kWidth; ++lane) {
     JointState* state = &joints[static_cast<size_t>(base + lane)];
     if (uint64_t{time - state->start} >= state->span) Seek(base + lane, time);
     bool const blends = state->kind == SegmentKind::Blend && time != state->start;
@@ -316,45 +324,54 @@ ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32
     if (state->kind == SegmentKind::None || (state->kind == SegmentKind::HoldAtStart && time != state->start))
       skip |= 1 << lane;
   }
-  if (skip == (1 << kLanes) - 1) return 0;
+  if (skip == (1 << kWidth) - 1) return 0;
   zopose::LinearGroup& lanes = linear[static_cast<size_t>(group)];
   zopose::CubicGroup& controlLanes = cubic[static_cast<size_t>(group)];
-  Lanes const t = zolanes::Load(elapsed) / zolanes::Load(lanes.length);
-  Lanes const s = zo_motion::Eased(zolanes::Load(lanes.easeOut), zolanes::Load(lanes.easeIn), t);
-  Mask const blend = zopose::LoadMask(blending);
-  Mask const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
-  Mask const lanesBlend = blend & inside;
+  L const t = zolanes::LoadAs<L>(elapsed) / zolanes::LoadAs<L>(lanes.length + at);
+  L const s = zo_motion::Eased(zolanes::LoadAs<L>(lanes.easeOut + at), zolanes::LoadAs<L>(lanes.easeIn + at), t);
+  M const blend = zolanes::LoadAs<M>(blending);
+  M const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
+  M const lanesBlend = blend & inside;
   int const outsideBits = zolanes::Bits(blend & ~inside);
-  if (lanes.stale) zopose::ComputeArcs(lanes, controlLanes);
-  zopose::PoseLanes pose;
-  zopose::BlendGroup(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
+  int const halves = ((1 << (kWidth / kHalf)) - 1) << (at / kHalf);
+  if ((lanes.stale & halves) != 0) {
+    zopose::ComputeArcs<L>(lanes, controlLanes, at);
+    lanes.stale &= ~halves;
+  }
+  zopose::PoseLanes<L> pose;
+  zopose::BlendGroup(lanes, controlLanes, at, zolanes::Select(lanesBlend, s, zolanes::SplatAs<L>(0.0f)), ~lanesBlend,
+                     pose);
   if (local != nullptr) zopose::StoreTransforms(local + base, skip, pose.localRotation, pose.localT);
   if (actor != nullptr) zopose::StoreTransforms(actor + base, skip, pose.actorRotation, pose.actorT);
   if (outsideBits != 0) {
-    alignas(16) float outside[kLanes];
-    zolanes::Store(outside, s);
-    for (int lane = 0; lane < kLanes; ++lane)
+    alignas(32) float outside[kWidth];
+    std::memcpy(outside, &s, sizeof outside);
+    for (int lane = 0; lane < kWidth; ++lane)
       if ((outsideBits & (1 << lane)) != 0) SampleOutside(base + lane, outside[lane], local, actor);
   }
   int filled = 0;
-  for (int lane = 0; lane < kLanes; ++lane) filled += (skip & (1 << lane)) == 0 ? 1 : 0;
+  for (int lane = 0; lane < kWidth; ++lane) filled += (skip & (1 << lane)) == 0 ? 1 : 0;
   return filled;
 }
 
-// Every group of the pose; returns how many joints it filled.
+// Every joint of the pose, four at a time; returns how many it filled.
 int ZoSkillSampler::Compiled::SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   int filled = 0;
-  int32_t const groups = static_cast<int32_t>(linear.size());
-  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup(g, time, local, actor);
+  int32_t const quarters = (numJoints + kHalf - 1) / kHalf;
+  for (int32_t q = 0; q < quarters; ++q) filled += SampleGroup<Lanes>(q / 2, (q % 2) * kHalf, time, local, actor);
   return filled;
 }
 
 #if defined(ZO_SAMPLER_WIDE)
-// The same loop compiled for AVX2.
+// The same compiled for AVX2, eight joints at a time; a last group of four
+// joints or fewer takes four lanes.
 int ZoSkillSampler::Compiled::SampleAllWide(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   int filled = 0;
-  int32_t const groups = static_cast<int32_t>(linear.size());
-  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup(g, time, local, actor);
+  int32_t const groups = numJoints / kLanes;
+  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup<zolanes::Lanes8>(g, 0, time, local, actor);
+  int32_t const rest = numJoints - groups * kLanes;
+  if (rest > kHalf) filled += SampleGroup<zolanes::Lanes8>(groups, 0, time, local, actor);
+  else if (rest > 0) filled += SampleGroup<Lanes>(groups, 0, time, local, actor);
   return filled;
 }
 #endif

@@ -312,6 +312,81 @@ ZO_LANES_INLINE void Transpose(Lanes& a, Lanes& b, Lanes& c, Lanes& d) {
   d = Shuffle2<2, 3, 6, 7>(ab23, cd23);
 }
 
+// --- Eight lanes ---------------------------------------------------------------------
+//
+// On x86-64 with the vector path, Lanes8 and Mask8 hold eight floats and
+// eight masks, for code that runs in a function compiled for AVX2
+// (ZO_LANES_WIDE_TARGET, chosen at run time by its caller). Arithmetic and
+// comparisons are the compiler's own, lane by lane with the four-lane
+// operations' rounding, so a lane gives the same bits in either width.
+// The helpers below are written with the baseline's instructions on the
+// two halves, not with AVX builtins: a function without the AVX2 target
+// (such as a kernel templated on the lane type) may not inline AVX
+// builtins, while the compiler turns these into whole 256-bit operations
+// wherever they land in an AVX2 function. They are all inlined, so the
+// ABI of 32-byte vector arguments without AVX, which -Wpsabi warns about,
+// never applies.
+
+#if defined(ZOACTOR_LANES_SSE) && defined(__x86_64__) && defined(__GNUC__)
+#define ZOACTOR_LANES_WIDE 1
+#define ZO_LANES_WIDE_TARGET __attribute__((target("avx2")))
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+using Lanes8 = float __attribute__((vector_size(32)));
+using Mask8 = int32_t __attribute__((vector_size(32)));
+
+ZO_LANES_INLINE Lanes8 AsLanes(Mask8 m) { return reinterpret_cast<Lanes8>(m); }
+ZO_LANES_INLINE Mask8 AsMask(Lanes8 v) { return reinterpret_cast<Mask8>(v); }
+
+// Lanes 0-3 and lanes 4-7; the eight lanes of two halves.
+ZO_LANES_INLINE Lanes Low(Lanes8 v) { return __builtin_shufflevector(v, v, 0, 1, 2, 3); }
+ZO_LANES_INLINE Lanes High(Lanes8 v) { return __builtin_shufflevector(v, v, 4, 5, 6, 7); }
+ZO_LANES_INLINE Lanes8 Join(Lanes low, Lanes high) { return __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7); }
+
+ZO_LANES_INLINE Lanes8 Select(Mask8 mask, Lanes8 yes, Lanes8 no) {
+  return AsLanes((mask & AsMask(yes)) | (~mask & AsMask(no)));
+}
+
+ZO_LANES_INLINE Lanes8 Sqrt(Lanes8 v) { return Join(Sqrt(Low(v)), Sqrt(High(v))); }
+
+// The sign bits of the eight lanes, lane 0 in bit 0.
+ZO_LANES_INLINE int Bits(Mask8 m) {
+  Lanes8 const v = AsLanes(m);
+  return Bits(AsMask(Low(v))) | (Bits(AsMask(High(v))) << 4);
+}
+ZO_LANES_INLINE bool Any(Mask8 m) {
+  Lanes8 const v = AsLanes(m);
+  return Any(AsMask(Low(v)) | AsMask(High(v)));
+}
+ZO_LANES_INLINE bool All(Mask8 m) { return Bits(m) == 255; }
+#endif
+
+// --- Any width ------------------------------------------------------------------------
+
+// The mask type that comparing two L gives.
+template <class L>
+using MaskOf = decltype(L{} < L{});
+
+// How many floats an L holds.
+template <class L>
+constexpr int kWidthOf = static_cast<int>(sizeof(L) / sizeof(float));
+
+// v in every lane of an L.
+template <class L>
+ZO_LANES_INLINE L SplatAs(float v) {
+  L r{};
+  for (int i = 0; i < kWidthOf<L>; ++i) r[i] = v;
+  return r;
+}
+
+// An L from `p` (any alignment).
+template <class L>
+ZO_LANES_INLINE L LoadAs(void const* p) {
+  L v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
 }  // namespace zolanes
 
 #endif
