@@ -84,6 +84,18 @@ struct JointState {
   bool cubic = false;
 };
 
+// What sampling reads of the cursors of a group's joints, lane by lane
+// (-1 for true), and the times [from, from + width) for which every lane
+// keeps its segment (width 0: the group must be looked at lane by lane).
+struct alignas(32) CursorRows {
+  uint32_t start[kLanes];
+  int32_t blend[kLanes];        // the segment blends its keys after its start
+  int32_t none[kLanes];         // the joint gives nothing
+  int32_t atStartOnly[kLanes];  // the joint gives its key only at the key's time
+  uint32_t from = 0;
+  uint64_t width = 0;
+};
+
 }  // namespace
 
 struct ZoSkillSampler::Compiled {
@@ -95,6 +107,7 @@ struct ZoSkillSampler::Compiled {
   std::vector<KeyTiming> timing;
   // One per lane: joints past the last one are padding without keys.
   std::vector<JointState> joints;
+  std::vector<CursorRows> cursors;
   std::vector<zopose::LinearGroup> linear;
   std::vector<zopose::CubicGroup> cubic;
 
@@ -103,6 +116,8 @@ struct ZoSkillSampler::Compiled {
   void Reset(int32_t joints);
   int32_t LastKeyUntil(JointState const& state, uint32_t time) const;
   void Seek(int32_t joint, uint32_t time);
+  void SeekLanes(int32_t group, int at, int width, uint32_t time);
+  void Refresh(int32_t group);
   void SetSegment(int32_t joint, int32_t a);
   void SetTiming(int32_t joint, float length, float easeOut, float easeIn);
   void LoadLanes(int32_t joint, int32_t a, int32_t b);
@@ -125,6 +140,7 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
   controls.clear();
   timing.clear();
   joints.assign(static_cast<size_t>(groups) * kLanes, JointState{});
+  cursors.assign(static_cast<size_t>(groups), CursorRows{});
   linear.assign(static_cast<size_t>(groups), zopose::LinearGroup{});
   cubic.assign(static_cast<size_t>(groups), zopose::CubicGroup{});
   // Identity rotations everywhere, so lanes without keys blend finite numbers.
@@ -215,8 +231,36 @@ void ZoSkillSampler::Compiled::Seek(int32_t joint, uint32_t time) {
   SetSegment(joint, a);
 }
 
+// Moves the cursors of the `width` lanes from `at` on in `group` that do
+// not hold `time`, then refreshes the group's rows.
+void ZoSkillSampler::Compiled::SeekLanes(int32_t group, int at, int width, uint32_t time) {
+  int32_t const base = group * kLanes + at;
+  for (int32_t joint = base; joint < base + width; ++joint) {
+    JointState const& state = joints[static_cast<size_t>(joint)];
+    if (uint64_t{time - state.start} >= state.span) Seek(joint, time);
+  }
+  Refresh(group);
+}
+
+// Copies the group's cursors into its rows, with the times all of them hold.
+void ZoSkillSampler::Compiled::Refresh(int32_t group) {
+  CursorRows& rows = cursors[static_cast<size_t>(group)];
+  uint64_t from = 0, until = kAllTimes;
+  for (int lane = 0; lane < kLanes; ++lane) {
+    JointState const& state = joints[static_cast<size_t>(group * kLanes + lane)];
+    rows.start[lane] = state.start;
+    rows.blend[lane] = state.kind == SegmentKind::Blend ? -1 : 0;
+    rows.none[lane] = state.kind == SegmentKind::None ? -1 : 0;
+    rows.atStartOnly[lane] = state.kind == SegmentKind::HoldAtStart ? -1 : 0;
+    from = std::max<uint64_t>(from, state.start);
+    until = std::min(until, state.start + state.span);
+  }
+  rows.from = static_cast<uint32_t>(from);
+  rows.width = until > from ? until - from : 0;
+}
+
 // Enters the segment that starts at key a (which the joint has).
-void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
+inline void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
   JointState& state = joints[static_cast<size_t>(joint)];
   KeyTiming const& first = timing[static_cast<size_t>(a)];
   bool const last = a + 1 == state.first + state.count;
@@ -249,7 +293,7 @@ void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
 
 // The segment timing of `joint`'s lane; a lane that does not blend gets a
 // length of 1 and the default handles, so its parameter stays finite.
-void ZoSkillSampler::Compiled::SetTiming(int32_t joint, float length, float easeOut, float easeIn) {
+inline void ZoSkillSampler::Compiled::SetTiming(int32_t joint, float length, float easeOut, float easeIn) {
   zopose::LinearGroup& group = linear[static_cast<size_t>(joint / kLanes)];
   int const lane = joint % kLanes;
   group.length[lane] = length;
@@ -258,7 +302,7 @@ void ZoSkillSampler::Compiled::SetTiming(int32_t joint, float length, float ease
 }
 
 // Puts keys a and b of `joint` into its lane (b = a for a held key).
-void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
+inline void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::LinearGroup& group = linear[static_cast<size_t>(joint / kLanes)];
   int const lane = joint % kLanes;
   KeyPose const& from = poses[static_cast<size_t>(a)];
@@ -311,25 +355,37 @@ ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, int at
                                                            ZoTransform3* actor) {
   using M = zolanes::MaskOf<L>;
   constexpr int kWidth = zolanes::kWidthOf<L>;
-  alignas(32) float elapsed[kWidth];
-  alignas(32) int32_t blending[kWidth];
-  int skip = 0;
   int32_t const base = group * kLanes + at;
+  CursorRows const& rows = cursors[static_cast<size_t>(group)];
+  if (uint64_t{time - rows.from} >= rows.width) SeekLanes(group, at, kWidth, time);
+  // Per lane: the time since the segment's start, whether the lane blends
+  // (a Blend segment after its start) and whether it gives nothing.
+#if !defined(ZOACTOR_LANES_SCALAR)
+  using Words = zolanes::WordsOf<L>;
+  Words const since = time - zolanes::LoadAs<Words>(rows.start + at);
+  M const fresh = since != 0u;
+  M const blend = zolanes::LoadAs<M>(rows.blend + at) & fresh;
+  L const elapsed = zolanes::Select(blend, __builtin_convertvector(since, L), zolanes::SplatAs<L>(0.0f));
+  int const skip = zolanes::Bits(zolanes::LoadAs<M>(rows.none + at) | (zolanes::LoadAs<M>(rows.atStartOnly + at) & fresh));
+#else
+  float elapsedRow[kWidth];
+  int32_t blendRow[kWidth];
+  int skip = 0;
   for (int lane = 0; lane < kWidth; ++lane) {
-    JointState* state = &joints[static_cast<size_t>(base + lane)];
-    if (uint64_t{time - state->start} >= state->span) Seek(base + lane, time);
-    bool const blends = state->kind == SegmentKind::Blend && time != state->start;
-    elapsed[lane] = blends ? static_cast<float>(time - state->start) : 0.0f;
-    blending[lane] = blends ? -1 : 0;
-    if (state->kind == SegmentKind::None || (state->kind == SegmentKind::HoldAtStart && time != state->start))
-      skip |= 1 << lane;
+    uint32_t const since = time - rows.start[at + lane];
+    bool const blends = rows.blend[at + lane] != 0 && since != 0;
+    elapsedRow[lane] = blends ? static_cast<float>(since) : 0.0f;
+    blendRow[lane] = blends ? -1 : 0;
+    if (rows.none[at + lane] != 0 || (rows.atStartOnly[at + lane] != 0 && since != 0)) skip |= 1 << lane;
   }
+  L const elapsed = zolanes::LoadAs<L>(elapsedRow);
+  M const blend = zolanes::LoadAs<M>(blendRow);
+#endif
   if (skip == (1 << kWidth) - 1) return 0;
   zopose::LinearGroup& lanes = linear[static_cast<size_t>(group)];
   zopose::CubicGroup& controlLanes = cubic[static_cast<size_t>(group)];
-  L const t = zolanes::LoadAs<L>(elapsed) / zolanes::LoadAs<L>(lanes.length + at);
+  L const t = elapsed / zolanes::LoadAs<L>(lanes.length + at);
   L const s = zo_motion::Eased(zolanes::LoadAs<L>(lanes.easeOut + at), zolanes::LoadAs<L>(lanes.easeIn + at), t);
-  M const blend = zolanes::LoadAs<M>(blending);
   M const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
   M const lanesBlend = blend & inside;
   int const outsideBits = zolanes::Bits(blend & ~inside);
@@ -349,9 +405,7 @@ ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, int at
     for (int lane = 0; lane < kWidth; ++lane)
       if ((outsideBits & (1 << lane)) != 0) SampleOutside(base + lane, outside[lane], local, actor);
   }
-  int filled = 0;
-  for (int lane = 0; lane < kWidth; ++lane) filled += (skip & (1 << lane)) == 0 ? 1 : 0;
-  return filled;
+  return kWidth - __builtin_popcount(static_cast<unsigned>(skip));
 }
 
 // Every joint of the pose, four at a time; returns how many it filled.

@@ -319,13 +319,13 @@ ZO_LANES_INLINE void Transpose(Lanes& a, Lanes& b, Lanes& c, Lanes& d) {
 // (ZO_LANES_WIDE_TARGET, chosen at run time by its caller). Arithmetic and
 // comparisons are the compiler's own, lane by lane with the four-lane
 // operations' rounding, so a lane gives the same bits in either width.
-// The helpers below are written with the baseline's instructions on the
-// two halves, not with AVX builtins: a function without the AVX2 target
-// (such as a kernel templated on the lane type) may not inline AVX
-// builtins, while the compiler turns these into whole 256-bit operations
-// wherever they land in an AVX2 function. They are all inlined, so the
-// ABI of 32-byte vector arguments without AVX, which -Wpsabi warns about,
-// never applies.
+// A function without the AVX2 target (such as a kernel templated on the
+// lane type) may not inline AVX builtins, so the two operations the vector
+// extensions lack, the square root and the sign bits, are one AVX
+// instruction in inline assembly under GCC (checked only where the code
+// lands, always in an AVX2 function) and two baseline halves under other
+// compilers. Everything here is inlined, so the ABI of 32-byte vector
+// arguments without AVX, which -Wpsabi warns about, never applies.
 
 #if defined(ZOACTOR_LANES_SSE) && defined(__x86_64__) && defined(__GNUC__)
 #define ZOACTOR_LANES_WIDE 1
@@ -347,17 +347,29 @@ ZO_LANES_INLINE Lanes8 Select(Mask8 mask, Lanes8 yes, Lanes8 no) {
   return AsLanes((mask & AsMask(yes)) | (~mask & AsMask(no)));
 }
 
-ZO_LANES_INLINE Lanes8 Sqrt(Lanes8 v) { return Join(Sqrt(Low(v)), Sqrt(High(v))); }
+// The correctly rounded square root lane by lane.
+ZO_LANES_INLINE Lanes8 Sqrt(Lanes8 v) {
+#if defined(__clang__)
+  return Join(Sqrt(Low(v)), Sqrt(High(v)));
+#else
+  Lanes8 root;
+  __asm__("vsqrtps %1, %0" : "=x"(root) : "x"(v));
+  return root;
+#endif
+}
 
 // The sign bits of the eight lanes, lane 0 in bit 0.
 ZO_LANES_INLINE int Bits(Mask8 m) {
+#if defined(__clang__)
   Lanes8 const v = AsLanes(m);
   return Bits(AsMask(Low(v))) | (Bits(AsMask(High(v))) << 4);
+#else
+  int bits;
+  __asm__("vmovmskps %1, %0" : "=r"(bits) : "x"(m));
+  return bits;
+#endif
 }
-ZO_LANES_INLINE bool Any(Mask8 m) {
-  Lanes8 const v = AsLanes(m);
-  return Any(AsMask(Low(v)) | AsMask(High(v)));
-}
+ZO_LANES_INLINE bool Any(Mask8 m) { return Bits(m) != 0; }
 ZO_LANES_INLINE bool All(Mask8 m) { return Bits(m) == 255; }
 #endif
 
@@ -378,6 +390,24 @@ ZO_LANES_INLINE L SplatAs(float v) {
   for (int i = 0; i < kWidthOf<L>; ++i) r[i] = v;
   return r;
 }
+
+#if !defined(ZOACTOR_LANES_SCALAR)
+// Unsigned 32-bit words, as many as an L holds floats (vector path only).
+template <class L>
+struct WordsFor;
+template <>
+struct WordsFor<Lanes> {
+  using Type = uint32_t __attribute__((vector_size(16)));
+};
+#if defined(ZOACTOR_LANES_WIDE)
+template <>
+struct WordsFor<Lanes8> {
+  using Type = uint32_t __attribute__((vector_size(32)));
+};
+#endif
+template <class L>
+using WordsOf = typename WordsFor<L>::Type;
+#endif
 
 // An L from `p` (any alignment).
 template <class L>
