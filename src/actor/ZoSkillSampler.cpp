@@ -461,11 +461,19 @@ bool ZoSkillSampler::Rebuild() {
 
 int ZoSkillSampler::NumJoints() const { return compiled != nullptr ? compiled->numJoints : 0; }
 
+int ZoSkillSampler::LanesPerStep() {
+#if defined(ZO_SAMPLER_WIDE)
+  static bool const wide = WideLanesWanted();
+  if (wide) return kLanes;
+#endif
+  return kHalf;
+}
+
 int ZoSkillSampler::SamplePose(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   if (skill && (compiled == nullptr || compiled->revision != skill->Revision())) Rebuild();
   if (compiled == nullptr) return 0;
 #if defined(ZO_SAMPLER_WIDE)
-  static bool const wide = WideLanesWanted();
+  static bool const wide = LanesPerStep() == kLanes;
   if (wide) return compiled->SampleAllWide(time, local, actor);
 #endif
   return compiled->SampleAll(time, local, actor);
