@@ -268,18 +268,62 @@ ZO_MOTION_INLINE void StoreTransforms(ZoTransform3* out, int skip, QuatsOf<Lanes
 #if defined(ZOACTOR_LANES_WIDE)
 using zolanes::Lanes8;
 
-// The same for eight lanes, a half at a time.
+// One transform's 28 bytes and 4 to spare.
+ZO_MOTION_INLINE void StoreWide(ZoTransform3* out, Lanes8 const& v) {
+  std::memcpy(static_cast<void*>(out), &v, sizeof(Lanes8));
+}
+ZO_MOTION_INLINE void StoreExact(ZoTransform3* out, Lanes8 const& v) {
+  std::memcpy(static_cast<void*>(out), &v, sizeof(ZoTransform3));
+}
+
+// The same for eight lanes: an 8×8 transpose of the rows tx, ty, tz, w, x,
+// y, z (and one spare) gives each lane's transform in its first 28 bytes.
+// Lanes are written in order with 32 bytes where the next lane is written
+// too (which then sets the 4 bytes the spare covered), else with 28.
 ZO_MOTION_INLINE void StoreTransforms(ZoTransform3* out, int skip, QuatsOf<Lanes8> const& rotation,
-                                          Lanes8 const* translation) {
-  using zolanes::High;
-  using zolanes::Low;
-  Lanes const lowT[3] = {Low(translation[0]), Low(translation[1]), Low(translation[2])};
-  Lanes const highT[3] = {High(translation[0]), High(translation[1]), High(translation[2])};
-  if ((skip & 15) != 15)
-    StoreTransforms(out, skip & 15, {Low(rotation.w), Low(rotation.x), Low(rotation.y), Low(rotation.z)}, lowT);
-  if ((skip >> kHalf) != 15)
-    StoreTransforms(out + kHalf, skip >> kHalf, {High(rotation.w), High(rotation.x), High(rotation.y), High(rotation.z)},
-                    highT);
+                                      Lanes8 const* translation) {
+  Lanes8 const spare = zolanes::SplatAs<Lanes8>(0.0f);
+  Lanes8 const t0 = __builtin_shufflevector(translation[0], translation[1], 0, 8, 1, 9, 4, 12, 5, 13);
+  Lanes8 const t1 = __builtin_shufflevector(translation[0], translation[1], 2, 10, 3, 11, 6, 14, 7, 15);
+  Lanes8 const t2 = __builtin_shufflevector(translation[2], rotation.w, 0, 8, 1, 9, 4, 12, 5, 13);
+  Lanes8 const t3 = __builtin_shufflevector(translation[2], rotation.w, 2, 10, 3, 11, 6, 14, 7, 15);
+  Lanes8 const t4 = __builtin_shufflevector(rotation.x, rotation.y, 0, 8, 1, 9, 4, 12, 5, 13);
+  Lanes8 const t5 = __builtin_shufflevector(rotation.x, rotation.y, 2, 10, 3, 11, 6, 14, 7, 15);
+  Lanes8 const t6 = __builtin_shufflevector(rotation.z, spare, 0, 8, 1, 9, 4, 12, 5, 13);
+  Lanes8 const t7 = __builtin_shufflevector(rotation.z, spare, 2, 10, 3, 11, 6, 14, 7, 15);
+  // s0 holds the first four rows of lanes 0 and 4, s4 their last four.
+  Lanes8 const s0 = __builtin_shufflevector(t0, t2, 0, 1, 8, 9, 4, 5, 12, 13);
+  Lanes8 const s1 = __builtin_shufflevector(t0, t2, 2, 3, 10, 11, 6, 7, 14, 15);
+  Lanes8 const s2 = __builtin_shufflevector(t1, t3, 0, 1, 8, 9, 4, 5, 12, 13);
+  Lanes8 const s3 = __builtin_shufflevector(t1, t3, 2, 3, 10, 11, 6, 7, 14, 15);
+  Lanes8 const s4 = __builtin_shufflevector(t4, t6, 0, 1, 8, 9, 4, 5, 12, 13);
+  Lanes8 const s5 = __builtin_shufflevector(t4, t6, 2, 3, 10, 11, 6, 7, 14, 15);
+  Lanes8 const s6 = __builtin_shufflevector(t5, t7, 0, 1, 8, 9, 4, 5, 12, 13);
+  Lanes8 const s7 = __builtin_shufflevector(t5, t7, 2, 3, 10, 11, 6, 7, 14, 15);
+  Lanes8 const lanes[kLanes] = {__builtin_shufflevector(s0, s4, 0, 1, 2, 3, 8, 9, 10, 11),
+                                __builtin_shufflevector(s1, s5, 0, 1, 2, 3, 8, 9, 10, 11),
+                                __builtin_shufflevector(s2, s6, 0, 1, 2, 3, 8, 9, 10, 11),
+                                __builtin_shufflevector(s3, s7, 0, 1, 2, 3, 8, 9, 10, 11),
+                                __builtin_shufflevector(s0, s4, 4, 5, 6, 7, 12, 13, 14, 15),
+                                __builtin_shufflevector(s1, s5, 4, 5, 6, 7, 12, 13, 14, 15),
+                                __builtin_shufflevector(s2, s6, 4, 5, 6, 7, 12, 13, 14, 15),
+                                __builtin_shufflevector(s3, s7, 4, 5, 6, 7, 12, 13, 14, 15)};
+  if (skip == 0) {  // the usual case
+    StoreWide(out + 0, lanes[0]);
+    StoreWide(out + 1, lanes[1]);
+    StoreWide(out + 2, lanes[2]);
+    StoreWide(out + 3, lanes[3]);
+    StoreWide(out + 4, lanes[4]);
+    StoreWide(out + 5, lanes[5]);
+    StoreWide(out + 6, lanes[6]);
+    StoreExact(out + 7, lanes[7]);
+    return;
+  }
+  for (int lane = 0; lane < kLanes; ++lane) {
+    if ((skip & (1 << lane)) != 0) continue;
+    if (lane + 1 < kLanes && (skip & (2 << lane)) == 0) StoreWide(out + lane, lanes[lane]);
+    else StoreExact(out + lane, lanes[lane]);
+  }
 }
 #endif
 

@@ -343,9 +343,9 @@ ZO_LANES_INLINE Lanes Low(Lanes8 v) { return __builtin_shufflevector(v, v, 0, 1,
 ZO_LANES_INLINE Lanes High(Lanes8 v) { return __builtin_shufflevector(v, v, 4, 5, 6, 7); }
 ZO_LANES_INLINE Lanes8 Join(Lanes low, Lanes high) { return __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7); }
 
-ZO_LANES_INLINE Lanes8 Select(Mask8 mask, Lanes8 yes, Lanes8 no) {
-  return AsLanes((mask & AsMask(yes)) | (~mask & AsMask(no)));
-}
+// `yes` in the lanes where `mask` is set, `no` elsewhere: one blend
+// instruction where the mask comes from a comparison.
+ZO_LANES_INLINE Lanes8 Select(Mask8 mask, Lanes8 yes, Lanes8 no) { return mask ? yes : no; }
 
 // The correctly rounded square root lane by lane.
 ZO_LANES_INLINE Lanes8 Sqrt(Lanes8 v) {
