@@ -247,6 +247,14 @@ ZO_MOTION_INLINE void BlendGroup(LinearGroup const& linear, CubicGroup const& cu
   }
 }
 
+// Two 16-byte writes into a transform's 28 bytes: the translation's fourth
+// float lands on rotation.w, which the rotation's write then sets.
+ZO_MOTION_INLINE void StoreTransform(ZoTransform3* out, Lanes const& translation, Lanes const& rotation) {
+  auto* bytes = reinterpret_cast<unsigned char*>(out);
+  std::memcpy(bytes, &translation, sizeof(Lanes));
+  std::memcpy(bytes + kRotationOffset, &rotation, sizeof(Lanes));
+}
+
 // Writes the four lanes whose bit is clear in `skip` to out[0..3]: each
 // lane's translation and rotation become one transform.
 ZO_MOTION_INLINE void StoreTransforms(ZoTransform3* out, int skip, QuatsOf<Lanes> const& rotation,
@@ -255,13 +263,15 @@ ZO_MOTION_INLINE void StoreTransforms(ZoTransform3* out, int skip, QuatsOf<Lanes
   Lanes steps[kHalf] = {translation[0], translation[1], translation[2], zolanes::Splat(0.0f)};
   zolanes::Transpose(rows[0], rows[1], rows[2], rows[3]);
   zolanes::Transpose(steps[0], steps[1], steps[2], steps[3]);
+  if (skip == 0) {  // the usual case, unrolled so that the rows stay in registers
+    StoreTransform(out + 0, steps[0], rows[0]);
+    StoreTransform(out + 1, steps[1], rows[1]);
+    StoreTransform(out + 2, steps[2], rows[2]);
+    StoreTransform(out + 3, steps[3], rows[3]);
+    return;
+  }
   for (int lane = 0; lane < kHalf; ++lane) {
-    if ((skip & (1 << lane)) != 0) continue;
-    // Two 16-byte writes into the transform's 28 bytes: the translation's
-    // fourth float lands on rotation.w, which the rotation's write then sets.
-    auto* bytes = reinterpret_cast<unsigned char*>(&out[lane]);
-    std::memcpy(bytes, &steps[lane], sizeof(Lanes));
-    std::memcpy(bytes + kRotationOffset, &rows[lane], sizeof(Lanes));
+    if ((skip & (1 << lane)) == 0) StoreTransform(out + lane, steps[lane], rows[lane]);
   }
 }
 
@@ -282,32 +292,9 @@ ZO_MOTION_INLINE void StoreExact(ZoTransform3* out, Lanes8 const& v) {
 // too (which then sets the 4 bytes the spare covered), else with 28.
 ZO_MOTION_INLINE void StoreTransforms(ZoTransform3* out, int skip, QuatsOf<Lanes8> const& rotation,
                                       Lanes8 const* translation) {
-  Lanes8 const spare = zolanes::SplatAs<Lanes8>(0.0f);
-  Lanes8 const t0 = __builtin_shufflevector(translation[0], translation[1], 0, 8, 1, 9, 4, 12, 5, 13);
-  Lanes8 const t1 = __builtin_shufflevector(translation[0], translation[1], 2, 10, 3, 11, 6, 14, 7, 15);
-  Lanes8 const t2 = __builtin_shufflevector(translation[2], rotation.w, 0, 8, 1, 9, 4, 12, 5, 13);
-  Lanes8 const t3 = __builtin_shufflevector(translation[2], rotation.w, 2, 10, 3, 11, 6, 14, 7, 15);
-  Lanes8 const t4 = __builtin_shufflevector(rotation.x, rotation.y, 0, 8, 1, 9, 4, 12, 5, 13);
-  Lanes8 const t5 = __builtin_shufflevector(rotation.x, rotation.y, 2, 10, 3, 11, 6, 14, 7, 15);
-  Lanes8 const t6 = __builtin_shufflevector(rotation.z, spare, 0, 8, 1, 9, 4, 12, 5, 13);
-  Lanes8 const t7 = __builtin_shufflevector(rotation.z, spare, 2, 10, 3, 11, 6, 14, 7, 15);
-  // s0 holds the first four rows of lanes 0 and 4, s4 their last four.
-  Lanes8 const s0 = __builtin_shufflevector(t0, t2, 0, 1, 8, 9, 4, 5, 12, 13);
-  Lanes8 const s1 = __builtin_shufflevector(t0, t2, 2, 3, 10, 11, 6, 7, 14, 15);
-  Lanes8 const s2 = __builtin_shufflevector(t1, t3, 0, 1, 8, 9, 4, 5, 12, 13);
-  Lanes8 const s3 = __builtin_shufflevector(t1, t3, 2, 3, 10, 11, 6, 7, 14, 15);
-  Lanes8 const s4 = __builtin_shufflevector(t4, t6, 0, 1, 8, 9, 4, 5, 12, 13);
-  Lanes8 const s5 = __builtin_shufflevector(t4, t6, 2, 3, 10, 11, 6, 7, 14, 15);
-  Lanes8 const s6 = __builtin_shufflevector(t5, t7, 0, 1, 8, 9, 4, 5, 12, 13);
-  Lanes8 const s7 = __builtin_shufflevector(t5, t7, 2, 3, 10, 11, 6, 7, 14, 15);
-  Lanes8 const lanes[kLanes] = {__builtin_shufflevector(s0, s4, 0, 1, 2, 3, 8, 9, 10, 11),
-                                __builtin_shufflevector(s1, s5, 0, 1, 2, 3, 8, 9, 10, 11),
-                                __builtin_shufflevector(s2, s6, 0, 1, 2, 3, 8, 9, 10, 11),
-                                __builtin_shufflevector(s3, s7, 0, 1, 2, 3, 8, 9, 10, 11),
-                                __builtin_shufflevector(s0, s4, 4, 5, 6, 7, 12, 13, 14, 15),
-                                __builtin_shufflevector(s1, s5, 4, 5, 6, 7, 12, 13, 14, 15),
-                                __builtin_shufflevector(s2, s6, 4, 5, 6, 7, 12, 13, 14, 15),
-                                __builtin_shufflevector(s3, s7, 4, 5, 6, 7, 12, 13, 14, 15)};
+  Lanes8 lanes[kLanes] = {translation[0], translation[1], translation[2], rotation.w,
+                          rotation.x,     rotation.y,     rotation.z,     zolanes::SplatAs<Lanes8>(0.0f)};
+  zolanes::Transpose8(lanes);
   if (skip == 0) {  // the usual case
     StoreWide(out + 0, lanes[0]);
     StoreWide(out + 1, lanes[1]);

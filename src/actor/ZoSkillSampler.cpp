@@ -64,6 +64,10 @@ struct KeyControls {
   ZoTransform3 actorIn;
 };
 
+// The eight-lane load reads a pose or a pair of controls as 14 floats.
+static_assert(sizeof(KeyPose) == 14 * sizeof(float) && sizeof(KeyControls) == 14 * sizeof(float),
+              "a key's transforms follow one another without padding");
+
 struct KeyTiming {
   float easeIn = 0.0f;
   float easeOut = 0.0f;
@@ -115,12 +119,15 @@ struct ZoSkillSampler::Compiled {
   void AddKeys(ZoJointKeyList const& list);
   void Reset(int32_t joints);
   int32_t LastKeyUntil(JointState const& state, uint32_t time) const;
-  void Seek(int32_t joint, uint32_t time);
+  void Seek(int32_t joint, uint32_t time, bool load = true);
   void SeekLanes(int32_t group, int at, int width, uint32_t time);
   void Refresh(int32_t group);
-  void SetSegment(int32_t joint, int32_t a);
+  void SetSegment(int32_t joint, int32_t a, bool load);
   void SetTiming(int32_t joint, float length, float easeOut, float easeIn);
   void LoadLanes(int32_t joint, int32_t a, int32_t b);
+#if defined(ZO_SAMPLER_WIDE)
+  ZO_SAMPLER_WIDE void LoadGroup(int32_t group);
+#endif
   template <class L>
   int SampleGroup(int32_t group, int at, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
   int SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
@@ -216,7 +223,9 @@ int32_t ZoSkillSampler::Compiled::LastKeyUntil(JointState const& state, uint32_t
   return state.first + found;
 }
 
-void ZoSkillSampler::Compiled::Seek(int32_t joint, uint32_t time) {
+// Moves the joint's cursor to `time`; with `load` false the lanes are left
+// for the caller to load.
+void ZoSkillSampler::Compiled::Seek(int32_t joint, uint32_t time, bool load) {
   JointState& state = joints[static_cast<size_t>(joint)];
   int32_t const a = LastKeyUntil(state, time);
   if (a == kNoKey) {
@@ -228,17 +237,42 @@ void ZoSkillSampler::Compiled::Seek(int32_t joint, uint32_t time) {
     state.span = state.count > 0 ? times[static_cast<size_t>(state.first)] : kAllTimes;
     return;
   }
-  SetSegment(joint, a);
+  SetSegment(joint, a, load);
 }
 
 // Moves the cursors of the `width` lanes from `at` on in `group` that do
 // not hold `time`, then refreshes the group's rows.
+// When all eight lanes move at once into segments that load keys (keys at
+// the same times, as in a clip sampled at a fixed rate), the AVX2 loop
+// loads the group's rows by transposing the keys instead of lane by lane.
 void ZoSkillSampler::Compiled::SeekLanes(int32_t group, int at, int width, uint32_t time) {
   int32_t const base = group * kLanes + at;
-  for (int32_t joint = base; joint < base + width; ++joint) {
-    JointState const& state = joints[static_cast<size_t>(joint)];
-    if (uint64_t{time - state.start} >= state.span) Seek(joint, time);
+  int moving = 0;
+  for (int lane = 0; lane < width; ++lane) {
+    JointState const& state = joints[static_cast<size_t>(base + lane)];
+    if (uint64_t{time - state.start} >= state.span) moving |= 1 << lane;
   }
+#if defined(ZO_SAMPLER_WIDE)
+  if (moving == (1 << kLanes) - 1) {
+    bool loads = true;
+    for (int lane = 0; lane < kLanes; ++lane) {
+      Seek(base + lane, time, false);
+      loads = loads && joints[static_cast<size_t>(base + lane)].kind != SegmentKind::None;
+    }
+    if (loads) {
+      LoadGroup(group);
+    } else {
+      for (int32_t joint = base; joint < base + kLanes; ++joint) {
+        JointState const& state = joints[static_cast<size_t>(joint)];
+        if (state.kind != SegmentKind::None) LoadLanes(joint, state.key, state.key + (state.kind == SegmentKind::Blend));
+      }
+    }
+    Refresh(group);
+    return;
+  }
+#endif
+  for (int lane = 0; lane < width; ++lane)
+    if ((moving & (1 << lane)) != 0) Seek(base + lane, time);
   Refresh(group);
 }
 
@@ -260,7 +294,7 @@ void ZoSkillSampler::Compiled::Refresh(int32_t group) {
 }
 
 // Enters the segment that starts at key a (which the joint has).
-inline void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
+inline void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a, bool load) {
   JointState& state = joints[static_cast<size_t>(joint)];
   KeyTiming const& first = timing[static_cast<size_t>(a)];
   bool const last = a + 1 == state.first + state.count;
@@ -284,11 +318,11 @@ inline void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
     state.cubic = !(first.blendMode == ZoJointKeyframe::Linear && second.blendMode == ZoJointKeyframe::Linear);
     float const length = static_cast<float>(static_cast<int32_t>(times[static_cast<size_t>(a) + 1] - state.start));
     SetTiming(joint, length, first.easeOut, second.easeIn);
-    LoadLanes(joint, a, a + 1);
+    if (load) LoadLanes(joint, a, a + 1);
     return;
   }
   SetTiming(joint, 1.0f, zo_motion::kDefaultEaseOut, zo_motion::kDefaultEaseIn);
-  LoadLanes(joint, a, a);
+  if (load) LoadLanes(joint, a, a);
 }
 
 // The segment timing of `joint`'s lane; a lane that does not blend gets a
@@ -328,6 +362,70 @@ inline void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_
   zopose::SetLane(controlGroup.inT, lane, in.actorIn.translation);
   zopose::SetLane(controlGroup.endT, lane, to.actor.translation);
 }
+
+#if defined(ZO_SAMPLER_WIDE)
+// LoadLanes for all eight lanes of `group`, each of which holds a segment
+// that loads keys: each key's transforms (and controls) are read as rows
+// of eight floats and transposed into the group's rows.
+void ZoSkillSampler::Compiled::LoadGroup(int32_t group) {
+  using zolanes::Lanes8;
+  zopose::LinearGroup& rows = linear[static_cast<size_t>(group)];
+  zopose::CubicGroup& controlRows = cubic[static_cast<size_t>(group)];
+  // A pose is 14 floats (local translation and rotation, actor translation
+  // and rotation); the first eight and the last eight of each key.
+  Lanes8 fromHead[kLanes], fromTail[kLanes], toHead[kLanes], toTail[kLanes], out[kLanes], in[kLanes];
+  constexpr int kTail = 6;
+  for (int lane = 0; lane < kLanes; ++lane) {
+    JointState const& state = joints[static_cast<size_t>(group * kLanes + lane)];
+    size_t const a = static_cast<size_t>(state.key);
+    size_t const b = a + (state.kind == SegmentKind::Blend ? 1 : 0);
+    auto const* from = reinterpret_cast<unsigned char const*>(&poses[a]);
+    auto const* to = reinterpret_cast<unsigned char const*>(&poses[b]);
+    fromHead[lane] = zolanes::LoadAs<Lanes8>(from);
+    fromTail[lane] = zolanes::LoadAs<Lanes8>(from + kTail * sizeof(float));
+    toHead[lane] = zolanes::LoadAs<Lanes8>(to);
+    toTail[lane] = zolanes::LoadAs<Lanes8>(to + kTail * sizeof(float));
+    out[lane] = zolanes::LoadAs<Lanes8>(&controls[a]);
+    in[lane] = zolanes::LoadAs<Lanes8>(reinterpret_cast<unsigned char const*>(&controls[b]) + kTail * sizeof(float));
+    rows.cubic[lane] = state.cubic ? -1 : 0;
+  }
+  for (Lanes8* block : {fromHead, fromTail, toHead, toTail, out, in}) zolanes::Transpose8(block);
+  auto put = [](float* row, Lanes8 v) { std::memcpy(row, &v, sizeof v); };
+  auto putQuat = [&put](zopose::QuatRows& quats, Lanes8 const* r) {
+    put(quats.w, r[0]);
+    put(quats.x, r[1]);
+    put(quats.y, r[2]);
+    put(quats.z, r[3]);
+  };
+  auto putVector = [&put](zopose::VectorRows& vectors, Lanes8 const* r) {
+    put(vectors.x, r[0]);
+    put(vectors.y, r[1]);
+    put(vectors.z, r[2]);
+  };
+  auto putStep = [&put](zopose::VectorRows& vectors, Lanes8 const* a, Lanes8 const* b) {
+    put(vectors.x, b[0] - a[0]);
+    put(vectors.y, b[1] - a[1]);
+    put(vectors.z, b[2] - a[2]);
+  };
+  // Rows of the heads: local translation 0-2, local rotation 3-6; of the
+  // tails: actor translation 1-3, actor rotation 4-7; of the out controls:
+  // translation 0-2, rotation 3-6; of the in controls: 1-3 and 4-7.
+  putQuat(rows.localA, fromHead + 3);
+  putQuat(rows.localB, toHead + 3);
+  putQuat(rows.actorA, fromTail + 4);
+  putQuat(rows.actorB, toTail + 4);
+  putVector(rows.localT, fromHead);
+  putStep(rows.localStep, fromHead, toHead);
+  putVector(rows.actorT, fromTail + 1);
+  putStep(rows.actorStep, fromTail + 1, toTail + 1);
+  putQuat(controlRows.out, out + 3);
+  putQuat(controlRows.in, in + 4);
+  putVector(controlRows.outT, out);
+  putVector(controlRows.inT, in + 1);
+  putVector(controlRows.endT, toTail + 1);
+  rows.stale = 3;
+}
+#endif
 
 // --- Sampling -------------------------------------------------------------------------
 
