@@ -8,7 +8,7 @@
 // for one joint (ZoJointSampling.h): the same lerp of translations, the same
 // slerps from the same arcs, the same Bézier weights in the same order. So
 // a joint gives the same bits here as there, on both paths of the lanes
-// header.
+// header and in either width.
 //
 // Edge cases:
 //   - Lanes that copy their first key (a key's own time, a held or step
@@ -17,6 +17,9 @@
 //     take the first key's values at the end.
 //   - A lane's arcs are recomputed only when one of the joints of its half
 //     of the group entered a new segment (the half is then marked stale).
+//   - Eight lanes write a transform with 32 bytes only where the next lane
+//     is written too, so joints that are not sampled, and whatever follows
+//     the caller's array, keep their bytes.
 #ifndef ZOACTOR_SRC_ACTOR_ZOPOSELANES_H
 #define ZOACTOR_SRC_ACTOR_ZOPOSELANES_H
 

@@ -389,8 +389,15 @@ void ZoSkillSampler::Compiled::LoadGroup(int32_t group) {
     in[lane] = zolanes::LoadAs<Lanes8>(reinterpret_cast<unsigned char const*>(&controls[b]) + kTail * sizeof(float));
     rows.cubic[lane] = state.cubic ? -1 : 0;
   }
-  for (Lanes8* block : {fromHead, fromTail, toHead, toTail, out, in}) zolanes::Transpose8(block);
-  auto put = [](float* row, Lanes8 v) { std::memcpy(row, &v, sizeof v); };
+  zolanes::Transpose8(fromHead);
+  zolanes::Transpose8(fromTail);
+  zolanes::Transpose8(toHead);
+  zolanes::Transpose8(toTail);
+  zolanes::Transpose8(out);
+  zolanes::Transpose8(in);
+  // Lambdas do not take this function's AVX2 target, so vectors reach them
+  // by reference only.
+  auto put = [](float* row, Lanes8 const& v) { std::memcpy(row, &v, sizeof v); };
   auto putQuat = [&put](zopose::QuatRows& quats, Lanes8 const* r) {
     put(quats.w, r[0]);
     put(quats.x, r[1]);
@@ -402,11 +409,11 @@ void ZoSkillSampler::Compiled::LoadGroup(int32_t group) {
     put(vectors.y, r[1]);
     put(vectors.z, r[2]);
   };
-  auto putStep = [&put](zopose::VectorRows& vectors, Lanes8 const* a, Lanes8 const* b) {
-    put(vectors.x, b[0] - a[0]);
-    put(vectors.y, b[1] - a[1]);
-    put(vectors.z, b[2] - a[2]);
-  };
+  Lanes8 localStep[3], actorStep[3];
+  for (int c = 0; c < 3; ++c) {
+    localStep[c] = toHead[c] - fromHead[c];
+    actorStep[c] = toTail[1 + c] - fromTail[1 + c];
+  }
   // Rows of the heads: local translation 0-2, local rotation 3-6; of the
   // tails: actor translation 1-3, actor rotation 4-7; of the out controls:
   // translation 0-2, rotation 3-6; of the in controls: 1-3 and 4-7.
@@ -415,9 +422,9 @@ void ZoSkillSampler::Compiled::LoadGroup(int32_t group) {
   putQuat(rows.actorA, fromTail + 4);
   putQuat(rows.actorB, toTail + 4);
   putVector(rows.localT, fromHead);
-  putStep(rows.localStep, fromHead, toHead);
+  putVector(rows.localStep, localStep);
   putVector(rows.actorT, fromTail + 1);
-  putStep(rows.actorStep, fromTail + 1, toTail + 1);
+  putVector(rows.actorStep, actorStep);
   putQuat(controlRows.out, out + 3);
   putQuat(controlRows.in, in + 4);
   putVector(controlRows.outT, out);

@@ -1,5 +1,6 @@
 // Inline kernels of the sampling path: spherical interpolation of rotations
-// four at a time, in lanes, without calls into the maths library.
+// four (or, in code compiled for AVX2, eight) at a time, in lanes, without
+// calls into the maths library.
 //
 // The arc is evaluated as ZoRotation3::interpolate evaluates it (shorter
 // arc, weights sin((1−u)θ)/sin θ and sin(uθ)/sin θ, a normalised linear blend

@@ -1,4 +1,5 @@
-// Four float lanes and the masks their comparisons give: the one place where
+// Four float lanes and the masks their comparisons give (and, for code
+// compiled for AVX2, eight; see "Eight lanes" below): the one place where
 // the library's SIMD lives. Private to the library; never installed.
 //
 // Two paths with one interface:

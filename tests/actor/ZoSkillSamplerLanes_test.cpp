@@ -151,10 +151,12 @@ TEST(ZoSkillSamplerLanes, EveryJointCountGivesTheKeyListsBits) {
 TEST(ZoSkillSamplerLanes, LanesFollowTheCpuAndTheEnvironment) {
   char const* asked = std::getenv("ZOACTOR_LANES");
   bool const baseline = asked != nullptr && std::strcmp(asked, "sse2") == 0;
-  bool wide = false;
+  bool wide = !baseline;
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(ZOACTOR_LANES_SCALAR)
   __builtin_cpu_init();
-  wide = __builtin_cpu_supports("avx2") && !baseline;
+  wide = wide && __builtin_cpu_supports("avx2");
+#else
+  wide = false;
 #endif
   EXPECT_EQ(ZoSkillSampler::LanesPerStep(), wide ? 8 : 4);
 }
