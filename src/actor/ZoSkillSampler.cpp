@@ -13,13 +13,15 @@
 #include <vector>
 
 // The sampling loop has a clone for x86-64 CPUs with AVX2, chosen once at
-// run time; the scalar path of the lanes has none. The clone runs the same
-// operations in three-operand form (fewer register copies), without fused
-// multiply-adds, so both give the same bits.
-#if defined(ZOACTOR_LANES_SSE) && defined(__x86_64__) && defined(__GNUC__)
-#define ZO_SAMPLER_WIDE __attribute__((target("avx2")))
+// run time; the scalar path of the lanes has none. The clone blends eight
+// joints per step where the baseline blends four, each lane running the
+// same operations in the same order without fused multiply-adds, so both
+// give the same bits.
+#if defined(ZOACTOR_LANES_WIDE)
+#define ZO_SAMPLER_WIDE ZO_LANES_WIDE_TARGET
 #endif
 
+using zopose::kHalf;
 using zopose::kLanes;
 using zopose::Lanes;
 using zopose::Mask;
@@ -62,6 +64,10 @@ struct KeyControls {
   ZoTransform3 actorIn;
 };
 
+// The eight-lane load reads a pose or a pair of controls as 14 floats.
+static_assert(sizeof(KeyPose) == 14 * sizeof(float) && sizeof(KeyControls) == 14 * sizeof(float),
+              "a key's transforms follow one another without padding");
+
 struct KeyTiming {
   float easeIn = 0.0f;
   float easeOut = 0.0f;
@@ -82,6 +88,18 @@ struct JointState {
   bool cubic = false;
 };
 
+// What sampling reads of the cursors of a group's joints, lane by lane
+// (-1 for true), and the times [from, from + width) for which every lane
+// keeps its segment (width 0: the group must be looked at lane by lane).
+struct alignas(32) CursorRows {
+  uint32_t start[kLanes];
+  int32_t blend[kLanes];        // the segment blends its keys after its start
+  int32_t none[kLanes];         // the joint gives nothing
+  int32_t atStartOnly[kLanes];  // the joint gives its key only at the key's time
+  uint32_t from = 0;
+  uint64_t width = 0;
+};
+
 }  // namespace
 
 struct ZoSkillSampler::Compiled {
@@ -93,6 +111,7 @@ struct ZoSkillSampler::Compiled {
   std::vector<KeyTiming> timing;
   // One per lane: joints past the last one are padding without keys.
   std::vector<JointState> joints;
+  std::vector<CursorRows> cursors;
   std::vector<zopose::LinearGroup> linear;
   std::vector<zopose::CubicGroup> cubic;
 
@@ -100,11 +119,17 @@ struct ZoSkillSampler::Compiled {
   void AddKeys(ZoJointKeyList const& list);
   void Reset(int32_t joints);
   int32_t LastKeyUntil(JointState const& state, uint32_t time) const;
-  void Seek(int32_t joint, uint32_t time);
-  void SetSegment(int32_t joint, int32_t a);
+  void Seek(int32_t joint, uint32_t time, bool load = true);
+  void SeekLanes(int32_t group, int at, int width, uint32_t time);
+  void Refresh(int32_t group);
+  void SetSegment(int32_t joint, int32_t a, bool load);
   void SetTiming(int32_t joint, float length, float easeOut, float easeIn);
   void LoadLanes(int32_t joint, int32_t a, int32_t b);
-  int SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
+#if defined(ZO_SAMPLER_WIDE)
+  ZO_SAMPLER_WIDE void LoadGroup(int32_t group);
+#endif
+  template <class L>
+  int SampleGroup(int32_t group, int at, uint32_t time, ZoTransform3* local, ZoTransform3* actor);
   int SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
 #if defined(ZO_SAMPLER_WIDE)
   ZO_SAMPLER_WIDE int SampleAllWide(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
@@ -122,6 +147,7 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
   controls.clear();
   timing.clear();
   joints.assign(static_cast<size_t>(groups) * kLanes, JointState{});
+  cursors.assign(static_cast<size_t>(groups), CursorRows{});
   linear.assign(static_cast<size_t>(groups), zopose::LinearGroup{});
   cubic.assign(static_cast<size_t>(groups), zopose::CubicGroup{});
   // Identity rotations everywhere, so lanes without keys blend finite numbers.
@@ -133,7 +159,7 @@ void ZoSkillSampler::Compiled::Reset(int32_t count) {
       group.easeOut[lane] = zo_motion::kDefaultEaseOut;
       group.easeIn[lane] = zo_motion::kDefaultEaseIn;
     }
-    group.stale = true;
+    group.stale = 3;
   }
   for (zopose::CubicGroup& group : cubic) {
     for (int lane = 0; lane < kLanes; ++lane) {
@@ -197,7 +223,9 @@ int32_t ZoSkillSampler::Compiled::LastKeyUntil(JointState const& state, uint32_t
   return state.first + found;
 }
 
-void ZoSkillSampler::Compiled::Seek(int32_t joint, uint32_t time) {
+// Moves the joint's cursor to `time`; with `load` false the lanes are left
+// for the caller to load.
+void ZoSkillSampler::Compiled::Seek(int32_t joint, uint32_t time, bool load) {
   JointState& state = joints[static_cast<size_t>(joint)];
   int32_t const a = LastKeyUntil(state, time);
   if (a == kNoKey) {
@@ -209,11 +237,64 @@ void ZoSkillSampler::Compiled::Seek(int32_t joint, uint32_t time) {
     state.span = state.count > 0 ? times[static_cast<size_t>(state.first)] : kAllTimes;
     return;
   }
-  SetSegment(joint, a);
+  SetSegment(joint, a, load);
+}
+
+// Moves the cursors of the `width` lanes from `at` on in `group` that do
+// not hold `time`, then refreshes the group's rows.
+// When all eight lanes move at once into segments that load keys (keys at
+// the same times, as in a clip sampled at a fixed rate), the AVX2 loop
+// loads the group's rows by transposing the keys instead of lane by lane.
+void ZoSkillSampler::Compiled::SeekLanes(int32_t group, int at, int width, uint32_t time) {
+  int32_t const base = group * kLanes + at;
+  int moving = 0;
+  for (int lane = 0; lane < width; ++lane) {
+    JointState const& state = joints[static_cast<size_t>(base + lane)];
+    if (uint64_t{time - state.start} >= state.span) moving |= 1 << lane;
+  }
+#if defined(ZO_SAMPLER_WIDE)
+  if (moving == (1 << kLanes) - 1) {
+    bool loads = true;
+    for (int lane = 0; lane < kLanes; ++lane) {
+      Seek(base + lane, time, false);
+      loads = loads && joints[static_cast<size_t>(base + lane)].kind != SegmentKind::None;
+    }
+    if (loads) {
+      LoadGroup(group);
+    } else {
+      for (int32_t joint = base; joint < base + kLanes; ++joint) {
+        JointState const& state = joints[static_cast<size_t>(joint)];
+        if (state.kind != SegmentKind::None) LoadLanes(joint, state.key, state.key + (state.kind == SegmentKind::Blend));
+      }
+    }
+    Refresh(group);
+    return;
+  }
+#endif
+  for (int lane = 0; lane < width; ++lane)
+    if ((moving & (1 << lane)) != 0) Seek(base + lane, time);
+  Refresh(group);
+}
+
+// Copies the group's cursors into its rows, with the times all of them hold.
+void ZoSkillSampler::Compiled::Refresh(int32_t group) {
+  CursorRows& rows = cursors[static_cast<size_t>(group)];
+  uint64_t from = 0, until = kAllTimes;
+  for (int lane = 0; lane < kLanes; ++lane) {
+    JointState const& state = joints[static_cast<size_t>(group * kLanes + lane)];
+    rows.start[lane] = state.start;
+    rows.blend[lane] = state.kind == SegmentKind::Blend ? -1 : 0;
+    rows.none[lane] = state.kind == SegmentKind::None ? -1 : 0;
+    rows.atStartOnly[lane] = state.kind == SegmentKind::HoldAtStart ? -1 : 0;
+    from = std::max<uint64_t>(from, state.start);
+    until = std::min(until, state.start + state.span);
+  }
+  rows.from = static_cast<uint32_t>(from);
+  rows.width = until > from ? until - from : 0;
 }
 
 // Enters the segment that starts at key a (which the joint has).
-void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
+inline void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a, bool load) {
   JointState& state = joints[static_cast<size_t>(joint)];
   KeyTiming const& first = timing[static_cast<size_t>(a)];
   bool const last = a + 1 == state.first + state.count;
@@ -237,16 +318,16 @@ void ZoSkillSampler::Compiled::SetSegment(int32_t joint, int32_t a) {
     state.cubic = !(first.blendMode == ZoJointKeyframe::Linear && second.blendMode == ZoJointKeyframe::Linear);
     float const length = static_cast<float>(static_cast<int32_t>(times[static_cast<size_t>(a) + 1] - state.start));
     SetTiming(joint, length, first.easeOut, second.easeIn);
-    LoadLanes(joint, a, a + 1);
+    if (load) LoadLanes(joint, a, a + 1);
     return;
   }
   SetTiming(joint, 1.0f, zo_motion::kDefaultEaseOut, zo_motion::kDefaultEaseIn);
-  LoadLanes(joint, a, a);
+  if (load) LoadLanes(joint, a, a);
 }
 
 // The segment timing of `joint`'s lane; a lane that does not blend gets a
 // length of 1 and the default handles, so its parameter stays finite.
-void ZoSkillSampler::Compiled::SetTiming(int32_t joint, float length, float easeOut, float easeIn) {
+inline void ZoSkillSampler::Compiled::SetTiming(int32_t joint, float length, float easeOut, float easeIn) {
   zopose::LinearGroup& group = linear[static_cast<size_t>(joint / kLanes)];
   int const lane = joint % kLanes;
   group.length[lane] = length;
@@ -255,7 +336,7 @@ void ZoSkillSampler::Compiled::SetTiming(int32_t joint, float length, float ease
 }
 
 // Puts keys a and b of `joint` into its lane (b = a for a held key).
-void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
+inline void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::LinearGroup& group = linear[static_cast<size_t>(joint / kLanes)];
   int const lane = joint % kLanes;
   KeyPose const& from = poses[static_cast<size_t>(a)];
@@ -270,7 +351,7 @@ void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::SetLane(group.actorStep, lane, to.actor.translation - from.actor.translation);
   bool const isCubic = joints[static_cast<size_t>(joint)].cubic;
   group.cubic[lane] = isCubic ? -1 : 0;
-  group.stale = true;
+  group.stale |= 1 << (lane / kHalf);
   if (!isCubic) return;
   zopose::CubicGroup& controlGroup = cubic[static_cast<size_t>(joint / kLanes)];
   KeyControls const& out = controls[static_cast<size_t>(a)];
@@ -281,6 +362,77 @@ void ZoSkillSampler::Compiled::LoadLanes(int32_t joint, int32_t a, int32_t b) {
   zopose::SetLane(controlGroup.inT, lane, in.actorIn.translation);
   zopose::SetLane(controlGroup.endT, lane, to.actor.translation);
 }
+
+#if defined(ZO_SAMPLER_WIDE)
+// LoadLanes for all eight lanes of `group`, each of which holds a segment
+// that loads keys: each key's transforms (and controls) are read as rows
+// of eight floats and transposed into the group's rows.
+void ZoSkillSampler::Compiled::LoadGroup(int32_t group) {
+  using zolanes::Lanes8;
+  zopose::LinearGroup& rows = linear[static_cast<size_t>(group)];
+  zopose::CubicGroup& controlRows = cubic[static_cast<size_t>(group)];
+  // A pose is 14 floats (local translation and rotation, actor translation
+  // and rotation); the first eight and the last eight of each key.
+  Lanes8 fromHead[kLanes], fromTail[kLanes], toHead[kLanes], toTail[kLanes], out[kLanes], in[kLanes];
+  constexpr int kTail = 6;
+  for (int lane = 0; lane < kLanes; ++lane) {
+    JointState const& state = joints[static_cast<size_t>(group * kLanes + lane)];
+    size_t const a = static_cast<size_t>(state.key);
+    size_t const b = a + (state.kind == SegmentKind::Blend ? 1 : 0);
+    auto const* from = reinterpret_cast<unsigned char const*>(&poses[a]);
+    auto const* to = reinterpret_cast<unsigned char const*>(&poses[b]);
+    fromHead[lane] = zolanes::LoadAs<Lanes8>(from);
+    fromTail[lane] = zolanes::LoadAs<Lanes8>(from + kTail * sizeof(float));
+    toHead[lane] = zolanes::LoadAs<Lanes8>(to);
+    toTail[lane] = zolanes::LoadAs<Lanes8>(to + kTail * sizeof(float));
+    out[lane] = zolanes::LoadAs<Lanes8>(&controls[a]);
+    in[lane] = zolanes::LoadAs<Lanes8>(reinterpret_cast<unsigned char const*>(&controls[b]) + kTail * sizeof(float));
+    rows.cubic[lane] = state.cubic ? -1 : 0;
+  }
+  zolanes::Transpose8(fromHead);
+  zolanes::Transpose8(fromTail);
+  zolanes::Transpose8(toHead);
+  zolanes::Transpose8(toTail);
+  zolanes::Transpose8(out);
+  zolanes::Transpose8(in);
+  // Lambdas do not take this function's AVX2 target, so vectors reach them
+  // by reference only.
+  auto put = [](float* row, Lanes8 const& v) { std::memcpy(row, &v, sizeof v); };
+  auto putQuat = [&put](zopose::QuatRows& quats, Lanes8 const* r) {
+    put(quats.w, r[0]);
+    put(quats.x, r[1]);
+    put(quats.y, r[2]);
+    put(quats.z, r[3]);
+  };
+  auto putVector = [&put](zopose::VectorRows& vectors, Lanes8 const* r) {
+    put(vectors.x, r[0]);
+    put(vectors.y, r[1]);
+    put(vectors.z, r[2]);
+  };
+  Lanes8 localStep[3], actorStep[3];
+  for (int c = 0; c < 3; ++c) {
+    localStep[c] = toHead[c] - fromHead[c];
+    actorStep[c] = toTail[1 + c] - fromTail[1 + c];
+  }
+  // Rows of the heads: local translation 0-2, local rotation 3-6; of the
+  // tails: actor translation 1-3, actor rotation 4-7; of the out controls:
+  // translation 0-2, rotation 3-6; of the in controls: 1-3 and 4-7.
+  putQuat(rows.localA, fromHead + 3);
+  putQuat(rows.localB, toHead + 3);
+  putQuat(rows.actorA, fromTail + 4);
+  putQuat(rows.actorB, toTail + 4);
+  putVector(rows.localT, fromHead);
+  putVector(rows.localStep, localStep);
+  putVector(rows.actorT, fromTail + 1);
+  putVector(rows.actorStep, actorStep);
+  putQuat(controlRows.out, out + 3);
+  putQuat(controlRows.in, in + 4);
+  putVector(controlRows.outT, out);
+  putVector(controlRows.inT, in + 1);
+  putVector(controlRows.endT, toTail + 1);
+  rows.stale = 3;
+}
+#endif
 
 // --- Sampling -------------------------------------------------------------------------
 
@@ -300,61 +452,85 @@ void ZoSkillSampler::Compiled::SampleOutside(int32_t joint, float s, ZoTransform
   }
 }
 
-// Samples the four joints of `group`; returns how many it filled. The
-// parameters of the lanes that blend are divided and eased side by side.
-ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
-  alignas(16) float elapsed[kLanes];
-  alignas(16) int32_t blending[kLanes];
+// Samples the joints of lanes `at` to `at` + width − 1 of `group` (L is
+// Lanes or Lanes8); returns how many it filled. The parameters of the lanes
+// that blend are divided and eased side by side.
+template <class L>
+ZO_MOTION_INLINE int ZoSkillSampler::Compiled::SampleGroup(int32_t group, int at, uint32_t time, ZoTransform3* local,
+                                                           ZoTransform3* actor) {
+  using M = zolanes::MaskOf<L>;
+  constexpr int kWidth = zolanes::kWidthOf<L>;
+  int32_t const base = group * kLanes + at;
+  CursorRows const& rows = cursors[static_cast<size_t>(group)];
+  if (uint64_t{time - rows.from} >= rows.width) SeekLanes(group, at, kWidth, time);
+  // Per lane: the time since the segment's start, whether the lane blends
+  // (a Blend segment after its start) and whether it gives nothing.
+#if !defined(ZOACTOR_LANES_SCALAR)
+  using Words = zolanes::WordsOf<L>;
+  Words const since = time - zolanes::LoadAs<Words>(rows.start + at);
+  M const fresh = since != 0u;
+  M const blend = zolanes::LoadAs<M>(rows.blend + at) & fresh;
+  L const elapsed = zolanes::Select(blend, __builtin_convertvector(since, L), zolanes::SplatAs<L>(0.0f));
+  int const skip = zolanes::Bits(zolanes::LoadAs<M>(rows.none + at) | (zolanes::LoadAs<M>(rows.atStartOnly + at) & fresh));
+#else
+  float elapsedRow[kWidth];
+  int32_t blendRow[kWidth];
   int skip = 0;
-  int32_t const base = group * kLanes;
-  for (int lane = 0; lane < kLanes; ++lane) {
-    JointState* state = &joints[static_cast<size_t>(base + lane)];
-    if (uint64_t{time - state->start} >= state->span) Seek(base + lane, time);
-    bool const blends = state->kind == SegmentKind::Blend && time != state->start;
-    elapsed[lane] = blends ? static_cast<float>(time - state->start) : 0.0f;
-    blending[lane] = blends ? -1 : 0;
-    if (state->kind == SegmentKind::None || (state->kind == SegmentKind::HoldAtStart && time != state->start))
-      skip |= 1 << lane;
+  for (int lane = 0; lane < kWidth; ++lane) {
+    uint32_t const since = time - rows.start[at + lane];
+    bool const blends = rows.blend[at + lane] != 0 && since != 0;
+    elapsedRow[lane] = blends ? static_cast<float>(since) : 0.0f;
+    blendRow[lane] = blends ? -1 : 0;
+    if (rows.none[at + lane] != 0 || (rows.atStartOnly[at + lane] != 0 && since != 0)) skip |= 1 << lane;
   }
-  if (skip == (1 << kLanes) - 1) return 0;
+  L const elapsed = zolanes::LoadAs<L>(elapsedRow);
+  M const blend = zolanes::LoadAs<M>(blendRow);
+#endif
+  if (skip == (1 << kWidth) - 1) return 0;
   zopose::LinearGroup& lanes = linear[static_cast<size_t>(group)];
   zopose::CubicGroup& controlLanes = cubic[static_cast<size_t>(group)];
-  Lanes const t = zolanes::Load(elapsed) / zolanes::Load(lanes.length);
-  Lanes const s = zo_motion::Eased(zolanes::Load(lanes.easeOut), zolanes::Load(lanes.easeIn), t);
-  Mask const blend = zopose::LoadMask(blending);
-  Mask const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
-  Mask const lanesBlend = blend & inside;
+  L const t = elapsed / zolanes::LoadAs<L>(lanes.length + at);
+  L const s = zo_motion::Eased(zolanes::LoadAs<L>(lanes.easeOut + at), zolanes::LoadAs<L>(lanes.easeIn + at), t);
+  M const inside = (s >= 0.0f) & (s <= 1.0f);  // false for NaN
+  M const lanesBlend = blend & inside;
   int const outsideBits = zolanes::Bits(blend & ~inside);
-  if (lanes.stale) zopose::ComputeArcs(lanes, controlLanes);
-  zopose::PoseLanes pose;
-  zopose::BlendGroup(lanes, controlLanes, zolanes::Select(lanesBlend, s, zolanes::Splat(0.0f)), ~lanesBlend, pose);
+  int const halves = ((1 << (kWidth / kHalf)) - 1) << (at / kHalf);
+  if ((lanes.stale & halves) != 0) {
+    zopose::ComputeArcs<L>(lanes, controlLanes, at);
+    lanes.stale &= ~halves;
+  }
+  zopose::PoseLanes<L> pose;
+  zopose::BlendGroup(lanes, controlLanes, at, zolanes::Select(lanesBlend, s, zolanes::SplatAs<L>(0.0f)), ~lanesBlend,
+                     pose);
   if (local != nullptr) zopose::StoreTransforms(local + base, skip, pose.localRotation, pose.localT);
   if (actor != nullptr) zopose::StoreTransforms(actor + base, skip, pose.actorRotation, pose.actorT);
   if (outsideBits != 0) {
-    alignas(16) float outside[kLanes];
-    zolanes::Store(outside, s);
-    for (int lane = 0; lane < kLanes; ++lane)
+    alignas(32) float outside[kWidth];
+    std::memcpy(outside, &s, sizeof outside);
+    for (int lane = 0; lane < kWidth; ++lane)
       if ((outsideBits & (1 << lane)) != 0) SampleOutside(base + lane, outside[lane], local, actor);
   }
-  int filled = 0;
-  for (int lane = 0; lane < kLanes; ++lane) filled += (skip & (1 << lane)) == 0 ? 1 : 0;
-  return filled;
+  return kWidth - __builtin_popcount(static_cast<unsigned>(skip));
 }
 
-// Every group of the pose; returns how many joints it filled.
+// Every joint of the pose, four at a time; returns how many it filled.
 int ZoSkillSampler::Compiled::SampleAll(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   int filled = 0;
-  int32_t const groups = static_cast<int32_t>(linear.size());
-  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup(g, time, local, actor);
+  int32_t const quarters = (numJoints + kHalf - 1) / kHalf;
+  for (int32_t q = 0; q < quarters; ++q) filled += SampleGroup<Lanes>(q / 2, (q % 2) * kHalf, time, local, actor);
   return filled;
 }
 
 #if defined(ZO_SAMPLER_WIDE)
-// The same loop compiled for AVX2.
+// The same compiled for AVX2, eight joints at a time; a last group of four
+// joints or fewer takes four lanes.
 int ZoSkillSampler::Compiled::SampleAllWide(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   int filled = 0;
-  int32_t const groups = static_cast<int32_t>(linear.size());
-  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup(g, time, local, actor);
+  int32_t const groups = numJoints / kLanes;
+  for (int32_t g = 0; g < groups; ++g) filled += SampleGroup<zolanes::Lanes8>(g, 0, time, local, actor);
+  int32_t const rest = numJoints - groups * kLanes;
+  if (rest > kHalf) filled += SampleGroup<zolanes::Lanes8>(groups, 0, time, local, actor);
+  else if (rest > 0) filled += SampleGroup<Lanes>(groups, 0, time, local, actor);
   return filled;
 }
 #endif
@@ -390,11 +566,19 @@ bool ZoSkillSampler::Rebuild() {
 
 int ZoSkillSampler::NumJoints() const { return compiled != nullptr ? compiled->numJoints : 0; }
 
+int ZoSkillSampler::LanesPerStep() {
+#if defined(ZO_SAMPLER_WIDE)
+  static bool const wide = WideLanesWanted();
+  if (wide) return kLanes;
+#endif
+  return kHalf;
+}
+
 int ZoSkillSampler::SamplePose(uint32_t time, ZoTransform3* local, ZoTransform3* actor) {
   if (skill && (compiled == nullptr || compiled->revision != skill->Revision())) Rebuild();
   if (compiled == nullptr) return 0;
 #if defined(ZO_SAMPLER_WIDE)
-  static bool const wide = WideLanesWanted();
+  static bool const wide = LanesPerStep() == kLanes;
   if (wide) return compiled->SampleAllWide(time, local, actor);
 #endif
   return compiled->SampleAll(time, local, actor);

@@ -32,11 +32,12 @@ ZO_MOTION_INLINE float Eased(float easeOut, float easeIn, float t) {
   return 3.0f * easeOut * r * r * t + 3.0f * easeIn * r * t * t + t * t * t;
 }
 
-// The scalar Eased in each lane: the same bits lane by lane.
-ZO_MOTION_INLINE Lanes Eased(Lanes easeOut, Lanes easeIn, Lanes t) {
-  Mask const defaults = (easeOut == kDefaultEaseOut) & (easeIn == kDefaultEaseIn);
-  Lanes const r = 1.0f - t;
-  Lanes const poly = 3.0f * easeOut * r * r * t + 3.0f * easeIn * r * t * t + t * t * t;
+// The scalar Eased in each lane (of any lane type): the same bits lane by lane.
+template <class L>
+ZO_MOTION_INLINE L Eased(L easeOut, L easeIn, L t) {
+  auto const defaults = (easeOut == kDefaultEaseOut) & (easeIn == kDefaultEaseIn);
+  L const r = 1.0f - t;
+  L const poly = 3.0f * easeOut * r * r * t + 3.0f * easeIn * r * t * t + t * t * t;
   return Select(defaults, t, poly);
 }
 

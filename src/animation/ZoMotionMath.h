@@ -1,5 +1,6 @@
 // Inline kernels of the sampling path: spherical interpolation of rotations
-// four at a time, in lanes, without calls into the maths library.
+// four (or, in code compiled for AVX2, eight) at a time, in lanes, without
+// calls into the maths library.
 //
 // The arc is evaluated as ZoRotation3::interpolate evaluates it (shorter
 // arc, weights sin((1−u)θ)/sin θ and sin(uθ)/sin θ, a normalised linear blend
@@ -54,10 +55,13 @@ using zolanes::Mask;
 using zolanes::Select;
 using zolanes::Splat;
 
-// Four rotations, one per lane, by component.
-struct Quats {
-  Lanes w, x, y, z;
+// Rotations, one per lane, by component (four in Quats; the kernels below
+// take any lane type of the lanes header).
+template <class L>
+struct QuatsOf {
+  L w, x, y, z;
 };
+using Quats = QuatsOf<Lanes>;
 
 // The rotations whose components are r0 to r3, in lanes 0 to 3.
 ZO_MOTION_INLINE Quats Gather(Lanes r0, Lanes r1, Lanes r2, Lanes r3) {
@@ -83,75 +87,87 @@ ZO_MOTION_INLINE Quats Shuffle(Quats const& q) {
 ZO_MOTION_INLINE bool InUnitInterval(Lanes u) { return zolanes::All((u >= 0.0f) & (u <= 1.0f)); }
 
 // acos(c) for c in [0, 1].
-ZO_MOTION_INLINE Lanes AcosUnit(Lanes c) {
-  Lanes const c2 = c * c;
-  Lanes const c4 = c2 * c2;
-  Lanes const p01 = 1.5707963050f - 0.2145988016f * c;
-  Lanes const p23 = 0.0889789874f - 0.0501743046f * c;
-  Lanes const p45 = 0.0308918810f - 0.0170881256f * c;
-  Lanes const p67 = 0.0066700901f - 0.0012624911f * c;
-  Lanes const p = (p01 + p23 * c2) + (p45 + p67 * c2) * c4;
+template <class L>
+ZO_MOTION_INLINE L AcosUnit(L c) {
+  L const c2 = c * c;
+  L const c4 = c2 * c2;
+  L const p01 = 1.5707963050f - 0.2145988016f * c;
+  L const p23 = 0.0889789874f - 0.0501743046f * c;
+  L const p45 = 0.0308918810f - 0.0170881256f * c;
+  L const p67 = 0.0066700901f - 0.0012624911f * c;
+  L const p = (p01 + p23 * c2) + (p45 + p67 * c2) * c4;
   return zolanes::Sqrt(1.0f - c) * p;
 }
 
 // sin(x) for x in [0, π/2].
-ZO_MOTION_INLINE Lanes SinQuarter(Lanes x) {
-  Lanes const x2 = x * x;
-  Lanes const x4 = x2 * x2;
-  Lanes const x8 = x4 * x4;
-  Lanes const q = (-1.6666666667e-1f + 8.3333333333e-3f * x2) + (-1.9841269841e-4f + 2.7557319224e-6f * x2) * x4 +
+template <class L>
+ZO_MOTION_INLINE L SinQuarter(L x) {
+  L const x2 = x * x;
+  L const x4 = x2 * x2;
+  L const x8 = x4 * x4;
+  L const q = (-1.6666666667e-1f + 8.3333333333e-3f * x2) + (-1.9841269841e-4f + 2.7557319224e-6f * x2) * x4 +
                   -2.5052108385e-8f * x8;
   return x + x * x2 * q;
 }
 
 // q scaled to unit length in each lane, as ZoRotation3::normalize does it
 // (a length of 0 or NaN gives the identity).
-ZO_MOTION_INLINE Quats Normalized(Quats const& q) {
-  Lanes const length = zolanes::Sqrt(q.w * q.w + q.x * q.x + q.y * q.y + q.z * q.z);
-  Lanes const inverse = 1.0f / length;
-  Mask const usable = length > 0.0f;
-  return {Select(usable, q.w * inverse, Splat(1.0f)), Select(usable, q.x * inverse, Splat(0.0f)),
-          Select(usable, q.y * inverse, Splat(0.0f)), Select(usable, q.z * inverse, Splat(0.0f))};
+template <class L>
+ZO_MOTION_INLINE QuatsOf<L> Normalized(QuatsOf<L> const& q) {
+  L const length = zolanes::Sqrt(q.w * q.w + q.x * q.x + q.y * q.y + q.z * q.z);
+  L const inverse = 1.0f / length;
+  auto const usable = length > 0.0f;
+  L const one = zolanes::SplatAs<L>(1.0f), zero = zolanes::SplatAs<L>(0.0f);
+  return {Select(usable, q.w * inverse, one), Select(usable, q.x * inverse, zero), Select(usable, q.y * inverse, zero),
+          Select(usable, q.z * inverse, zero)};
 }
 
 // What the weights of a slerp need from its two rotations alone: the
 // cosine of the arc made non-negative (the shorter arc), the sign that b
 // takes for it, which lanes are near enough to blend linearly, and for the
 // others the angle θ and 1/sin θ.
-struct Arc {
-  Lanes sign, angle, inverseSine;
-  Mask near;
+template <class L>
+struct ArcIn {
+  L sign, angle, inverseSine;
+  zolanes::MaskOf<L> near;
 };
+using Arc = ArcIn<Lanes>;
 
-ZO_MOTION_INLINE Arc ArcOf(Quats const& a, Quats const& b) {
-  Lanes cosine = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
-  Mask const opposite = cosine < 0.0f;
+template <class L>
+ZO_MOTION_INLINE ArcIn<L> ArcOf(QuatsOf<L> const& a, QuatsOf<L> const& b) {
+  L cosine = a.w * b.w + a.x * b.x + a.y * b.y + a.z * b.z;
+  auto const opposite = cosine < 0.0f;
   cosine = Select(opposite, -cosine, cosine);
   // Far apart: cosine in [0, 0.9995] (or NaN), θ in [0.0316, π/2],
   // sin θ >= 0.0316. Lanes that are near compute garbage here and take
   // the linear weights instead.
-  return {Select(opposite, Splat(-1.0f), Splat(1.0f)), AcosUnit(cosine),
+  return {Select(opposite, zolanes::SplatAs<L>(-1.0f), zolanes::SplatAs<L>(1.0f)), AcosUnit(cosine),
           1.0f / zolanes::Sqrt((1.0f - cosine) * (1.0f + cosine)), cosine > 0.9995f};
 }
 
 // a·wa + b·wb in each lane, normalised in the near lanes.
-ZO_MOTION_INLINE Quats Combine(Quats const& a, Quats const& b, Lanes wa, Lanes wb, Mask near) {
-  Quats const blend{a.w * wa + b.w * wb, a.x * wa + b.x * wb, a.y * wa + b.y * wb, a.z * wa + b.z * wb};
+template <class L, class M>
+ZO_MOTION_INLINE QuatsOf<L> Combine(QuatsOf<L> const& a, QuatsOf<L> const& b, L wa, L wb, M near) {
+  QuatsOf<L> const blend{a.w * wa + b.w * wb, a.x * wa + b.x * wb, a.y * wa + b.y * wb, a.z * wa + b.z * wb};
   if (!zolanes::Any(near)) return blend;
-  Quats const unit = Normalized(blend);
+  QuatsOf<L> const unit = Normalized(blend);
   return {Select(near, unit.w, blend.w), Select(near, unit.x, blend.x), Select(near, unit.y, blend.y),
           Select(near, unit.z, blend.z)};
 }
 
 // In each lane, the spherical interpolation from a (u = 0) to b (u = 1)
 // along the shorter arc (`arc`, theirs); u in [0, 1].
-ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Arc const& arc, Lanes u) {
-  Lanes const wa = Select(arc.near, 1.0f - u, SinQuarter((1.0f - u) * arc.angle) * arc.inverseSine);
-  Lanes const wb = Select(arc.near, u * arc.sign, SinQuarter(u * arc.angle) * (arc.inverseSine * arc.sign));
+template <class L>
+ZO_MOTION_INLINE QuatsOf<L> Slerp(QuatsOf<L> const& a, QuatsOf<L> const& b, ArcIn<L> const& arc, L u) {
+  L const wa = Select(arc.near, 1.0f - u, SinQuarter((1.0f - u) * arc.angle) * arc.inverseSine);
+  L const wb = Select(arc.near, u * arc.sign, SinQuarter(u * arc.angle) * (arc.inverseSine * arc.sign));
   return Combine(a, b, wa, wb, arc.near);
 }
 
-ZO_MOTION_INLINE Quats Slerp(Quats const& a, Quats const& b, Lanes u) { return Slerp(a, b, ArcOf(a, b), u); }
+template <class L>
+ZO_MOTION_INLINE QuatsOf<L> Slerp(QuatsOf<L> const& a, QuatsOf<L> const& b, L u) {
+  return Slerp(a, b, ArcOf(a, b), u);
+}
 
 // Slerp of the pairs in lanes 0 and 1 only (lanes 2 and 3 come back
 // undefined) along their arcs: the four sines of the two pairs share one

@@ -1,4 +1,5 @@
-// Four float lanes and the masks their comparisons give: the one place where
+// Four float lanes and the masks their comparisons give (and, for code
+// compiled for AVX2, eight; see "Eight lanes" below): the one place where
 // the library's SIMD lives. Private to the library; never installed.
 //
 // Two paths with one interface:
@@ -310,6 +311,141 @@ ZO_LANES_INLINE void Transpose(Lanes& a, Lanes& b, Lanes& c, Lanes& d) {
   b = Shuffle2<2, 3, 6, 7>(ab01, cd01);
   c = Shuffle2<0, 1, 4, 5>(ab23, cd23);
   d = Shuffle2<2, 3, 6, 7>(ab23, cd23);
+}
+
+// --- Eight lanes ---------------------------------------------------------------------
+//
+// On x86-64 with the vector path, Lanes8 and Mask8 hold eight floats and
+// eight masks, for code that runs in a function compiled for AVX2
+// (ZO_LANES_WIDE_TARGET, chosen at run time by its caller). Arithmetic and
+// comparisons are the compiler's own, lane by lane with the four-lane
+// operations' rounding, so a lane gives the same bits in either width.
+// A function without the AVX2 target (such as a kernel templated on the
+// lane type) may not inline AVX builtins, so the two operations the vector
+// extensions lack, the square root and the sign bits, are one AVX
+// instruction in inline assembly under GCC (checked only where the code
+// lands, always in an AVX2 function) and two baseline halves under other
+// compilers. Everything here is inlined, so the ABI of 32-byte vector
+// arguments without AVX, which -Wpsabi warns about, never applies.
+
+#if defined(ZOACTOR_LANES_SSE) && defined(__x86_64__) && defined(__GNUC__)
+#define ZOACTOR_LANES_WIDE 1
+#define ZO_LANES_WIDE_TARGET __attribute__((target("avx2")))
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+using Lanes8 = float __attribute__((vector_size(32)));
+using Mask8 = int32_t __attribute__((vector_size(32)));
+
+ZO_LANES_INLINE Lanes8 AsLanes(Mask8 m) { return reinterpret_cast<Lanes8>(m); }
+ZO_LANES_INLINE Mask8 AsMask(Lanes8 v) { return reinterpret_cast<Mask8>(v); }
+
+// Lanes 0-3 and lanes 4-7; the eight lanes of two halves.
+ZO_LANES_INLINE Lanes Low(Lanes8 v) { return __builtin_shufflevector(v, v, 0, 1, 2, 3); }
+ZO_LANES_INLINE Lanes High(Lanes8 v) { return __builtin_shufflevector(v, v, 4, 5, 6, 7); }
+ZO_LANES_INLINE Lanes8 Join(Lanes low, Lanes high) { return __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7); }
+
+// `yes` in the lanes where `mask` is set, `no` elsewhere: one blend
+// instruction where the mask comes from a comparison.
+ZO_LANES_INLINE Lanes8 Select(Mask8 mask, Lanes8 yes, Lanes8 no) { return mask ? yes : no; }
+
+// The correctly rounded square root lane by lane.
+ZO_LANES_INLINE Lanes8 Sqrt(Lanes8 v) {
+#if defined(__clang__)
+  return Join(Sqrt(Low(v)), Sqrt(High(v)));
+#else
+  Lanes8 root;
+  __asm__("vsqrtps %1, %0" : "=x"(root) : "x"(v));
+  return root;
+#endif
+}
+
+// The sign bits of the eight lanes, lane 0 in bit 0.
+ZO_LANES_INLINE int Bits(Mask8 m) {
+#if defined(__clang__)
+  Lanes8 const v = AsLanes(m);
+  return Bits(AsMask(Low(v))) | (Bits(AsMask(High(v))) << 4);
+#else
+  int bits;
+  __asm__("vmovmskps %1, %0" : "=r"(bits) : "x"(m));
+  return bits;
+#endif
+}
+ZO_LANES_INLINE bool Any(Mask8 m) { return Bits(m) != 0; }
+ZO_LANES_INLINE bool All(Mask8 m) { return Bits(m) == 255; }
+
+// Rows r[0..7] become columns: on return r[j] holds lane j of the eight
+// inputs, in order.
+ZO_LANES_INLINE void Transpose8(Lanes8* r) {
+  Lanes8 const t0 = __builtin_shufflevector(r[0], r[1], 0, 8, 1, 9, 4, 12, 5, 13);
+  Lanes8 const t1 = __builtin_shufflevector(r[0], r[1], 2, 10, 3, 11, 6, 14, 7, 15);
+  Lanes8 const t2 = __builtin_shufflevector(r[2], r[3], 0, 8, 1, 9, 4, 12, 5, 13);
+  Lanes8 const t3 = __builtin_shufflevector(r[2], r[3], 2, 10, 3, 11, 6, 14, 7, 15);
+  Lanes8 const t4 = __builtin_shufflevector(r[4], r[5], 0, 8, 1, 9, 4, 12, 5, 13);
+  Lanes8 const t5 = __builtin_shufflevector(r[4], r[5], 2, 10, 3, 11, 6, 14, 7, 15);
+  Lanes8 const t6 = __builtin_shufflevector(r[6], r[7], 0, 8, 1, 9, 4, 12, 5, 13);
+  Lanes8 const t7 = __builtin_shufflevector(r[6], r[7], 2, 10, 3, 11, 6, 14, 7, 15);
+  // s0 holds rows 0-3 of lanes 0 and 4, s4 their rows 4-7; and so on.
+  Lanes8 const s0 = __builtin_shufflevector(t0, t2, 0, 1, 8, 9, 4, 5, 12, 13);
+  Lanes8 const s1 = __builtin_shufflevector(t0, t2, 2, 3, 10, 11, 6, 7, 14, 15);
+  Lanes8 const s2 = __builtin_shufflevector(t1, t3, 0, 1, 8, 9, 4, 5, 12, 13);
+  Lanes8 const s3 = __builtin_shufflevector(t1, t3, 2, 3, 10, 11, 6, 7, 14, 15);
+  Lanes8 const s4 = __builtin_shufflevector(t4, t6, 0, 1, 8, 9, 4, 5, 12, 13);
+  Lanes8 const s5 = __builtin_shufflevector(t4, t6, 2, 3, 10, 11, 6, 7, 14, 15);
+  Lanes8 const s6 = __builtin_shufflevector(t5, t7, 0, 1, 8, 9, 4, 5, 12, 13);
+  Lanes8 const s7 = __builtin_shufflevector(t5, t7, 2, 3, 10, 11, 6, 7, 14, 15);
+  r[0] = __builtin_shufflevector(s0, s4, 0, 1, 2, 3, 8, 9, 10, 11);
+  r[1] = __builtin_shufflevector(s1, s5, 0, 1, 2, 3, 8, 9, 10, 11);
+  r[2] = __builtin_shufflevector(s2, s6, 0, 1, 2, 3, 8, 9, 10, 11);
+  r[3] = __builtin_shufflevector(s3, s7, 0, 1, 2, 3, 8, 9, 10, 11);
+  r[4] = __builtin_shufflevector(s0, s4, 4, 5, 6, 7, 12, 13, 14, 15);
+  r[5] = __builtin_shufflevector(s1, s5, 4, 5, 6, 7, 12, 13, 14, 15);
+  r[6] = __builtin_shufflevector(s2, s6, 4, 5, 6, 7, 12, 13, 14, 15);
+  r[7] = __builtin_shufflevector(s3, s7, 4, 5, 6, 7, 12, 13, 14, 15);
+}
+#endif
+
+// --- Any width ------------------------------------------------------------------------
+
+// The mask type that comparing two L gives.
+template <class L>
+using MaskOf = decltype(L{} < L{});
+
+// How many floats an L holds.
+template <class L>
+constexpr int kWidthOf = static_cast<int>(sizeof(L) / sizeof(float));
+
+// v in every lane of an L.
+template <class L>
+ZO_LANES_INLINE L SplatAs(float v) {
+  L r{};
+  for (int i = 0; i < kWidthOf<L>; ++i) r[i] = v;
+  return r;
+}
+
+#if !defined(ZOACTOR_LANES_SCALAR)
+// Unsigned 32-bit words, as many as an L holds floats (vector path only).
+template <class L>
+struct WordsFor;
+template <>
+struct WordsFor<Lanes> {
+  using Type = uint32_t __attribute__((vector_size(16)));
+};
+#if defined(ZOACTOR_LANES_WIDE)
+template <>
+struct WordsFor<Lanes8> {
+  using Type = uint32_t __attribute__((vector_size(32)));
+};
+#endif
+template <class L>
+using WordsOf = typename WordsFor<L>::Type;
+#endif
+
+// An L from `p` (any alignment).
+template <class L>
+ZO_LANES_INLINE L LoadAs(void const* p) {
+  L v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
 }
 
 }  // namespace zolanes

@@ -2,9 +2,12 @@
 // so that every pair of the cubic blend (a segment's keys and controls,
 // and the later pairs of de Casteljau's construction) takes every
 // angle up to a right angle, of either sign, and near-parallel ones: each
-// joint must give ZoJointKeyList::SampleAtTime's bits. CTest runs the
+// joint must give ZoJointKeyList::SampleAtTime's bits; and skills of 1 to
+// 17 joints of mixed keys, so that every loop (eight lanes, four lanes, and
+// a last group of four lanes or fewer) gives those bits. CTest runs the
 // sampler's tests a second time with ZOACTOR_LANES=sse2, so a CPU that takes
-// the AVX2 clone of the sampling loop checks the baseline loop too.
+// the eight-lane AVX2 loop checks the four-lane baseline loop too: both
+// equal to the key lists' bits, the two loops give the same bits.
 #include "support/ZoTestRandom.h"
 #include "ZoActorTestSupport.h"
 
@@ -15,6 +18,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -79,6 +84,81 @@ TEST(ZoSkillSamplerLanes, CubicBlendsWithArbitraryControlsGiveTheKeyListsBits) {
   std::printf("[ arbitrary controls ] worst difference %.3g over %d joint-samples\n", worst, compared);
   EXPECT_GT(compared, 5000);
   EXPECT_EQ(worst, 0.0);
+}
+
+// A skill of `joints` joints of 2 to 9 keys each, 30 to 229 apart, each key
+// linear, smooth or a step at random, some with easing handles other than
+// the defaults; joint 2 has no keys.
+ZoProtoSkill* MixedKeys(zotest::Random& rng, int joints) {
+  auto* skill = new ZoProtoSkill;
+  ActorRef actor(new ZoProtoActor);
+  ZoProtoNode* root = Joint("j0", ZoProtoNode::Geometry, 0);
+  for (int j = 1; j < joints; ++j) root->addChild(Joint(("j" + std::to_string(j)).c_str(), ZoProtoNode::Geometry, 0));
+  actor->SetSkeleton(root);
+  skill->SetupFromPrototype(actor.get());
+  int32_t const modes[] = {ZoJointKeyframe::Linear, ZoJointKeyframe::Smooth, ZoJointKeyframe::Step};
+  for (int j = 0; j < joints; ++j) {
+    ZoJointKeyList& list = *skill->InitJoint(j);
+    if (j == 2) continue;
+    uint32_t time = rng.Below(200);
+    int const keys = 2 + static_cast<int>(rng.Below(8));
+    for (int k = 0; k < keys; ++k) {
+      auto* kf = new ZoJointKeyframe;
+      kf->setTime(time);
+      time += 30 + rng.Below(200);
+      kf->localTransform = ZoTransform3(rng.Vector(10.0f), rng.Turn(3.14159f));
+      kf->actorTransform = ZoTransform3(rng.Vector(10.0f), rng.Turn(3.14159f));
+      kf->actorOut = ZoTransform3(rng.Vector(10.0f), rng.Turn(0.5f) * kf->actorTransform.rotation);
+      kf->actorIn = ZoTransform3(rng.Vector(10.0f), rng.Turn(0.5f) * kf->actorTransform.rotation);
+      kf->blendMode = modes[rng.Below(3)];
+      if (rng.Below(4) == 0) {
+        kf->easeIn = 0.1f * static_cast<float>(rng.Below(10));
+        kf->easeOut = 0.1f * static_cast<float>(rng.Below(10));
+      }
+      list.Insert(kf, 0);
+    }
+  }
+  skill->KeysChanged();
+  return skill;
+}
+
+TEST(ZoSkillSamplerLanes, EveryJointCountGivesTheKeyListsBits) {
+  zotest::Random rng(8);
+  for (int joints = 1; joints <= 17; ++joints) {
+    SkillRef skill(MixedKeys(rng, joints));
+    ZoSkillSampler sampler(skill.get());
+    std::vector<ZoTransform3> local(static_cast<size_t>(joints)), actor(static_cast<size_t>(joints));
+    int compared = 0, differing = 0;
+    // Forward in steps of 5, then 300 times at random.
+    for (int i = 0; i < 700; ++i) {
+      uint32_t const time = i < 400 ? static_cast<uint32_t>(i) * 5 : rng.Below(2200);
+      sampler.SamplePose(time, local.data(), actor.data());
+      for (int j = 0; j < joints; ++j) {
+        ZoJointKeyframe reference;
+        if (skill->Joint(j)->SampleAtTime(time, reference, 1) != 1) continue;
+        ++compared;
+        differing += std::memcmp(&local[static_cast<size_t>(j)], &reference.localTransform, sizeof(ZoTransform3)) != 0;
+        differing += std::memcmp(&actor[static_cast<size_t>(j)], &reference.actorTransform, sizeof(ZoTransform3)) != 0;
+      }
+    }
+    EXPECT_GT(compared, 200 * (joints - (joints > 2 ? 1 : 0))) << joints << " joints";
+    EXPECT_EQ(differing, 0) << joints << " joints";
+  }
+}
+
+// The loop this process runs: eight lanes where the CPU has AVX2, unless
+// ZOACTOR_LANES=sse2 asks for the baseline's four.
+TEST(ZoSkillSamplerLanes, LanesFollowTheCpuAndTheEnvironment) {
+  char const* asked = std::getenv("ZOACTOR_LANES");
+  bool const baseline = asked != nullptr && std::strcmp(asked, "sse2") == 0;
+  bool wide = !baseline;
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(ZOACTOR_LANES_SCALAR)
+  __builtin_cpu_init();
+  wide = wide && __builtin_cpu_supports("avx2");
+#else
+  wide = false;
+#endif
+  EXPECT_EQ(ZoSkillSampler::LanesPerStep(), wide ? 8 : 4);
 }
 
 }  // namespace

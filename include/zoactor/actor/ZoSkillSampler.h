@@ -4,14 +4,14 @@
 // Compiling copies each joint's keys into flat arrays, joint after joint
 // (times in one array, the transforms a sample reads in another, the Bézier
 // controls and easing in two more), and keeps per joint a cursor on its
-// current segment. The current segments of four joints at a time sit side
+// current segment. The current segments of eight joints at a time sit side
 // by side, one joint per lane, component by component, with the parts of
 // their slerps that depend only on the two rotations (the arcs) computed
 // once when a joint enters a segment. SamplePose then moves each cursor
 // (usually not at all, else one key on, else a binary search, so forward,
 // backward and random playback all work) and blends four joints per step
-// through the library's lanes; on an x86-64 CPU with AVX2 the same loop
-// runs compiled for it (chosen once per process; the environment variable
+// through the library's lanes; on an x86-64 CPU with AVX2 a loop compiled
+// for it blends eight (chosen once per process; the environment variable
 // ZOACTOR_LANES=sse2 keeps the baseline loop), with the same results.
 //
 // Results: SamplePose gives what ZoJointKeyList::SampleAtTime gives with
@@ -97,6 +97,12 @@ class ZOACTOR_API ZoSkillSampler {
   // Edge cases). Returns the number of joints filled. Allocates nothing
   // unless it compiles.
   int SamplePose(uint32_t time, ZoTransform3* local, ZoTransform3* actor);
+
+  // How many joints SamplePose blends side by side in this process: 8 in
+  // the loop compiled for x86-64 CPUs with AVX2 (unless the environment
+  // variable ZOACTOR_LANES is "sse2" when first asked), else 4. Either
+  // gives the same bits.
+  static int LanesPerStep();
 
   // True when SamplePose at `time` fills joint `joint` (as compiled; the
   // revision is not checked). False for an index outside [0, NumJoints()).
