@@ -30,10 +30,6 @@ ZoProtoNode* CubeNode(char const* name, ZoTransform3 const& home, float edge) {
   return node;
 }
 
-float BoundingRadiusProperty(ZoProtoActor& actor) {
-  return static_cast<float>(*actor.Properties().Find("ZO_bndRadius"));
-}
-
 // Eleven properties: nine empty role strings, the eye vector and the
 // bounding radius (checked with the bounds).
 TEST(ZoProtoActor, NewActorHasItsDefaults) {
@@ -99,7 +95,7 @@ TEST(ZoProtoActor, BoundsComeFromMeasuredNodesOnly) {
     EXPECT_NEAR(height, extent.y, 1e-5f);
     EXPECT_NEAR(sphere, 0.5f * extent.length(), 1e-5f);
     zotest::ExpectNear(center, (c.min + c.max) * 0.5f);
-    EXPECT_EQ(BoundingRadiusProperty(*actor), radius);
+    EXPECT_EQ(static_cast<float>(*actor->Properties().Find("ZO_bndRadius")), radius);
   }
 }
 

@@ -60,13 +60,7 @@ ZoProtoActor* Added(char const* name) {
 }
 
 // Saves an actor "Dog" with two skills into `folder`/Dog/.
-void SaveDog(TempFolder const& folder) {
-  ActorRef actor = FigureActor("Dog");
-  actor->Path() = (folder.path() + "/Dog/").c_str();
-  actor->AddSkill(FigureSkill(actor.get(), "Walk"));
-  actor->AddSkill(FigureSkill(actor.get(), "Run"));
-  ASSERT_EQ(actor->Save(ZoSkillFormatKeyframed), 1);
-}
+void SaveDog(TempFolder const& folder) { ASSERT_EQ(SavableDog(folder, {"Walk", "Run"})->Save(ZoSkillFormatKeyframed), 1); }
 
 TEST_F(ZoProtoDBTest, LoadsEachFileOnceUnderItsBaseName) {
   TempFolder folder;

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -71,6 +72,21 @@ ZoProtoSkill* ReadSkillBody(Bytes const& bytes, ZoStreamError& status, int32_t v
   return skill;
 }
 
+// What a skill read from a file holds: name, version, format, type, rate,
+// per joint whether it has keys, and which of `facing`, records and the
+// conversion it read.
+std::string Describe(ZoProtoSkill& skill, ZoTransform3 const& facing) {
+  int32_t const format = skill.Format();
+  std::string text = std::string(skill.Name().c_str()) + " v" + std::to_string(skill.GetVersion()) + " " +
+                     std::string(reinterpret_cast<char const*>(&format), 4) + " type " + std::to_string(skill.Type()) +
+                     " rate " + std::to_string(skill.GetSampleRate()) + " keys ";
+  for (int j = 0; j < skill.NumJoints(); ++j) text += skill.Joint(j) != nullptr ? '1' : '0';
+  if (skill.GetForwardFacingXform() == facing) text += " facing";
+  if (skill.SubclassData() != nullptr) text += " records";
+  if (skill.Conversion() == ZoRotation3(0, 1, 0, 0)) text += " conversion";
+  return text;
+}
+
 // A bare skill, and a skill of the "SklN" format, which stores nothing per
 // joint: both with the default facing, rate, interpolation and conversion.
 TEST(ZoProtoSkillBody, DefaultAndSklNBodiesByteForByteAndBack) {
@@ -80,21 +96,20 @@ TEST(ZoProtoSkillBody, DefaultAndSklNBodiesByteForByteAndBack) {
   struct Case {
     ZoProtoSkill* skill;
     ByteBuilder head;
-    int joints;
-  } const cases[] = {{bare.get(), ByteBuilder().i32(106).i32(kKeyframed).i32(1).str("").i32(0).i32(0), 0},
-                     {pose.get(), ByteBuilder().i32(106).i32(kNone).i32(1).str("Pose").i32(0).i32(4), 4}};
+    char const* facts;
+  } const cases[] = {{bare.get(), ByteBuilder().i32(106).i32(kKeyframed).i32(1).str("").i32(0).i32(0),
+                      " v1 SklK type 0 rate 33 keys  facing"},
+                     {pose.get(), ByteBuilder().i32(106).i32(kNone).i32(1).str("Pose").i32(0).i32(4),
+                      "Pose v1 SklN type 0 rate 33 keys 0000 facing"}};
   for (Case const& c : cases) {
-    SCOPED_TRACE(c.joints);
+    SCOPED_TRACE(c.facts);
     ByteBuilder expected = c.head;
     AddTransform(expected, ZoTransform3()).i32(33).i32(0).i32(0).f32(1).f32(0).f32(0).f32(0);
     EXPECT_EQ(Body(*c.skill, 0), expected.get());
     ZoStreamError status;
     SkillRef back(ReadSkillBody(expected, status));
     EXPECT_EQ(status, ZoStreamOk);
-    EXPECT_EQ(back->GetSampleRate(), 33);
-    EXPECT_EQ(back->SubclassData(), nullptr);
-    ASSERT_EQ(back->NumJoints(), c.joints);
-    for (int i = 0; i < c.joints; ++i) EXPECT_EQ(back->Joint(i), nullptr);
+    EXPECT_EQ(Describe(*back, ZoTransform3()), c.facts);
   }
 }
 
@@ -149,34 +164,33 @@ TEST(ZoProtoSkillFile, OlderLayoutsByVersion) {
   struct Case {
     char const* name;
     Bytes file;
-    int32_t format, type, sampleRate;
-    bool facing, records, conversion;
+    char const* facts;
   } const cases[] = {
       {"30: format from the header, no facing", SkillFile(30, kKeyframed, [&](ByteBuilder& b) {
          joints(b.i32(2).str("Old"));
-       }), kKeyframed, 0, 33, false, false, false},
-      {"30 in the SklN format", SkillFile(30, kNone, [&](ByteBuilder& b) { b.i32(2).str("Old").i32(2); }), kNone,
-       0, 33, false, false, false},
+       }), "Old v2 SklK type 0 rate 33 keys 10"},
+      {"30 in the SklN format", SkillFile(30, kNone, [&](ByteBuilder& b) { b.i32(2).str("Old").i32(2); }),
+       "Old v2 SklN type 0 rate 33 keys 00"},
       {"37: the facing transform", SkillFile(37, kKeyframed, [&](ByteBuilder& b) {
          joints(b.i32(2).str("Old"));
          AddTransform(b, facing);
-       }), kKeyframed, 0, 33, true, false, false},
+       }), "Old v2 SklK type 0 rate 33 keys 10 facing"},
       {"38: own version and format, rate", SkillFile(38, 0, [&](ByteBuilder& b) {
          joints(b.i32(38).i32(kKeyframed).i32(2).str("Old"));
          AddTransform(b, facing).i32(25).i32(1);
-       }), kKeyframed, 0, 25, true, false, false},
+       }), "Old v2 SklK type 0 rate 25 keys 10 facing"},
       {"101", SkillFile(0, 0, [&](ByteBuilder& b) {
          joints(b.i32(101).i32(kKeyframed).i32(2).str("Old"));
          AddTransform(b, facing).i32(25).i32(1);
-       }), kKeyframed, 0, 25, true, false, false},
+       }), "Old v2 SklK type 0 rate 25 keys 10 facing"},
       {"102: type and records", SkillFile(0, 0, [&](ByteBuilder& b) {
          joints(b.i32(102).i32(kKeyframed).i32(2).str("Old").i32(9));
          AddTransform(b, facing).i32(25).i32(1).i32(1).i32(1).i32(0x50724844).i32(4);
-       }), kKeyframed, 9, 25, true, true, false},
+       }), "Old v2 SklK type 9 rate 25 keys 10 facing records"},
       {"103: the conversion", SkillFile(0, 0, [&](ByteBuilder& b) {
          joints(b.i32(103).i32(kKeyframed).i32(2).str("Old").i32(9));
          AddTransform(b, facing).i32(25).i32(1).i32(0).f32(0).f32(1).f32(0).f32(0);
-       }), kKeyframed, 9, 25, true, false, true},
+       }), "Old v2 SklK type 9 rate 25 keys 10 facing conversion"},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.name);
@@ -185,17 +199,7 @@ TEST(ZoProtoSkillFile, OlderLayoutsByVersion) {
     SkillRef skill(ZoProtoActor::ReadSkillFrom(*reader, &report));
     ASSERT_NE(skill.get(), nullptr) << report.reason;
     EXPECT_EQ(reader.Consumed(), c.file.size());
-    EXPECT_EQ(skill->Format(), c.format);
-    EXPECT_EQ(skill->GetVersion(), 2);
-    EXPECT_EQ(skill->Name(), "Old");
-    EXPECT_EQ(skill->Type(), c.type);
-    ASSERT_EQ(skill->NumJoints(), 2);
-    EXPECT_EQ(skill->Joint(0) != nullptr, c.format == kKeyframed);
-    EXPECT_EQ(skill->Joint(1), nullptr);
-    EXPECT_EQ(skill->GetSampleRate(), c.sampleRate);
-    EXPECT_EQ(skill->GetForwardFacingXform() == facing, c.facing);
-    EXPECT_EQ(skill->SubclassData() != nullptr, c.records);
-    EXPECT_EQ(skill->Conversion() == ZoRotation3(0, 1, 0, 0), c.conversion);
+    EXPECT_EQ(Describe(*skill, facing), c.facts);
   }
 }
 
@@ -248,15 +252,10 @@ TEST(ZoProtoSkill, CopiesDeepCopyJointsButNotRecordsOrFacing) {
 
 TEST(ZoProtoSkill, ScaleWalksTheContiguousSubtree) {
   ActorRef actor = FigureActor("Dog");
-  SkillRef skill(new ZoProtoSkill);
-  skill->SetupFromPrototype(actor.get());
-  for (int j = 0; j < 4; ++j) skill->InitJoint(j)->Insert(Key(0, 1.0f));
+  SkillRef skill(OneKeyPerJoint(actor.get(), 0));
   auto xs = [&] {
     std::vector<float> x;
-    for (int j = 0; j < 4; ++j) {
-      ZoKeyListNode* p = nullptr;
-      x.push_back(skill->Joint(j)->GetFirst(p)->localTransform.translation.x);
-    }
+    for (int j = 0; j < 4; ++j) x.push_back(FirstKey(*skill, j).localTransform.translation.x);
     return x;
   };
   skill->ScaleJoint(2, ZoVector3(2, 1, 1));  // the head is a leaf joint
@@ -271,13 +270,8 @@ TEST(ZoProtoSkill, ScaleWalksTheContiguousSubtree) {
 
 TEST(ZoProtoSkill, TransformJointRightMultipliesAndAdjustsChildren) {
   ActorRef actor = FigureActor("Dog");
-  SkillRef skill(new ZoProtoSkill);
-  skill->SetupFromPrototype(actor.get());
-  for (int j = 0; j < 4; ++j) skill->InitJoint(j)->Insert(Key(0, 1.0f + static_cast<float>(j)));
-  auto first = [&](int j) {
-    ZoKeyListNode* p = nullptr;
-    return *skill->Joint(j)->GetFirst(p);
-  };
+  SkillRef skill(OneKeyPerJoint(actor.get(), 1));
+  auto first = [&](int j) { return FirstKey(*skill, j); };
   ZoJointKeyframe spine = first(1), head = first(2), leg = first(3);
   ZoTransform3 x = Turned(0.5f, 0.7f);
 

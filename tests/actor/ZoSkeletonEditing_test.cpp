@@ -106,7 +106,12 @@ void ExpectSameTransform(ZoTransform3 const& a, ZoTransform3 const& b) {
 
 // --- Structural edits ------------------------------------------------------------------------------
 
-TEST(ZoSkeletonEditing, EachStructuralEditPermutesEverySkillOnce) {
+// An edit of a node that is not where it must be (empty `newToOld`) does
+// nothing at all.
+TEST(ZoSkeletonEditing, EachStructuralEditPermutesEverySkillOnceAndMisplacedEditsDoNothing) {
+  ActorRef other = FourSolids();
+  ZoProtoNode* foreign = Named(*other, "B");
+  ZoTransform3 const foreignHome = foreign->HomeTransform();
   struct Case {
     char const* name;
     std::function<void(ZoProtoActor&)> edit;
@@ -133,45 +138,23 @@ TEST(ZoSkeletonEditing, EachStructuralEditPermutesEverySkillOnce) {
       {"move a subtree", [](ZoProtoActor& actor) { actor.MoveSubtree(Named(actor, "B"), Named(actor, "D")); },
        {0, 3, 1, 2}},
       {"collapse one child", [](ZoProtoActor& actor) { actor.Collapse(Named(actor, "B")); }, {0, 1, 3}},
-  };
-  TempFolder folder;
-  for (Case const& c : cases) {
-    SCOPED_TRACE(c.name);
-    ActorRef actor = FourSolids();
-    std::vector<RecordingSkill*> skills = AddRecordingSkills(*actor);
-    SaveClean(*actor, folder);
-    c.edit(*actor);
-    for (RecordingSkill const* skill : skills) {
-      EXPECT_EQ(skill->permutations, std::vector<std::vector<int32_t>>{c.newToOld});
-      EXPECT_EQ(skill->NumJoints(), static_cast<int>(c.newToOld.size()));
-    }
-    EXPECT_EQ(actor->IsDirty(), 1);
-    ExpectFreshBounds(*actor);
-  }
-}
-
-TEST(ZoSkeletonEditing, EditsOfNodesThatAreNotWhereTheyMustBeDoNothing) {
-  ActorRef other = FourSolids();
-  ZoProtoNode* foreign = Named(*other, "B");
-  ZoTransform3 const foreignHome = foreign->HomeTransform();
-  struct Case {
-    char const* name;
-    std::function<void(ZoProtoActor&)> edit;
-  } const cases[] = {
-      {"remove the root", [](ZoProtoActor& actor) { actor.RemoveSubtree(actor.RootNode()); }},
-      {"move the root", [](ZoProtoActor& actor) { actor.MoveSubtree(actor.RootNode(), Named(actor, "D")); }},
-      {"move below itself", [](ZoProtoActor& actor) { actor.MoveSubtree(Named(actor, "B"), Named(actor, "C")); }},
-      {"add a node of a tree", [&](ZoProtoActor& actor) { actor.AddSubtree(foreign, Named(actor, "D")); }},
-      {"add the root below itself", [](ZoProtoActor& actor) { actor.AddSubtree(actor.RootNode(), Named(actor, "D")); }},
-      {"remove another actor's node", [&](ZoProtoActor& actor) { actor.RemoveSubtree(foreign); }},
-      {"scale another actor's node", [&](ZoProtoActor& actor) { actor.ScaleSubtree(foreign, ZoVector3(2, 2, 2)); }},
-      {"re-pivot another actor's node", [&](ZoProtoActor& actor) { actor.TransformNode(foreign, Offset(1, 0, 0)); }},
-      {"collapse another actor's node", [&](ZoProtoActor& actor) { actor.Collapse(foreign); }},
+      {"remove the root", [](ZoProtoActor& actor) { actor.RemoveSubtree(actor.RootNode()); }, {}},
+      {"move the root", [](ZoProtoActor& actor) { actor.MoveSubtree(actor.RootNode(), Named(actor, "D")); }, {}},
+      {"move below itself", [](ZoProtoActor& actor) { actor.MoveSubtree(Named(actor, "B"), Named(actor, "C")); }, {}},
+      {"add a node of a tree", [&](ZoProtoActor& actor) { actor.AddSubtree(foreign, Named(actor, "D")); }, {}},
+      {"add the root below itself", [](ZoProtoActor& actor) { actor.AddSubtree(actor.RootNode(), Named(actor, "D")); },
+       {}},
+      {"remove another actor's node", [&](ZoProtoActor& actor) { actor.RemoveSubtree(foreign); }, {}},
+      {"scale another actor's node", [&](ZoProtoActor& actor) { actor.ScaleSubtree(foreign, ZoVector3(2, 2, 2)); }, {}},
+      {"re-pivot another actor's node", [&](ZoProtoActor& actor) { actor.TransformNode(foreign, Offset(1, 0, 0)); },
+       {}},
+      {"collapse another actor's node", [&](ZoProtoActor& actor) { actor.Collapse(foreign); }, {}},
       {"collapse a handle",
        [](ZoProtoActor& actor) {
          Named(actor, "B")->SetStyle(ZoProtoNode::Handle);
          actor.Collapse(Named(actor, "B"));
-       }},
+       },
+       {}},
   };
   TempFolder folder;
   for (Case const& c : cases) {
@@ -181,10 +164,16 @@ TEST(ZoSkeletonEditing, EditsOfNodesThatAreNotWhereTheyMustBeDoNothing) {
     SaveClean(*actor, folder);
     ZoProtoNode* root = actor->RootNode();
     c.edit(*actor);
-    EXPECT_EQ(actor->IsDirty(), 0);
+    bool const edited = !c.newToOld.empty();
+    std::vector<std::vector<int32_t>> const once(edited ? 1 : 0, c.newToOld);
+    for (RecordingSkill const* skill : skills) {
+      EXPECT_EQ(skill->permutations, once);
+      EXPECT_TRUE(skill->pivotedJoints.empty());
+      EXPECT_EQ(skill->NumJoints(), edited ? static_cast<int>(c.newToOld.size()) : 4);
+    }
+    EXPECT_EQ(actor->IsDirty(), edited ? 1 : 0);
     EXPECT_EQ(actor->RootNode(), root);
-    EXPECT_EQ(actor->NodeTraversal()->NumNodes(), 4);
-    for (RecordingSkill const* skill : skills) EXPECT_TRUE(skill->permutations.empty() && skill->pivotedJoints.empty());
+    ExpectFreshBounds(*actor);
   }
   EXPECT_EQ(other->NodeTraversal()->NumNodes(), 4);
   EXPECT_EQ(foreign->HomeTransform(), foreignHome);
@@ -288,17 +277,16 @@ TEST(ZoSkeletonEditing, RepivotingANodeKeepsTheSampledWorldPoseOfItsChildren) {
       skill->InitJoint(j)->Insert(key, 0);
     }
   actor->AddSkill(skill);
-  std::vector<ZoTransform3> before;
-  for (int child : {2, 3})
-    for (uint32_t time : {0u, 100u}) before.push_back(SampledWorld(*skill, child, time));
-
-  TempFolder folder;
-  SaveClean(*actor, folder);
+  auto worlds = [&] {
+    std::vector<ZoTransform3> placed;
+    for (int child : {2, 3})
+      for (uint32_t time : {0u, 100u}) placed.push_back(SampledWorld(*skill, child, time));
+    return placed;
+  };
+  std::vector<ZoTransform3> const before = worlds();
   actor->TransformNode(n, ZoTransform3(ZoVector3(0.2f, -0.1f, 0.3f), About(1.1f, ZoVector3(0.6f, 0, 0.8f))));
-  size_t k = 0;
-  for (int child : {2, 3})
-    for (uint32_t time : {0u, 100u}) ExpectSameTransform(SampledWorld(*skill, child, time), before[k++]);
-  EXPECT_EQ(actor->IsDirty(), 1);
+  std::vector<ZoTransform3> const after = worlds();
+  for (size_t k = 0; k < before.size(); ++k) ExpectSameTransform(after[k], before[k]);
 }
 
 TEST(ZoSkeletonEditing, RepivotingANodeThatIsNotAJointPassesMinusOne) {
@@ -371,10 +359,9 @@ TEST(ZoSkeletonEditing, ScalingAJointScalesTheKeysOfItsSubtreeOnly) {
   actor->AddSkill(skill);
   ZoProtoSkill untouched(*skill);
   actor->ScaleSubtree(Named(*actor, "Spine"), ZoVector3(2, 1, 1));
-  ZoKeyListNode* p = nullptr;
-  ZoJointKeyframe const* head = skill->Joint(2)->GetFirst(p);
-  EXPECT_EQ(head->localTransform.translation, ZoVector3(6, 6, -3));
-  EXPECT_EQ(head->point, ZoVector3(6, -3, 0.5f));
+  ZoJointKeyframe const& head = FirstKey(*skill, 2);
+  EXPECT_EQ(head.localTransform.translation, ZoVector3(6, 6, -3));
+  EXPECT_EQ(head.point, ZoVector3(6, -3, 0.5f));
   EXPECT_EQ(Body(*skill->Joint(0)), Body(*untouched.Joint(0)));
   EXPECT_EQ(Named(*actor, "Head")->HomeTransform().translation, ZoVector3(0.5f, 1, 0));
 }

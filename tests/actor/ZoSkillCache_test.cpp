@@ -24,15 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The figure "Dog" to be saved into `folder`/Dog/, with FigureSkills of
-// `names` cached.
-ActorRef SavableDog(TempFolder const& folder, std::vector<char const*> const& names) {
-  ActorRef actor = FigureActor("Dog");
-  actor->Path() = (folder.path() + "/Dog/").c_str();
-  for (char const* name : names) actor->AddSkill(FigureSkill(actor.get(), name));
-  return actor;
-}
-
 // An actor of the figure whose folder is `folder`/Dog/, with skill files
 // written for it under `names` (each a FigureSkill of that name).
 ActorRef ActorWithSkillFiles(TempFolder const& folder, std::vector<char const*> const& names) {

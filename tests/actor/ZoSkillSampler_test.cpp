@@ -251,8 +251,7 @@ TEST(ZoSkillSamplerRevision, ReadingABodyIsSampledAtOnceAndDirectEditsWaitForReb
   EXPECT_FLOAT_EQ(pose[2].translation.x, 3.0f);  // joint 2's only key
 
   // Moving a key's time directly: the sampler keeps its copy until told.
-  ZoKeyListNode* p = nullptr;
-  skill->Joint(2)->GetFirst(p)->setTime(70);
+  FirstKey(*skill, 2).setTime(70);
   EXPECT_EQ(sampler.SamplePose(50, pose, nullptr), 2);
   EXPECT_FALSE(ZoSkillSampler(skill.get()).Covers(2, 50));
   sampler.Rebuild();
