@@ -133,10 +133,8 @@ struct ModelBody {
 };
 
 ModelBody MakeModelBody(int n, int32_t version = kZoCurrentVersion) {
-  std::mt19937 random(static_cast<unsigned>(n));
   ZoColModel model;
-  model.SetTriangleSet(zogeotest::RandomSoup(random, n));
-  model.UpdateSphereTree();
+  zogeotest::BuildRandomModel(model, static_cast<unsigned>(n), n);
   EXPECT_NE(model.GetRoot(), nullptr);
   ModelBody body;
   body.bytes = Body(model, version);
