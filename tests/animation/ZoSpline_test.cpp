@@ -13,17 +13,12 @@
 #include <memory>
 #include <vector>
 
+using zotest::About;
 using zotest::ByteBuilder;
 using zotest::Bytes;
 using zotest::ExpectNear;
 
 namespace {
-
-ZoRotation3 AboutAxis(float angle, ZoVector3 axis) {
-  ZoRotation3 q;
-  q.setValue(angle, axis.unit());
-  return q;
-}
 
 // Expects the two transforms within `tolerance`, q and −q being the same
 // rotation.
@@ -47,7 +42,7 @@ std::vector<ZoTransform3> SampleEvery(ZoSpline const& spline, int samples) {
 ZoTransform3 Along(float x, float y = 0) { return ZoTransform3({x, y, 0}, ZoRotation3()); }
 
 ZoTransform3 const kFrom({1, 2, 3}, ZoRotation3());
-ZoTransform3 const kTo({5, -2, 7}, AboutAxis(1.2f, {0, 1, 0}));
+ZoTransform3 const kTo({5, -2, 7}, About(1.2f, {0, 1, 0}));
 ZoTransform3 const kUnset({9, 9, 9}, ZoRotation3());
 
 }  // namespace
@@ -67,11 +62,11 @@ TEST(ZoSplineLinear, StraightAtConstantSpeed) {
   EXPECT_EQ(p0->time, 0u);
   EXPECT_EQ(p0->inControl, kFrom);
   EXPECT_EQ(p1->outControl, kTo);
-  ExpectClose(p0->outControl, ZoTransform3({7.0f / 3, 2.0f / 3, 13.0f / 3}, AboutAxis(0.4f, {0, 1, 0})));
+  ExpectClose(p0->outControl, ZoTransform3({7.0f / 3, 2.0f / 3, 13.0f / 3}, About(0.4f, {0, 1, 0})));
   ExpectNear(p1->inControl.translation, {11.0f / 3, -2.0f / 3, 17.0f / 3});
 
-  for (auto [t, want] : {std::pair<uint32_t, ZoTransform3>{50, {{3, 0, 5}, AboutAxis(0.6f, {0, 1, 0})}},
-                         {25, {{2, 1, 4}, AboutAxis(0.3f, {0, 1, 0})}}, {100, kTo}}) {
+  for (auto [t, want] : {std::pair<uint32_t, ZoTransform3>{50, {{3, 0, 5}, About(0.6f, {0, 1, 0})}},
+                         {25, {{2, 1, 4}, About(0.3f, {0, 1, 0})}}, {100, kTo}}) {
     ASSERT_EQ(spline.InterpolateAtTime(t, out), 1);
     ExpectClose(out, want, 1e-5f);
   }
@@ -161,7 +156,7 @@ TEST(ZoSplineSearch, ClosestApproachSamplesAHundredTimes) {
   EXPECT_EQ(spline.ClosestApproach({0, 0, 0}, 250.0f), 250u);
   EXPECT_EQ(spline.ClosestApproach({2000, 0, 0}, 0.0f), 990u);
   // Every sample equally near: the earliest wins.
-  still.SetLinear(Along(0), ZoTransform3({0, 0, 0}, AboutAxis(2, {0, 0, 1})), 990);
+  still.SetLinear(Along(0), ZoTransform3({0, 0, 0}, About(2, {0, 0, 1})), 990);
   EXPECT_EQ(still.ClosestApproach({1, 0, 0}, 0.0f), 0u);
   // At the top of the time range the sample times stay in range.
   longest.SetLinear(Along(0), Along(99), 0xFFFFFFFFu);
@@ -170,8 +165,8 @@ TEST(ZoSplineSearch, ClosestApproachSamplesAHundredTimes) {
 
 TEST(ZoSplineAlign, ChosenAxisPointsAlongTheCurvePoint) {
   ZoSpline spline;
-  spline.SetLinear(ZoTransform3({1, 0, 0}, AboutAxis(0.3f, {1, 1, 1})),
-                   ZoTransform3({1, 4, 2}, AboutAxis(-0.8f, {0, 1, 1})), 60);
+  spline.SetLinear(ZoTransform3({1, 0, 0}, About(0.3f, {1, 1, 1})),
+                   ZoTransform3({1, 4, 2}, About(-0.8f, {0, 1, 1})), 60);
   ZoVector3 const axes[] = {{1, 0, 0}, {-1, 0, 0}, {0, 1, 0}, {0, -1, 0}, {0, 0, 1}, {0, 0, -1}};
   ZoTransform3 plain, aligned;
   ASSERT_EQ(spline.InterpolateAtTime(20, plain), 1);
@@ -196,7 +191,7 @@ TEST(ZoSplineEditing, TransformScaleAndDuration) {
   ASSERT_EQ(spline.Integrate(), 1);
   float length = spline.Length();
   std::vector<ZoTransform3> before = SampleEvery(spline, 20);
-  ZoTransform3 x({3, -1, 2}, AboutAxis(0.9f, {1, 0, 1}));
+  ZoTransform3 x({3, -1, 2}, About(0.9f, {1, 0, 1}));
   spline.Transform(x);
   std::vector<ZoTransform3> moved = SampleEvery(spline, 20);
   for (size_t i = 0; i < before.size(); ++i) ExpectClose(moved[i], x * before[i], 2e-5f);
@@ -257,20 +252,14 @@ TEST(ZoSplineStream, BodyIsCountRawPointsAndLength) {
   for (int i = 0; i < 2; ++i) {
     ZoSplineControlPoint const& p = *spline.ControlPoint(i);
     b.u32(p.time);
-    for (ZoTransform3 const* t : {&p.transform, &p.inControl, &p.outControl}) {
-      b.f32(t->translation.x).f32(t->translation.y).f32(t->translation.z);
-      b.f32(t->rotation.w).f32(t->rotation.x).f32(t->rotation.y).f32(t->rotation.z);
-    }
+    for (ZoTransform3 const* t : {&p.transform, &p.inControl, &p.outControl}) zotest::AddTransform(b, *t);
     b.f32(p.segmentLength);
     for (float sample : p.arcSamples) b.f32(sample);
     b.i32(p.reserved);
   }
   b.f32(spline.Length());
   ASSERT_EQ(b.get().size(), 4u + 4u + 2u * 136u + 4u);
-  EXPECT_EQ(zotest::Framed(&spline), b.get()) << zotest::Hex(zotest::Framed(&spline));
-
-  zotest::Reader in(b);
-  std::unique_ptr<ZoSpline> back(in->ReadObjectAs<ZoSpline>());
+  std::unique_ptr<ZoSpline> back = zotest::ExpectFramedLayout(spline, b);
   ASSERT_NE(back, nullptr);
   EXPECT_EQ(back->GetAlignAxis(), 6);
   EXPECT_EQ(zotest::Framed(back.get()), b.get());

