@@ -198,17 +198,15 @@ TEST(ZoJointKeyListSample, SingleKeyHoldsOnlyWhenAsked) {
   ZoJointKeyframe out, untouched = DistinctKey();
   EXPECT_EQ(list.SampleAtTime(0, out, 1), 0);  // empty
   list.Insert(JointKey(100, {1, 2, 3}), 1);
-  ASSERT_EQ(list.SampleAtTime(100, out, 0), 1);
-  EXPECT_EQ(out.point, ZoVector3(2, 4, 6));
   // Before the key never, after it only when holding; a refused sample
   // leaves its output alone.
-  EXPECT_EQ(list.SampleAtTime(150, untouched, 0) + list.SampleAtTime(50, untouched, 0) +
-                list.SampleAtTime(50, untouched, 1),
-            0);
+  std::vector<int> const sampled{list.SampleAtTime(100, out, 0), list.SampleAtTime(150, untouched, 0),
+                                 list.SampleAtTime(50, untouched, 0), list.SampleAtTime(50, untouched, 1)};
+  EXPECT_EQ(sampled, std::vector<int>({1, 0, 0, 0}));
+  EXPECT_EQ(out.point, ZoVector3(2, 4, 6));
   EXPECT_TRUE(SameFields(untouched, DistinctKey()));
-  EXPECT_EQ(list.SampleAtTime(150, untouched, 1), 1);
+  EXPECT_EQ(list.SampleAtTime(150, untouched, 1) + list.SampleAtTime(0xFFFFFFFFu, out, 1), 2);
   EXPECT_EQ(untouched.actorTransform.translation, ZoVector3(1, 2, 3));
-  EXPECT_EQ(list.SampleAtTime(0xFFFFFFFFu, out, 1), 1);
 }
 
 TEST(ZoJointKeyListSample, KeysOfAnotherClassNeverReachTheSampler) {
@@ -221,22 +219,19 @@ TEST(ZoJointKeyListSample, KeysOfAnotherClassNeverReachTheSampler) {
   list.Insert(JointKey(300, {3, 0, 0}), 1);  // blends skip the plain neighbour
   list.Insert(JointKey(400, {4, 0, 0}), 0);
 
-  ZoJointKeyframe out;
-  EXPECT_EQ(list.SampleAtTime(50, out, 0), 1);
-  ZoJointKeyframe untouched = DistinctKey();
-  EXPECT_EQ(list.SampleAtTime(150, untouched, 0), 0);  // b is not a joint key
-  EXPECT_EQ(list.SampleAtTime(200, untouched, 0), 0);  // a is not a joint key
-  EXPECT_EQ(list.SampleAtTime(250, untouched, 0), 0);
+  // At 150 and 250 one end of the segment is not a joint key, at 200 its start.
+  ZoJointKeyframe out, untouched = DistinctKey();
+  std::vector<int> const sampled{list.SampleAtTime(50, out, 0),         list.SampleAtTime(150, untouched, 0),
+                                 list.SampleAtTime(200, untouched, 0), list.SampleAtTime(250, untouched, 0),
+                                 list.SampleAtTime(100, out, 0),        list.SampleAtTime(350, out, 0)};
+  EXPECT_EQ(sampled, std::vector<int>({1, 0, 0, 0, 1, 1}));
   EXPECT_TRUE(SameFields(untouched, DistinctKey()));
-  EXPECT_EQ(list.SampleAtTime(350, out, 0), 1);
   ExpectNear(out.actorTransform.translation, {3.5f, 0, 0});
-  EXPECT_EQ(list.SampleAtTime(100, out, 0), 1);
 
   ZoKeyListNode* p = nullptr;
   int joints = 0;
   for (ZoJointKeyframe* kf = list.GetFirst(p); kf != nullptr; kf = list.GetNext(p)) ++joints;
-  EXPECT_EQ(joints, 4);
-  EXPECT_EQ(list.NumKeyframes(), 5);
+  EXPECT_EQ(std::make_pair(joints, list.NumKeyframes()), std::make_pair(4, 5));
 
   // Replacing the plain key by a joint key makes the segment sample again.
   ZoKeyListNode* node = list.Insert(JointKey(200, {2, 0, 0}), 1);
