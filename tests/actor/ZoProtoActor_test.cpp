@@ -2,8 +2,6 @@
 // skeleton it installs, the current body byte for byte, and actor files
 // that start with a container header (versions below 24, 33 and 34).
 #include <zoactor/actor/ZoProtoActor.h>
-#include <zoactor/actor/ZoProtoDB.h>
-#include <zoactor/foundation/ZoAi.h>
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/values/ZoProperty.h>

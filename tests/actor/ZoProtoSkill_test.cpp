@@ -4,8 +4,6 @@
 // scale).
 #include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/actor/ZoProtoSkill.h>
-#include <zoactor/skeleton/ZoPermutation.h>
-#include <zoactor/skeleton/ZoProtoTraversal.h>
 
 #include "ZoActorTestSupport.h"
 

@@ -16,7 +16,7 @@ namespace {
 
 using zoacttest::ActorRef;
 using zoacttest::FigureActor;
-using zoseqtest::AddContainerHeader;
+using zoseqtest::ContainerHeader;
 using zoseqtest::AddTransform;
 using zoseqtest::MessageCollector;
 using zoseqtest::MotionHeader;
@@ -80,8 +80,7 @@ class SequenceTest : public ::testing::Test {
 
 TEST_F(SequenceTest, WrittenFilesMatchTheirLayoutsByteForByte) {
   Record();
-  ByteBuilder expected;
-  AddContainerHeader(expected, "Sequ", 1).i32(kFrames).i32(3);
+  ByteBuilder expected = ContainerHeader("Sequ", 1).i32(kFrames).i32(3);
   for (Recording const& r : kRecords) expected.str(r.record).str(r.actor);
   for (int list = 0; list < 4; ++list) expected.i32(0);  // four empty event lists
   EXPECT_EQ(zotest::Hex(temp.ReadFile("Run/run.seq")), zotest::Hex(expected));
@@ -191,9 +190,7 @@ TEST_F(SequenceTest, SequenceWithoutFramesHoldsOnlyItsHeaderAndCannotBeRead) {
   ASSERT_EQ(sequence.Open(SequenceFile().c_str(), 1), 1);
   ASSERT_EQ(sequence.PostAddActorEvent(walker.get(), "Ann"), 1);
   ASSERT_EQ(sequence.Close(), 1);
-  ByteBuilder header;
-  AddContainerHeader(header, "Sequ", 1);
-  EXPECT_EQ(temp.ReadFile("Run/run.seq"), header.get());
+  EXPECT_EQ(temp.ReadFile("Run/run.seq"), ContainerHeader("Sequ", 1).get());
   EXPECT_FALSE(ZoPlatform::Exists((temp / "Run/Actors/Walker").c_str()));  // nothing saved without frames
   // The motion file keeps its first header: no frame size, no frames.
   EXPECT_EQ(temp.ReadFile("Run/Motion/Ann.anm"), MotionHeader("Ann", -1, 0).get());
@@ -245,8 +242,7 @@ TEST_F(SequenceTest, CorruptSequenceFilesAreRefusedWithAReason) {
   int index = 0;
   for (Case const& c : cases) {
     messages.texts.clear();
-    ByteBuilder file;
-    AddContainerHeader(file, "Sequ", 1).append(c.body);
+    ByteBuilder file = ContainerHeader("Sequ", 1).append(c.body);
     std::string name = "Bad" + std::to_string(index++) + "/bad.seq";
     ZoAnimSequence sequence;
     EXPECT_EQ(sequence.Open(temp.WriteFile(name, file).c_str(), 0), c.opens) << c.name;

@@ -3,29 +3,27 @@
 // validate; sequence and motion files built by hand with one fault each;
 // and `sample` through the sampler against `sample --reference`.
 #include "ZoToolTestSupport.h"
+#include "sequence/ZoSequenceTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <filesystem>
 
 namespace {
 
 using namespace zotooltest;
+using zoseqtest::ContainerHeader;
 namespace fs = std::filesystem;
 
-constexpr int32_t kContainerMagic = 0x424F5A20;
 constexpr int kDemoJoints = 7;
 constexpr int kRecordedFrames = 20;
 
 std::string DemoSequence() { return (fs::path(DemoFolder()).parent_path() / "RoboWalk" / "RoboWalk.seq").string(); }
 
-ByteBuilder Container(char const* type) { return ByteBuilder().i32(kContainerMagic).u16(2).u16(1).chars(type).i32(0); }
-
 // A motion file: header (name, frame size, stored count), then `transforms`
 // identity transforms with translation x = their index.
 Bytes MotionFile(char const* name, int32_t frameSize, int32_t storedFrames, int transforms) {
-  ByteBuilder b = Container("Aazo");
+  ByteBuilder b = ContainerHeader("Aazo", 1);
   b.str(name).i32(frameSize).i32(storedFrames);
   for (int i = 0; i < transforms; ++i) b.f32(static_cast<float>(i)).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0);
   return b.get();
@@ -35,7 +33,7 @@ Bytes MotionFile(char const* name, int32_t frameSize, int32_t storedFrames, int 
 // then its four event lists (each its count and events as written), by
 // default empty.
 Bytes SequenceFile(int32_t frames, Bytes const& lists = ByteBuilder().i32(0).i32(0).i32(0).i32(0)) {
-  return Container("Sequ").i32(frames).i32(1).str("Walker").str("Robo").append(lists).get();
+  return ContainerHeader("Sequ", 1).i32(frames).i32(1).str("Walker").str("Robo").append(lists).get();
 }
 
 TEST(ZoToolSequences, InfoAndDumpReadTheRecordedWalk) {
@@ -92,7 +90,7 @@ TEST(ZoToolSequences, FindsEachPlantedFaultWithItsCodeAndOffset) {
       {"Renamed", {}, MotionFile("Other", 2, 1, 2), false, "motion-name-mismatch", false, 16},
       // A stored name that is not UTF-8 prints replaced, not as a crash.
       {"Binary", {}, MotionFile("Bin\xff", 2, 1, 2), false, "motion-name-mismatch", false, 16},
-      {"HeaderOnly", Container("Sequ").get(), {}, false, "no-frames", true, 16},
+      {"HeaderOnly", ContainerHeader("Sequ", 1).get(), {}, false, "no-frames", true, 16},
       {"Trailing", trailing, MotionFile("Walker", 7, 2, 14), true, "trailing-bytes", true, 58},
       {"NoPrototype", SequenceFile(2), MotionFile("Walker", 7, 2, 14), false, "missing-prototype", true, 24},
       {"NoMotion", SequenceFile(2), {}, true, "missing-motion", true, 24},
