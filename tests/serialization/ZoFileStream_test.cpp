@@ -75,15 +75,12 @@ class ZoFileStreamTest : public ::testing::Test {
 TEST_F(ZoFileStreamTest, BufferedReadsWholeBlocksThenShortThenNothing) {
   IoRecorder recorder;
   ZoFileStream stream(File("five.bin", 5000), ZoFileRead, true);
-  ASSERT_EQ(stream.Status(), ZoStreamOk);
   Bytes got(5001, 0xEE);
   ASSERT_EQ(stream.ReadBytes(4096, got.data()), ZoStreamOk);
   EXPECT_EQ(stream.ReadBytes(1000, got.data() + 4096), ZoStreamReadError);
   // Reads of 2048, 2048, 904 and then 0 bytes; the 904 were still delivered.
   EXPECT_EQ(recorder.Results(ZoIoEvent::Read, stream.GetHandle()), (std::vector<int64_t>{2048, 2048, 904, 0}));
-  Bytes expected = Counting(5000);
-  expected.push_back(0xEE);
-  EXPECT_EQ(got, expected);
+  EXPECT_EQ(got, zotest::ByteBuilder().append(Counting(5000)).u8(0xEE).get());
 }
 
 TEST_F(ZoFileStreamTest, PrimitivesAreServedFromTheBuffer) {

@@ -29,11 +29,7 @@ using Strings = std::vector<std::string>;
 Strings Names(ZoPropertySet const& set, int sort = 0) {
   ZoStringList names;
   set.GetPropertyNames(names, sort);
-  Strings result;
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = names.GetFirst(cursor); item != nullptr; item = names.GetNext(cursor))
-    result.emplace_back(static_cast<ZoString*>(item)->c_str());
-  return result;
+  return zotest::Texts(names);
 }
 
 ZoProperty* IntProperty(char const* name, int value) { return new ZoProperty(name, new ZoIntValue(value)); }
@@ -198,11 +194,11 @@ TEST(ZoPropertyListTest, FindMovesToTheFrontAndCopiesKeepTheOrder) {
   assigned.Add(IntProperty("z", 0));
   assigned = list;
   EXPECT_EQ(Hex(Body(assigned)), Hex(Body(list)));
-  // The names are appended to what the list holds already.
+  // The names are appended to what the list holds already, and the whole is sorted.
   ZoStringList names;
   names.AppendString("z");
   list.GetPropertyNames(names, 1);
-  EXPECT_EQ(names.GetCount(), 4);
+  EXPECT_EQ(zotest::Texts(names), (Strings{"a", "b", "c", "z"}));
 }
 
 TEST(ZoPropertyListTest, ReplaceDestroysTheOldOneAndPutsTheNewOneLast) {

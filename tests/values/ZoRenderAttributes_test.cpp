@@ -13,6 +13,7 @@
 #include <limits>
 #include <sstream>
 #include <string>
+#include <vector>
 
 using zotest::ByteBuilder;
 using zotest::Bytes;
@@ -127,12 +128,9 @@ TEST(ZoMaterialTest, OpacityMaskIsAPropertyThatMovesToTheEnd) {
   material.SetOpacityMask("mask1");
   material.properties.Add(new ZoProperty("after", new ZoIntValue(1)));
   material.SetOpacityMask("mask2");
-  EXPECT_EQ(material.properties.GetCount(), 2);
   ZoStringList names;
   material.properties.GetPropertyNames(names, 0);
-  ZoDblListItem* cursor = nullptr;
-  names.GetLast(cursor);
-  EXPECT_EQ(*ZoStringList::StringAt(cursor), ZoString("OpacityMask"));
+  EXPECT_EQ(zotest::Texts(names), (std::vector<std::string>{"after", "OpacityMask"}));
   EXPECT_EQ(material.GetOpacityMask(), ZoString("mask2"));
   // A mask property without a string conversion reads as no mask.
   material.properties.Replace(new ZoProperty("OpacityMask", new ZoVector3Value));
