@@ -33,6 +33,7 @@ using zotest::Reader;
 using zotest::TempFolder;
 
 using zoskeletontest::AddTransform;
+using zoskeletontest::ReadBody;
 using ActorRef = ZoRef<ZoProtoActor>;
 using SkillRef = ZoRef<ZoProtoSkill>;
 

@@ -155,9 +155,7 @@ TEST(ZoProtoActorBody, CurrentBodyByteForByteAndBack) {
   ASSERT_EQ(Body(*actor, 0), expected);
 
   ActorRef back(new ZoProtoActor);
-  Reader reader(expected, 0);
-  ASSERT_EQ(back->ReadFromStream(*reader), ZoStreamOk);
-  EXPECT_EQ(reader.Consumed(), expected.size());
+  ASSERT_EQ(ReadBody(*back, expected, 0), ZoStreamOk);
   EXPECT_EQ(back->Version(), 3);
   EXPECT_EQ(static_cast<ZoString>(*back->Properties().Find("ZO_faceNode")), "Head");
   EXPECT_EQ(back->MaxProximityDef().radius, 2.0f);

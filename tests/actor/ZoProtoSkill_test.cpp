@@ -63,13 +63,6 @@ void AddEveryRecordBytes(ByteBuilder& b) {
   b.i32(0x5072544B).i32(20).i32(21).i32(22).append(Body(material));
 }
 
-ZoProtoSkill* ReadSkillBody(Bytes const& bytes, ZoStreamError& status, int32_t version = 0) {
-  Reader reader(bytes, version);
-  auto* skill = new ZoProtoSkill;
-  status = skill->ReadFromStream(*reader);
-  return skill;
-}
-
 // What a skill read from a file holds: name, version, format, type, rate,
 // per joint whether it has keys, and which of `facing`, records and the
 // conversion it read.
@@ -104,9 +97,8 @@ TEST(ZoProtoSkillBody, DefaultAndSklNBodiesByteForByteAndBack) {
     ByteBuilder expected = c.head;
     AddTransform(expected, ZoTransform3()).i32(33).i32(0).i32(0).f32(1).f32(0).f32(0).f32(0);
     EXPECT_EQ(Body(*c.skill, 0), expected.get());
-    ZoStreamError status;
-    SkillRef back(ReadSkillBody(expected, status));
-    EXPECT_EQ(status, ZoStreamOk);
+    SkillRef back(new ZoProtoSkill);
+    EXPECT_EQ(ReadBody(*back, expected, 0), ZoStreamOk);
     EXPECT_EQ(Describe(*back, ZoTransform3()), c.facts);
   }
 }
@@ -134,9 +126,8 @@ TEST(ZoProtoSkillBody, Version106WithJointsAndEveryRecord) {
   expected.f32(0.5f).f32(0.5f).f32(0.5f).f32(0.5f);
   ASSERT_EQ(Body(*skill, 0), expected.get());
 
-  ZoStreamError status;
-  SkillRef back(ReadSkillBody(expected, status));
-  ASSERT_EQ(status, ZoStreamOk);
+  SkillRef back(new ZoProtoSkill);
+  ASSERT_EQ(ReadBody(*back, expected, 0), ZoStreamOk);
   EXPECT_EQ(back->ParentIndex(2), -1);  // not set until the skill meets its actor
   EXPECT_EQ(Body(*back, 0), expected.get());
 }

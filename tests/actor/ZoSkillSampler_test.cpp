@@ -243,8 +243,7 @@ TEST(ZoSkillSamplerRevision, ReadingABodyIsSampledAtOnceAndDirectEditsWaitForReb
   SkillRef source(FigureSkill(actor.get(), "Walk"));
   SkillRef skill(new ZoProtoSkill);
   ZoSkillSampler sampler(skill.get());
-  Reader reader(Body(*source));
-  ASSERT_EQ(skill->ReadFromStream(*reader), ZoStreamOk);
+  ASSERT_EQ(ReadBody(*skill, Body(*source)), ZoStreamOk);
   ZoTransform3 pose[4];
   EXPECT_EQ(sampler.SamplePose(50, pose, nullptr), 2);
   EXPECT_FLOAT_EQ(pose[2].translation.x, 3.0f);  // joint 2's only key

@@ -139,11 +139,9 @@ TEST(ZoToolValidate, FindsEachPlantedFaultWithItsCodeAndOffset) {
 
   std::vector<size_t> keys;
   Bytes unordered = SkillFileBytes("Unordered", 7, 2, {{0, 1}, {100, 2}, {50, 3}}, &keys);
-  Bytes cut = SkillFileBytes("Cut", 7, 0, {{0, 1}, {100, 2}}, nullptr);
-  size_t cutAt = cut.size() - 100;  // inside the second key
-  cut.resize(cutAt);
-  Bytes trailing = walk;
-  trailing.insert(trailing.end(), {1, 2, 3});
+  Bytes cut = zotest::Cut(SkillFileBytes("Cut", 7, 0, {{0, 1}, {100, 2}}), 100);  // inside the second key
+  size_t cutAt = cut.size();
+  Bytes trailing = ByteBuilder().append(walk).raw({1, 2, 3});
   Bytes rotated = SkillFileBytes("Rotated", 7, 4, {{0, 1, 1.0f}, {10, 1, 0.5f}}, &keys);
   size_t rotatedKey = keys.back();
 

@@ -71,8 +71,7 @@ TEST(ZoToolSequences, FindsEachPlantedFaultWithItsCodeAndOffset) {
   zotest::TempFolder folder;
   Bytes prototype = FileBytes(fs::path(DemoFolder()) / "Robo.act");
   Bytes torn = MotionFile("Torn", 3, 2, 7);  // two frames of three and a third of one more
-  Bytes trailing = SequenceFile(2);
-  trailing.insert(trailing.end(), {9, 9});
+  Bytes trailing = ByteBuilder().append(SequenceFile(2)).raw({9, 9});
   struct Case {
     char const* name;
     Bytes sequence;  // empty: the case is a lone motion file
