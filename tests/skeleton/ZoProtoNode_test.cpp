@@ -87,19 +87,16 @@ TEST(ZoProtoNode, RelativeHomeTransformsMultiplyUpToTheAncestor) {
   upper->addChild(lower);
   ZoTransform3 const all = root->HomeTransform() * (upper->HomeTransform() * lower->HomeTransform());
 
-  ZoTransform3 out;
-  EXPECT_EQ(lower->GetRelativeHomeTransform(upper, out), 1);
-  EXPECT_EQ(out, lower->HomeTransform());
-  EXPECT_EQ(lower->GetRelativeHomeTransform(root, out), 1);
-  EXPECT_EQ(out, upper->HomeTransform() * lower->HomeTransform());
-  ExpectNear(out * ZoVector3(), ZoVector3(-1, 0, 0));  // (0, 2, 0) of upper's frame
-  EXPECT_EQ(lower->GetRelativeHomeTransform(nullptr, out), 1);
-  EXPECT_EQ(out, all);
-  EXPECT_EQ(lower->GetRelativeHomeTransform(lower, out), 1);
-  EXPECT_EQ(out, ZoTransform3());
+  ZoTransform3 const inRoot = upper->HomeTransform() * lower->HomeTransform();
+  ExpectNear(inRoot * ZoVector3(), ZoVector3(-1, 0, 0));  // (0, 2, 0) of upper's frame
   ZoProtoNode stranger;
-  EXPECT_EQ(lower->GetRelativeHomeTransform(&stranger, out), 0);
-  EXPECT_EQ(out, all);
+  ZoTransform3 out;
+  std::tuple<ZoProtoNode const*, int, ZoTransform3> const cases[] = {
+      {upper, 1, lower->HomeTransform()}, {root, 1, inRoot}, {nullptr, 1, all}, {lower, 1, ZoTransform3()}, {&stranger, 0, all}};
+  for (auto const& [ancestor, found, expected] : cases) {
+    EXPECT_EQ(lower->GetRelativeHomeTransform(ancestor, out), found);
+    EXPECT_EQ(out, expected);
+  }
 
   // The static form stands in for a call on a null node.
   EXPECT_EQ(ZoProtoNode::GetRelativeHomeTransform(nullptr, nullptr, out), 1);
@@ -221,18 +218,16 @@ TEST(ZoProtoNode, CopiesAreDeepAndDropLinksActorAndUserData) {
   // their trees rebuilt, so their triangles may come in another order.
   EXPECT_EQ(BodyWithoutGeometry(copy), BodyWithoutGeometry(*source));
   EXPECT_EQ(Body(copy).size(), Body(*source).size());
-  EXPECT_NE(copy.ColModel(), source->ColModel());
-  EXPECT_NE(copy.ColModel()->GetRoot(), nullptr);  // rebuilt
-  EXPECT_NE(copy.JointLimit(), source->JointLimit());
-  EXPECT_NE(copy.HandleInfo(), source->HandleInfo());
+  std::vector<bool> const own{copy.ColModel() != source->ColModel(), copy.ColModel()->GetRoot() != nullptr,  // rebuilt
+                              copy.JointLimit() != source->JointLimit(), copy.HandleInfo() != source->HandleInfo()};
+  EXPECT_EQ(own, std::vector<bool>(4, true));
 
   // The copy lives on without its source.
   source.reset();
-  EXPECT_EQ(engine.releases, 1);
-  EXPECT_EQ(copy.JointLimit()->GetType(), 3);
   ZoProtoTraversal all(&copy, 0);
-  EXPECT_EQ(all.NumNodes(), 7);
-  EXPECT_NE(all.NodeWithName("eye")->CameraInfo(), nullptr);
+  EXPECT_EQ(std::make_tuple(engine.releases, copy.JointLimit()->GetType(), all.NumNodes(),
+                            all.NodeWithName("eye")->CameraInfo() != nullptr),
+            std::make_tuple(1, 3, 7, true));
 
   // Assignment replaces the content and keeps the links and children.
   ZoProtoNode target;
@@ -250,8 +245,7 @@ TEST(ZoProtoNode, UserDataIsReleasedWhenReplacedAndOnDestruction) {
     EXPECT_EQ(node.SetUserData(&first) + node.SetUserData(&first), 2);  // the same pointer: kept
     EXPECT_EQ(first.releases, 0);
     node.SetUserData(&second);
-    EXPECT_EQ(first.releases, 1);
-    EXPECT_EQ(node.GetUserData(), &second);
+    EXPECT_EQ(std::make_pair(first.releases, node.GetUserData()), std::make_pair(1, static_cast<ZoAi*>(&second)));
   }
   EXPECT_EQ(second.releases, 1);
 }
@@ -263,9 +257,7 @@ TEST(ZoProtoNodeStream, CurrentBodyByteForByte) {
   // limit, spheres or properties; a geometry record with its defaults; UV
   // flag 1, stiffness 1, no children.
   ByteBuilder plain;
-  plain.str("");
-  AddTransform(plain, ZoTransform3());
-  plain.i32(0).i32(0).i32(0).append(Body(ZoPropertyTable()));
+  AddTransform(plain.str(""), ZoTransform3()).i32(0).i32(0).i32(0).append(Body(ZoPropertyTable()));
   plain.i32(1).i32(0).append(Body(ZoMaterial())).f32(1.0f).f32(1.0f).i32(0).i32(0).i32(32).i32(32);
   plain.i32(1).f32(1.0f).i32(0);
   EXPECT_EQ(Body(ZoProtoNode()), plain.get());
@@ -296,18 +288,14 @@ TEST(ZoProtoNodeStream, CurrentBodyByteForByte) {
   node.addChild(grip);
 
   ByteBuilder expected;
-  expected.str("Hip");
-  AddTransform(expected, node.HomeTransform());
-  expected.i32(0);                                      // no model: format 0, no geometry
+  AddTransform(expected.str("Hip"), node.HomeTransform()).i32(0);  // no model: format 0, no geometry
   expected.i32(1).chars("JLHn").append(Body(*hinge));  // the framed limit
   expected.i32(1).f32(0.5f).f32(0.25f).f32(0).f32(0.75f).u32(7);
   expected.append(Body(node.Properties()));
   expected.i32(1).i32(1).append(Body(node.GeomInfo()->material)).f32(0.5f).f32(1.0f).i32(0).i32(9).i32(32).i32(32);
   expected.i32(0).f32(0.5f);  // UV flag, stiffness
   expected.i32(1);            // one child
-  expected.str("Grip");
-  AddTransform(expected, ZoTransform3());
-  expected.i32(0).i32(0).i32(0).append(Body(ZoPropertyTable()));
+  AddTransform(expected.str("Grip"), ZoTransform3()).i32(0).i32(0).i32(0).append(Body(ZoPropertyTable()));
   expected.i32(2).i32(3).f32(0.05f).f32(0.2f).u32(0xDEADBEEFu);
   expected.i32(1).f32(1.0f).i32(0);
   ASSERT_EQ(Body(node), expected.get()) << zotest::Hex(Body(node)) << "\n" << zotest::Hex(expected);
