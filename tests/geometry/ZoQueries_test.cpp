@@ -23,6 +23,12 @@ using Vec = Eigen::Vector3d;
 
 Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
 
+// A set that opens its protected point-to-face step to the tests.
+class OpenSet : public ZoTriangleSet {
+ public:
+  using ZoTriangleSet::PointTriDistance;
+};
+
 // A set of one triangle per call of Add, with a material per triangle.
 class Triangles {
  public:
@@ -40,7 +46,7 @@ class Triangles {
     set.MaterialIndex(used) = static_cast<int16_t>(material);
     return used++;
   }
-  ZoTriangleSet set;
+  OpenSet set;
   int used = 0;
 };
 
@@ -155,15 +161,9 @@ TEST(ZoRayTriangle, AgreesWithFcl) {
 // The protected point-to-face step: the perpendicular foot, only when it
 // lies in the triangle and beats the best so far.
 TEST(ZoRayTriangle, PointTriDistance) {
-  class Open : public ZoTriangleSet {
-   public:
-    using ZoTriangleSet::PointTriDistance;
-  };
-  Open set;
-  set.Create(ZoTriSetIndexed, 0, 1, 3, 0);
-  set.Vertex(1) = ZoVector3(2, 0, 0);
-  set.Vertex(2) = ZoVector3(0, 2, 0);
-  set.Triangle(0).Set(0, 1, 2);
+  Triangles t(1);
+  OpenSet const& set = t.set;
+  t.Add({0, 0, 0}, {2, 0, 0}, {0, 2, 0});
   ZoTransform3 lift(ZoVector3(0, 0, 1), ZoRotation3());
   ZoVector3 closest(9, 9, 9);
   float best = 100;

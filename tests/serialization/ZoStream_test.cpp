@@ -187,9 +187,7 @@ TEST_F(ZoStreamTest, StringLengthLimitIs512OnReadingOnly) {
 // --- Framing ----------------------------------------------------------------
 
 TEST_F(ZoStreamTest, NullSizedAndUnsizedFrames) {
-  ZoMemoryStream nulls;
-  EXPECT_EQ(nulls.WriteObject(nullptr), ZoStreamOk);
-  EXPECT_EQ(Hex(Written(nulls)), "FE FF FF FF");
+  EXPECT_EQ(Hex(zotest::Framed(nullptr)), "FE FF FF FF");
 
   SizedInt seven;
   seven.value = 7;
@@ -202,9 +200,7 @@ TEST_F(ZoStreamTest, NullSizedAndUnsizedFrames) {
   Named a;
   a.name = "a";
   a.child.reset(new SizedInt(seven));
-  ZoMemoryStream outer;
-  outer.WriteObject(&a);
-  Bytes bytes = Written(outer);
+  Bytes bytes = zotest::Framed(&a);
   EXPECT_EQ(Hex(bytes), Hex(ByteBuilder().raw({0x70, 0x6F, 0x72, 0x50}).i32(1).chars("a").append(kFramedSeven)));
   // The current type and size are set while an object is read and restored after.
   Reader reader(ByteBuilder().i32(-2).append(bytes));

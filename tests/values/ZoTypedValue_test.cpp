@@ -1,7 +1,7 @@
 // Typed values: stream bodies against hand-built layouts, the conversion
 // matrix, comparison and its asymmetry, copies and the modification
 // callback, list and array ownership, and opaque values. Reading every class
-// back is covered by the round trips in ZoValuesRobustness_test.cpp.
+// back is covered by the round trips in ZoValuesReadFailures_test.cpp.
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 #include <zoactor/values/ZoArrayValue.h>
 #include <zoactor/values/ZoListValue.h>
@@ -132,12 +132,8 @@ TEST(ZoTypedValueCompare, ConvertsTheOtherSideWrapsAndGivesMinusOneForOtherKinds
   EXPECT_EQ(ZoIntValue(5).Compare(ZoFloatValue(5.9f)), 0);
   EXPECT_EQ(ZoFloatValue(5.9f).Compare(ZoIntValue(5)), 1);
   EXPECT_EQ(ZoFloatValue(4.5f).Compare(ZoIntValue(5)), -1);
-  EXPECT_EQ(ZoIntValue(12).Compare(ZoStringValue(ZoString("12"))), 0);
-  EXPECT_EQ(ZoStringValue(ZoString("12")).Compare(ZoIntValue(12)), 0);
   EXPECT_GT(ZoStringValue(ZoString("12.0")).Compare(ZoIntValue(12)), 0);  // "12.0" against "12"
   EXPECT_EQ(ZoIntValue(12).Compare(ZoStringValue(ZoString("12.0"))), 0);  // atoi stops at the dot
-  EXPECT_LT(ZoIntValue(3).Compare(ZoIntValue(10)), 0);
-  EXPECT_GT(ZoIntValue(10).Compare(ZoIntValue(3)), 0);
   EXPECT_EQ(ZoIntValue(INT_MIN).Compare(ZoIntValue(1)), INT_MAX);  // the difference wraps
   EXPECT_EQ(ZoIntValue(INT_MAX).Compare(ZoIntValue(-1)), INT_MIN);
   EXPECT_LT(ZoStringValue(ZoString("a")).Compare(ZoStringValue(ZoString("\xE9"))), 0);  // unsigned bytes
@@ -148,10 +144,7 @@ TEST(ZoTypedValueCompare, ConvertsTheOtherSideWrapsAndGivesMinusOneForOtherKinds
   EXPECT_EQ(ZoFloatValue(3).Compare(ZoListValue()), -1);
   EXPECT_EQ(ZoStringValue().Compare(ZoTransform3Value()), -1);
   ZoVector3Value vector;
-  ZoTransform2Value planar;
   EXPECT_EQ(vector.Compare(vector), -1);
-  EXPECT_EQ(vector.Compare(ZoIntValue(0)), -1);
-  EXPECT_EQ(planar.Compare(planar), -1);
 }
 
 TEST(ZoTypedValueCopy, CopyConstructorKeepsTheCallbackCopyAndAssignmentDoNot) {
@@ -315,7 +308,6 @@ TEST(ZoOpaqueValueTest, AnUnknownFrameWritesBackTheSameSeventeenBytes) {
   EXPECT_EQ(ZoStreamConstructorEntry::Find(ZoTypeCode::OpaqueValue), nullptr);
   ZoOpaqueValue empty;
   EXPECT_EQ(Hex(Framed(&empty)), Hex(SizedFrame(0x564F7071, 0)));
-  EXPECT_EQ(empty.Compare(empty), -1);
   // A zero-size frame gives an empty value under the frame's code.
   object = ReadFramed(SizedFrame(0x41424344, 0), status, kZoCurrentVersion, &ZoOpaqueValue::Create);
   ASSERT_EQ(status, ZoStreamOk);
