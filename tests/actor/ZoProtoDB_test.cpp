@@ -60,7 +60,9 @@ ZoProtoActor* Added(char const* name) {
 }
 
 // Saves an actor "Dog" with two skills into `folder`/Dog/.
-void SaveDog(TempFolder const& folder) { ASSERT_EQ(SavableDog(folder, {"Walk", "Run"})->Save(ZoSkillFormatKeyframed), 1); }
+void SaveDog(TempFolder const& folder) {
+  ASSERT_EQ(SavableDog(folder, {"Walk", "Run"})->Save(ZoSkillFormatKeyframed), 1);
+}
 
 TEST_F(ZoProtoDBTest, LoadsEachFileOnceUnderItsBaseName) {
   TempFolder folder;

@@ -16,7 +16,9 @@ using zoseqtest::ContainerHeader;
 
 FileFacts Facts(Bytes const& bytes) { return FactsOfBytes(bytes.data(), bytes.size()); }
 
-Bytes Container(char const* type, uint16_t version, int32_t object) { return ContainerHeader(type, version).i32(object); }
+Bytes Container(char const* type, uint16_t version, int32_t object) {
+  return ContainerHeader(type, version).i32(object);
+}
 
 TEST(ZoToolFiles, KindsAndVersionsFromTheFirstBytes) {
   struct Case {

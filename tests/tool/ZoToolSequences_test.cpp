@@ -130,7 +130,8 @@ TEST(ZoToolSequences, EventListsAreDumpedAndAnOverlongCountIsRefused) {
   events.i32(0);
   events.i32(2).i32(7).u32(40).str("").i32(8).u32(0xFFFFFFFFu).str("Walker");  // two sound events
   events.i32(0);
-  Json const listed = RunOk("dump " + Quoted(folder.WriteFile("Events.seq", SequenceFile(2, events))))["sequence"]["events"];
+  std::string const file = folder.WriteFile("Events.seq", SequenceFile(2, events));
+  Json const listed = RunOk("dump " + Quoted(file))["sequence"]["events"];
   EXPECT_EQ(listed["addActor"], Json::parse(R"([{"type":1,"frameTime":0,"actor":"Walker"}])"));
   EXPECT_EQ(listed["removeActor"], Json::array());
   EXPECT_EQ(listed["sound"], Json::parse(R"([{"type":7,"frameTime":40,"actor":""},)"
