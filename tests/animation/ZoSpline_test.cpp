@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 using zotest::About;
@@ -59,9 +61,7 @@ TEST(ZoSplineLinear, StraightAtConstantSpeed) {
   EXPECT_EQ(spline.LengthInTime(), 100u);
   ZoSplineControlPoint const* p0 = spline.ControlPoint(0);
   ZoSplineControlPoint const* p1 = spline.ControlPoint(1);
-  EXPECT_EQ(p0->time, 0u);
-  EXPECT_EQ(p0->inControl, kFrom);
-  EXPECT_EQ(p1->outControl, kTo);
+  EXPECT_EQ(std::make_tuple(p0->time, p0->inControl, p1->outControl), std::make_tuple(0u, kFrom, kTo));
   ExpectClose(p0->outControl, ZoTransform3({7.0f / 3, 2.0f / 3, 13.0f / 3}, About(0.4f, {0, 1, 0})));
   ExpectNear(p1->inControl.translation, {11.0f / 3, -2.0f / 3, 17.0f / 3});
 
@@ -73,8 +73,7 @@ TEST(ZoSplineLinear, StraightAtConstantSpeed) {
   ZoTransform3 kept = kUnset;
   EXPECT_EQ(spline.InterpolateAtTime(150, kept), 0);
   EXPECT_EQ(kept, kUnset);
-  EXPECT_EQ(spline.ControlPoint(2), nullptr);
-  EXPECT_EQ(spline.ControlPoint(-1), nullptr);
+  EXPECT_EQ(std::make_tuple(spline.ControlPoint(2), spline.ControlPoint(-1)), std::make_tuple(nullptr, nullptr));
 }
 
 TEST(ZoSplineSubdivision, InsertingPointsKeepsAStraightSplineExactly) {
@@ -86,10 +85,8 @@ TEST(ZoSplineSubdivision, InsertingPointsKeepsAStraightSplineExactly) {
 
   ZoSplineControlPoint* mid = spline.InsertControlPoint(50);
   ASSERT_NE(mid, nullptr);
-  EXPECT_EQ(mid->time, 50u);
+  EXPECT_EQ(std::make_tuple(mid->time, spline.ControlPoint(1), mid->segmentLength), std::make_tuple(50u, mid, 0.0f));
   ExpectClose(mid->transform, at50);
-  EXPECT_EQ(spline.ControlPoint(1), mid);
-  EXPECT_EQ(mid->segmentLength, 0.0f);
 
   for (uint32_t t : {13u, 77u, 31u, 99u, 1u}) ASSERT_NE(spline.InsertControlPoint(t), nullptr) << t;
   EXPECT_EQ(spline.InsertControlPoint(50), mid);  // an existing time
@@ -151,13 +148,12 @@ TEST(ZoSplineArcLength, TablesAndDistanceLookups) {
 TEST(ZoSplineSearch, ClosestApproachSamplesAHundredTimes) {
   ZoSpline spline, still, longest;
   spline.SetLinear(Along(0), Along(990), 990);
-  EXPECT_EQ(spline.ClosestApproach({503, 0, 0}, 0.0f), 500u);
-  EXPECT_EQ(spline.ClosestApproach({503, 40, 0}, 0.0f), 500u);
-  EXPECT_EQ(spline.ClosestApproach({0, 0, 0}, 250.0f), 250u);
-  EXPECT_EQ(spline.ClosestApproach({2000, 0, 0}, 0.0f), 990u);
-  // Every sample equally near: the earliest wins.
+  // With every sample equally near the earliest wins.
   still.SetLinear(Along(0), ZoTransform3({0, 0, 0}, About(2, {0, 0, 1})), 990);
-  EXPECT_EQ(still.ClosestApproach({1, 0, 0}, 0.0f), 0u);
+  std::vector<uint32_t> const found{spline.ClosestApproach({503, 0, 0}, 0.0f), spline.ClosestApproach({503, 40, 0}, 0.0f),
+                                    spline.ClosestApproach({0, 0, 0}, 250.0f), spline.ClosestApproach({2000, 0, 0}, 0.0f),
+                                    still.ClosestApproach({1, 0, 0}, 0.0f)};
+  EXPECT_EQ(found, std::vector<uint32_t>({500, 500, 250, 990, 0}));
   // At the top of the time range the sample times stay in range.
   longest.SetLinear(Along(0), Along(99), 0xFFFFFFFFu);
   EXPECT_GT(longest.ClosestApproach({98.9f, 0, 0}, 0.0f), 0xF0000000u);
@@ -200,8 +196,8 @@ TEST(ZoSplineEditing, TransformScaleAndDuration) {
 
   scaled.SetLinear(kFrom, kTo, 101);
   scaled.Scale({2, 0.5f, -1});
-  EXPECT_EQ(scaled.ControlPoint(0)->transform.translation, ZoVector3(2, 1, -3));
-  EXPECT_EQ(scaled.ControlPoint(1)->outControl, ZoTransform3({10, -1, -7}, kTo.rotation));
+  EXPECT_EQ(std::make_pair(scaled.ControlPoint(0)->transform.translation, scaled.ControlPoint(1)->outControl),
+            std::make_pair(ZoVector3(2, 1, -3), ZoTransform3({10, -1, -7}, kTo.rotation)));
 
   // Durations scale with truncation (16.5, 50.5), clamp at the top of the
   // range, and go to 0 for negative or NaN factors.
@@ -215,12 +211,12 @@ TEST(ZoSplineEditing, TransformScaleAndDuration) {
   EXPECT_EQ(times, std::vector<uint32_t>({0, 16, 50, 0, 0xFFFFFFFFu, 0xFFFFFFFFu, 0, 0, 0, 0, 0, 0}));
 
   // Appending keeps times in order.
-  ZoSplineControlPoint early;
+  ZoSplineControlPoint early, late;
   early.time = 5;
+  late.time = 10;
   ordered.SetLinear(kFrom, kTo, 10);
-  EXPECT_EQ(ordered.AppendControlPoint(early), nullptr);
-  early.time = 10;
-  EXPECT_NE(ordered.AppendControlPoint(early), nullptr);
+  std::vector<bool> const appended{ordered.AppendControlPoint(early) != nullptr, ordered.AppendControlPoint(late) != nullptr};
+  EXPECT_EQ(appended, std::vector<bool>({false, true}));
 }
 
 TEST(ZoSplineCopies, AssignmentKeepsItsOwnAlignAxis) {
@@ -229,15 +225,14 @@ TEST(ZoSplineCopies, AssignmentKeepsItsOwnAlignAxis) {
   source.Integrate();
   source.SetAlignAxis(2);
   ZoSpline copy(source);
-  EXPECT_EQ(copy.GetAlignAxis(), 2);
-  EXPECT_EQ(zotest::Body(copy), zotest::Body(source));
   assigned.SetAlignAxis(4);
   assigned.SetLinear(kTo, kFrom, 5);
   assigned.InsertControlPoint(2);
   assigned = source;
   assigned = assigned;  // NOLINT: self-assignment keeps the points
-  EXPECT_EQ(assigned.GetAlignAxis(), 4);
-  EXPECT_EQ(zotest::Body(assigned), zotest::Body(source));
+  EXPECT_EQ(std::make_pair(copy.GetAlignAxis(), assigned.GetAlignAxis()), std::make_pair(2, 4));
+  EXPECT_EQ(std::make_pair(zotest::Body(copy), zotest::Body(assigned)),
+            std::make_pair(zotest::Body(source), zotest::Body(source)));
 }
 
 TEST(ZoSplineStream, BodyIsCountRawPointsAndLength) {

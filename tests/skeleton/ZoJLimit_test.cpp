@@ -143,16 +143,17 @@ TEST(ZoJLEuler, CentreAndPivot) {
   pivot.SetValue(1, 0.0f, 0.0f);
   pivot.SetValue(2, 0.0f, 0.0f);
   pivot.PivotLimit(About(0.3f, kZ));
-  float z0 = 0, z1 = 0, x0 = 1, x1 = 1;
-  pivot.GetValue(0, z0, z1);
-  pivot.GetValue(2, x0, x1);
-  ExpectNear(ZoVector3(z0, z1, 0), ZoVector3(-0.2f, 0.8f, 0));
-  ExpectNear(ZoVector3(x0, x1, 0), ZoVector3(0, 0, 0));
+  ZoVector3 z, x(1, 1, 1);
+  pivot.GetValue(0, z.x, z.y);
+  pivot.GetValue(2, x.x, x.y);
+  ExpectNear(z, ZoVector3(-0.2f, 0.8f, 0));
+  ExpectNear(x, ZoVector3(0, 0, 1));
 }
 
 TEST(ZoJLLinear, ProjectsOntoTheSegmentAndAlwaysReportsAChange) {
   ZoJLLinear linear;  // from (0, −1, 0) to (0, 1, 0)
-  ZoVector3 const cases[][2] = {{{5, 0.5f, 0}, {0, 0.5f, 0}}, {{0, -4, 0}, {0, -1, 0}}, {{0, 2.5f, 0}, {0, 1, 0}}, {{0, 1, 0}, {0, 1, 0}}};
+  ZoVector3 const cases[][2] = {
+      {{5, 0.5f, 0}, {0, 0.5f, 0}}, {{0, -4, 0}, {0, -1, 0}}, {{0, 2.5f, 0}, {0, 1, 0}}, {{0, 1, 0}, {0, 1, 0}}};
   for (auto const& c : cases) {
     ZoTransform3 t(c[0], About(0.3f, kX));
     EXPECT_EQ(linear.FixTransform(t), 1);
@@ -162,11 +163,11 @@ TEST(ZoJLLinear, ProjectsOntoTheSegmentAndAlwaysReportsAChange) {
   diagonal.SetValue(ZoVector3(1, 1, 1), ZoVector3(3, 3, 1));
   EXPECT_NEAR(diagonal.Length(), 2.828427f, 1e-5f);
   ExpectNear(diagonal.Direction(), ZoVector3(0.70710677f, 0.70710677f, 0));
-  ZoTransform3 t(ZoVector3(1, 3, 7), ZoRotation3());
+  ZoTransform3 t(ZoVector3(1, 3, 7), ZoRotation3()), centred(ZoVector3(9, 9, 9), ZoRotation3());
   diagonal.FixTransform(t);
+  EXPECT_EQ(diagonal.CenterTransform(centred), 1);
   ExpectNear(t.translation, ZoVector3(2, 2, 1));
-  EXPECT_EQ(diagonal.CenterTransform(t), 1);
-  EXPECT_EQ(t.translation, ZoVector3(2, 2, 1));
+  EXPECT_EQ(centred.translation, ZoVector3(2, 2, 1));
 
   // Pivoting turns the ends but keeps the direction until SetValue.
   linear.PivotLimit(About(kPi / 2, kZ));  // the y axis onto −x
@@ -181,20 +182,18 @@ TEST(ZoJLLinear, ProjectsOntoTheSegmentAndAlwaysReportsAChange) {
 
 TEST(ZoJLTranslate, ClampsIntoTheBox) {
   ZoJLTranslate box, crossed;  // ±0.1 on every axis
-  ZoTransform3 t(ZoVector3(0.3f, 0, -1), About(1.0f, kY));
-  EXPECT_EQ(box.FixTransform(t), 1);
+  ZoTransform3 t(ZoVector3(0.3f, 0, -1), About(1.0f, kY)), inside(ZoVector3(0.05f, 0, -0.1f), ZoRotation3());
+  EXPECT_EQ(std::make_pair(box.FixTransform(t), box.FixTransform(inside)), std::make_pair(1, 0));
   EXPECT_EQ(t, ZoTransform3(ZoVector3(0.1f, 0, -0.1f), About(1.0f, kY)));
-  ZoTransform3 inside(ZoVector3(0.05f, 0, -0.1f), ZoRotation3());
-  EXPECT_EQ(box.FixTransform(inside), 0);
   EXPECT_EQ(inside.translation, ZoVector3(0.05f, 0, -0.1f));
 
   // A minimum above its maximum: the maximum wins.
   crossed.SetValue(ZoVector3(1, 0, 0), ZoVector3(-1, 1, 1));
   t.translation = ZoVector3(0, 0.5f, 0.5f);
-  EXPECT_EQ(crossed.FixTransform(t), 1);
-  EXPECT_EQ(t.translation, ZoVector3(-1, 0.5f, 0.5f));
-  EXPECT_EQ(crossed.CenterTransform(t), 1);
-  EXPECT_EQ(t.translation, ZoVector3(0, 0.5f, 0.5f));
+  ZoTransform3 centred(ZoVector3(5, 5, 5), ZoRotation3());
+  EXPECT_EQ(std::make_pair(crossed.FixTransform(t), crossed.CenterTransform(centred)), std::make_pair(1, 1));
+  EXPECT_EQ(std::make_pair(t.translation, centred.translation),
+            std::make_pair(ZoVector3(-1, 0.5f, 0.5f), ZoVector3(0, 0.5f, 0.5f)));
 
   box.PivotLimit(About(kPi, kZ));
   ZoVector3 lo, hi;
