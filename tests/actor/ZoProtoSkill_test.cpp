@@ -11,7 +11,7 @@
 
 #include <functional>
 #include <string>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 using namespace zoacttest;
@@ -217,10 +217,8 @@ TEST(ZoProtoSkill, CopiesDeepCopyJointsButNotRecordsOrFacing) {
   AddEveryRecord(*source);
 
   SkillRef copy(source->Duplicate());
-  EXPECT_EQ(std::make_tuple(copy->RefCount(), copy->GetSampleRate(), copy->Format(), copy->ParentIndex(3)),
-            std::make_tuple(1, 20, ZoSkillFormatNone, 0));
-  EXPECT_EQ(copy->GetForwardFacingXform(), ZoTransform3());
-  EXPECT_EQ(copy->SubclassData(), nullptr);
+  EXPECT_EQ(Describe(*copy, ZoTransform3()), "Walk v1 SklN type 0 rate 20 keys 1010 facing");
+  EXPECT_EQ(std::make_pair(copy->RefCount(), copy->ParentIndex(3)), std::make_pair(1, 0));
   ASSERT_NE(copy->Joint(0), source->Joint(0));
   EXPECT_EQ(copy->Joint(0)->NumKeyframes(), 2);
 
