@@ -117,9 +117,10 @@ TEST(ZoOrientedBoxFit, AxesMatchEigen) {
     ZoTriangleSet::FindOrientedBox(points.data(), static_cast<int>(points.size()), box);
 
     Eigen::Matrix3Xd cloud(3, points.size());
-    for (size_t k = 0; k < points.size(); ++k) cloud.col(static_cast<Eigen::Index>(k)) << points[k].x, points[k].y, points[k].z;
+    for (size_t k = 0; k < points.size(); ++k)
+      cloud.col(static_cast<Eigen::Index>(k)) << points[k].x, points[k].y, points[k].z;
     Eigen::Matrix3Xd centred = cloud.colwise() - cloud.rowwise().mean();
-    Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(centred * centred.transpose() / static_cast<double>(points.size()));
+    Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(centred * centred.transpose() / double(points.size()));
     for (int i = 0; i < 3; ++i) {
       Eigen::Vector3d expected = solver.eigenvectors().col(2 - i);  // Eigen sorts ascending
       ZoVector3 axis = Axis(box, i);

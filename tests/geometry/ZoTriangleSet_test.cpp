@@ -120,7 +120,8 @@ TEST(ZoTriangleSetLayout, CreateFollowsTheType) {
   for (ZoTriangleSetType sequential : {ZoTriSetSequential1, ZoTriSetSequential2}) {
     ZoTriangleSet strip;
     EXPECT_TRUE(strip.Create(sequential, ZoTriSetMaterialIndices, 4, 99, 0));
-    EXPECT_EQ(Describe(strip), "type " + std::to_string(sequential) + ", flags 8, 6 vertices, 4 triangles, 0 textures, 0 materials");
+    EXPECT_EQ(Describe(strip),
+              "type " + std::to_string(sequential) + ", flags 8, 6 vertices, 4 triangles, 0 textures, 0 materials");
     EXPECT_EQ(strip.GetTriangles(), nullptr);
     strip.MaterialIndex(3) = 1;  // material indices exist for its triangles
   }

@@ -90,7 +90,8 @@ TEST_F(ZoFileTest, HeaderIsMagicVersionsTypeAndZeroAndIsReadBack) {
   // Neither the format version nor the last header field is checked.
   Bytes bytes = ByteBuilder().raw({0x20, 0x5A, 0x4F, 0x42}).u16(9).u16(3).chars("Aazo").i32(-1).i32(12);
   ASSERT_EQ(file.Open(File("m.anm", bytes), 0), 1);
-  EXPECT_EQ(std::make_tuple(file.GetFormatVersion(), file.GetVersion(), file.GetType()), std::make_tuple(9, 3, ZoFileType("Aazo")));
+  EXPECT_EQ(std::make_tuple(file.GetFormatVersion(), file.GetVersion(), file.GetType()),
+            std::make_tuple(9, 3, ZoFileType("Aazo")));
   int32_t value = 0;
   EXPECT_EQ(file.Read(value), 1);
   EXPECT_EQ(value, 12);

@@ -47,28 +47,9 @@ void Notify(ZoTypedValue*, intptr_t) {}
 
 }  // namespace
 
-TEST(ZoTypedValueStream, FramesMatchTheirLayouts) {
-  ZoIntValue seven(7);
-  Bytes const sixteen{0xFF, 0xFF, 0xFF, 0xFF, 0x74, 0x6E, 0x49, 0x56, 0x04, 0x00, 0x00, 0x00, 0x07, 0x00, 0x00, 0x00};
-  EXPECT_EQ(Hex(Framed(&seven)), Hex(sixteen));
-
-  ZoFloatValue real(-1.25f);
-  ZoStringValue text(ZoString("abc")), empty;
+// The framed layouts of every value are checked in ZoValuesReadFailures_test.cpp.
+TEST(ZoTypedValueStream, AShortBlockLeavesAVectorUnchanged) {
   ZoVector3Value vector(ZoVector3(1.0f, 2.0f, -3.0f));
-  ZoTransform2Value planar(ZoTransform2(4.0f, 5.0f, 0.25f));
-  ZoTransform3Value rigid(ZoTransform3(ZoVector3(1.0f, -2.0f, 3.5f), ZoRotation3(0.5f, 0.5f, -0.5f, 0.5f)));
-  ZoTransform3Value identity;
-  EXPECT_EQ(Hex(Framed(&real)), Hex(SizedFrame(0x56466C6F, 4).f32(-1.25f)));
-  EXPECT_EQ(Hex(Framed(&text)), Hex(SizedFrame(0x56537472, 7).str("abc")));
-  EXPECT_EQ(Hex(Framed(&empty)), Hex(SizedFrame(0x56537472, 4).i32(0)));
-  EXPECT_EQ(Hex(Framed(&vector)), Hex(SizedFrame(0x56566533, 12).f32(1).f32(2).f32(-3)));
-  EXPECT_EQ(Hex(Framed(&planar)), Hex(SizedFrame(0x56547232, 12).f32(4).f32(5).f32(0.25f)));
-  EXPECT_EQ(Hex(Framed(&rigid)),
-            Hex(SizedFrame(0x56547233, 28).f32(1).f32(-2).f32(3.5f).f32(0.5f).f32(0.5f).f32(-0.5f).f32(0.5f)));
-  // The identity rotation is stored scalar first: 1, 0, 0, 0.
-  EXPECT_EQ(Hex(Framed(&identity)), Hex(SizedFrame(0x56547233, 28).f32(0).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0)));
-
-  // A short block leaves a vector unchanged.
   Reader reader(ByteBuilder().f32(9).f32(9));
   *reader >> vector;
   EXPECT_EQ(reader->Status(), ZoStreamReadError);
@@ -236,20 +217,6 @@ TEST(ZoListValueTest, OwnsItsItemsThroughClearCopyAssignmentAndDestruction) {
     EXPECT_EQ(Tracked::live, 5);
   }
   EXPECT_EQ(Tracked::live, 0);
-}
-
-TEST(ZoArrayValueTest, StreamsCountAndItemsWithNullMarkers) {
-  ZoArrayValue array;
-  ASSERT_EQ(array.SetNumItems(3), 1);
-  array.SetItem(0, new ZoIntValue(5));
-  array.SetItem(2, new ZoStringValue(ZoString("z")));
-  Bytes expected = ByteBuilder()
-                       .raw({0xFF, 0xFF, 0xFF, 0xFF, 0x72, 0x72, 0x41, 0x56, 0x00, 0x00, 0x00, 0x00})
-                       .i32(3)
-                       .append(FramedInt(5))
-                       .i32(-2)
-                       .append(SizedFrame(0x56537472, 5).str("z"));
-  EXPECT_EQ(Hex(Framed(&array)), Hex(expected));
 }
 
 TEST(ZoArrayValueTest, ResizingKeepsTheFrontDestroysTheRestAndAddsNulls) {

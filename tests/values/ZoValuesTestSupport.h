@@ -39,6 +39,7 @@ inline zotest::ByteBuilder SizedFrame(int32_t code, int32_t size) {
   return frame;
 }
 inline Bytes FramedInt(int32_t value) { return SizedFrame(0x56496E74, 4).i32(value); }
+inline Bytes Rgba(float r, float g, float b, float a) { return zotest::ByteBuilder().f32(r).f32(g).f32(b).f32(a); }
 
 // Reads one framed object from `bytes`; `status` gets the stream's status.
 inline ObjectPtr ReadFramed(Bytes const& bytes, ZoStreamError& status, int32_t version = kZoCurrentVersion,
