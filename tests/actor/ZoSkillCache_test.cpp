@@ -51,7 +51,9 @@ std::vector<std::string> Listing(std::string const& folder) {
   return names;
 }
 
-TEST(ZoSkillCache, LookupsIgnoreCaseAndReadTheFileOnce) {
+// Lookups and additions ignore case: a skill added under a cached name
+// replaces the cached skill.
+TEST(ZoSkillCache, LookupsAndAdditionsIgnoreCaseAndReadTheFileOnce) {
   TempFolder folder;
   ActorRef actor = ActorWithSkillFiles(folder, {"Walk"});
   ZoProtoSkill* upper = actor->GetSkill("WALK", 0);
@@ -65,6 +67,11 @@ TEST(ZoSkillCache, LookupsIgnoreCaseAndReadTheFileOnce) {
   EXPECT_EQ(actor->LastSkillLoad().status, ZoSkillLoadStatus::Unreadable);
   EXPECT_EQ(actor->GetSkill("", 0), nullptr);
   EXPECT_EQ(actor->LastSkillLoad().status, ZoSkillLoadStatus::NoName);
+
+  ZoProtoSkill* second = FigureSkill(actor.get(), "wALK");
+  actor->AddSkill(second);
+  actor->AddSkill(second);
+  EXPECT_EQ(Cached(*actor), "wALK;");
 }
 
 TEST(ZoSkillCache, EvictsTheOldestUnpinnedSkill) {
@@ -152,15 +159,6 @@ TEST(ZoSkillCache, FlushDeleteAndRename) {
   actor->DeleteSkill(leap.get());
   EXPECT_EQ(Cached(*actor), "");
   EXPECT_NE(actor->GetSkill("Jump", 0), leap.get());
-}
-
-TEST(ZoSkillCache, AddSkillReplacesTheSkillOfTheSameName) {
-  ActorRef actor = FigureActor("Dog");
-  actor->AddSkill(FigureSkill(actor.get(), "Walk"));
-  ZoProtoSkill* second = FigureSkill(actor.get(), "WALK");
-  actor->AddSkill(second);
-  actor->AddSkill(second);
-  EXPECT_EQ(Cached(*actor), "WALK;");
 }
 
 struct Logged {
