@@ -199,28 +199,25 @@ TEST(ZoLightOlderRecord, TypesMapToKindsAndAmbientSetsOnlyTheColours) {
   EXPECT_EQ(Describe(ambient), "kind 5, angle 1, colours 0.4 0.5 0.6 1 / 0 0 0 0, properties 0");
 }
 
-TEST(ZoLightOlderRecord, AnUnterminatedNameIsTheWholeField) {
-  for (int32_t version : {45, 46}) {
-    std::string full(version >= 46 ? 76 : 64, 'N');
-    Bytes record = zotest::Cut(Golden("light-unterminated-v" + std::to_string(version)), 4);  // the record ends the buffer
-    Reader reader(record, version);
+// A record cut short changes nothing; a name filling its whole field, in a
+// record that ends the buffer, is the whole field.
+TEST(ZoLightOlderRecord, CutRecordsChangeNothingAndUnterminatedNamesFillTheirField) {
+  for (int32_t version : {43, 45, 46}) {
+    SCOPED_TRACE(version);
     ZoLight light;
+    Bytes const before = Body(light);
+    Reader cut(zotest::Cut(Golden("light-v" + std::to_string(version)), 5), version);
+    light.ReadOlderRecord(*cut);
+    EXPECT_EQ(cut->Status(), ZoStreamReadError);
+    EXPECT_EQ(Body(light), before);
+    if (version == 43) continue;  // no name
+    Bytes record = zotest::Cut(Golden("light-unterminated-v" + std::to_string(version)), 4);
+    Reader reader(record, version);
     light.ReadOlderRecord(*reader);
     ASSERT_EQ(reader->Status(), ZoStreamOk);
     EXPECT_EQ(reader.Consumed(), record.size());
+    std::string const full(version >= 46 ? 76 : 64, 'N');
     EXPECT_EQ(static_cast<ZoString>(*light.properties.Find("LightMap")), ZoString(full.c_str()));
-  }
-}
-
-TEST(ZoLightOlderRecord, ATruncatedRecordChangesNothing) {
-  for (int32_t version : {43, 45, 46}) {
-    Bytes record = zotest::Cut(Golden("light-v" + std::to_string(version)), 5);
-    Reader reader(record, version);
-    ZoLight light;
-    Bytes before = Body(light);
-    light.ReadOlderRecord(*reader);
-    EXPECT_EQ(reader->Status(), ZoStreamReadError) << version;
-    EXPECT_EQ(Body(light), before) << version;
   }
 }
 
