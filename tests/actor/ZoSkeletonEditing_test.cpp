@@ -117,8 +117,8 @@ TEST(ZoSkeletonEditing, EachStructuralEditPermutesEverySkillOnceAndMisplacedEdit
   struct Case {
     char const* name;
     std::function<void(ZoProtoActor&)> edit;
-    std::vector<int32_t> newToOld;
-    std::vector<int> pivots = {};  // the joint each skill is handed by a re-pivot
+    std::vector<int32_t> newToOld = {};  // the permutation each skill is handed
+    std::vector<int> pivots = {};        // the joint each skill is handed by a re-pivot
   } const cases[] = {
       {"add two joints under a leaf",
        [](ZoProtoActor& actor) {
@@ -153,23 +153,20 @@ TEST(ZoSkeletonEditing, EachStructuralEditPermutesEverySkillOnceAndMisplacedEdit
       {"collapse one child", [](ZoProtoActor& actor) { actor.Collapse(Named(actor, "B")); }, {0, 1, 3}},
       {"re-pivot a node that is no joint: -1",
        [](ZoProtoActor& actor) { actor.TransformNode(Named(actor, "H"), Offset(0, 0.1f, 0)); }, {}, {-1}},
-      {"remove the root", [](ZoProtoActor& actor) { actor.RemoveSubtree(actor.RootNode()); }, {}},
-      {"move the root", [](ZoProtoActor& actor) { actor.MoveSubtree(actor.RootNode(), Named(actor, "D")); }, {}},
-      {"move below itself", [](ZoProtoActor& actor) { actor.MoveSubtree(Named(actor, "B"), Named(actor, "C")); }, {}},
-      {"add a node of a tree", [&](ZoProtoActor& actor) { actor.AddSubtree(foreign, Named(actor, "D")); }, {}},
-      {"add the root below itself", [](ZoProtoActor& actor) { actor.AddSubtree(actor.RootNode(), Named(actor, "D")); },
-       {}},
-      {"remove another actor's node", [&](ZoProtoActor& actor) { actor.RemoveSubtree(foreign); }, {}},
-      {"scale another actor's node", [&](ZoProtoActor& actor) { actor.ScaleSubtree(foreign, ZoVector3(2, 2, 2)); }, {}},
-      {"re-pivot another actor's node", [&](ZoProtoActor& actor) { actor.TransformNode(foreign, Offset(1, 0, 0)); },
-       {}},
-      {"collapse another actor's node", [&](ZoProtoActor& actor) { actor.Collapse(foreign); }, {}},
+      {"remove the root", [](ZoProtoActor& actor) { actor.RemoveSubtree(actor.RootNode()); }},
+      {"move the root", [](ZoProtoActor& actor) { actor.MoveSubtree(actor.RootNode(), Named(actor, "D")); }},
+      {"move below itself", [](ZoProtoActor& actor) { actor.MoveSubtree(Named(actor, "B"), Named(actor, "C")); }},
+      {"add a node of a tree", [&](ZoProtoActor& actor) { actor.AddSubtree(foreign, Named(actor, "D")); }},
+      {"add the root below itself", [](ZoProtoActor& actor) { actor.AddSubtree(actor.RootNode(), Named(actor, "D")); }},
+      {"remove another actor's node", [&](ZoProtoActor& actor) { actor.RemoveSubtree(foreign); }},
+      {"scale another actor's node", [&](ZoProtoActor& actor) { actor.ScaleSubtree(foreign, ZoVector3(2, 2, 2)); }},
+      {"re-pivot another actor's node", [&](ZoProtoActor& actor) { actor.TransformNode(foreign, Offset(1, 0, 0)); }},
+      {"collapse another actor's node", [&](ZoProtoActor& actor) { actor.Collapse(foreign); }},
       {"collapse a handle",
        [](ZoProtoActor& actor) {
          Named(actor, "B")->SetStyle(ZoProtoNode::Handle);
          actor.Collapse(Named(actor, "B"));
-       },
-       {}},
+       }},
   };
   TempFolder folder;
   for (Case const& c : cases) {

@@ -361,8 +361,7 @@ TEST(ZoGltfExport, OptionsScaleLengthsAndTimesAndChooseSkills) {
       EXPECT_FLOAT_EQ(times.back(), lastKey * row.secondsPerUnit) << a.name;
     }
   }
-  ToolRun refused = RunTool("export " + Quoted(demo.folder) + " -o x.glb --scale -1");
-  EXPECT_EQ(refused.status, 2);
+  EXPECT_EQ(RunTool("export " + Quoted(demo.folder) + " -o x.glb --scale -1").status, 2);
 }
 
 TEST(ZoGltfExport, ViewWritesThePageTheModelAndThreeJs) {
