@@ -126,14 +126,9 @@ using Triple = std::array<float, 9>;
 std::vector<Triple> TriangleMultiset(ZoTriangleSet const& set) {
   std::vector<Triple> all;
   for (int i = 0; i < set.GetNumTriangles(); ++i) {
-    Triple t;
-    for (int c = 0; c < 3; ++c) {
-      ZoVector3 const& p = set.Vertex(set.Triangle(i)[c]);
-      t[3 * c] = p.x;
-      t[3 * c + 1] = p.y;
-      t[3 * c + 2] = p.z;
-    }
-    all.push_back(t);
+    ZoTriangle const& t = set.Triangle(i);
+    ZoVector3 const &p = set.Vertex(t[0]), &q = set.Vertex(t[1]), &r = set.Vertex(t[2]);
+    all.push_back({p.x, p.y, p.z, q.x, q.y, q.z, r.x, r.y, r.z});
   }
   std::sort(all.begin(), all.end());
   return all;
