@@ -38,8 +38,7 @@ TEST(ZoProtoNode, EachStyleHasItsRecordAndOnlyIt) {
   ASSERT_NE(handle, nullptr);
   handle->handleKind = 3;
   node.SetStyle(2);  // the same style: the same record, kept as it is
-  EXPECT_EQ(node.HandleInfo(), handle);
-  EXPECT_EQ(node.HandleInfo()->handleKind, 3);
+  EXPECT_EQ(std::make_pair(node.HandleInfo(), node.HandleInfo()->handleKind), std::make_pair(handle, 3));
   for (int32_t style : {3, 4, 5, 6, 7, 1}) {
     node.SetStyle(style);
     EXPECT_EQ(node.Style(), style);
@@ -151,19 +150,19 @@ TEST(ZoProtoNode, MarkerShapes) {
   struct Case {
     char const* name;
     int style, kind;
-    float maxX, minY, maxY, minZ, maxZ;
+    float bounds[5];  // max x, min y, max y, min z, max z
     ZoColor color;
     int materials;
   } const cases[] = {
-      {"sphere handle", 2, 4, x, x, 0.1f, x, 0.1f, {0.7f, 0.7f, 0.9f, 0.6f}, 1},
-      {"plate handle 1", 2, 1, x, -0.2f, 0.25f, x, 0.125f, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
-      {"plate handle 3", 2, 3, x, -0.2f, 0.25f, x, 0.125f, {0.7f, 0.9f, 0.7f, 0.6f}, 2},
-      {"bar handle 0", 2, 0, x, -0.2f, 0.4f, x, 0.1f, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
-      {"bar handle 2", 2, 2, x, -0.2f, 0.4f, x, 0.1f, {0.7f, 0.9f, 0.7f, 0.6f}, 2},
-      {"bar handle 9", 2, 9, x, -0.2f, 0.4f, x, 0.1f, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
-      {"camera", 4, 0, x, -0.06f, 0.17f, -0.17f, 0.125f, {0.5f, 0.5f, 1.0f, 0.6f}, 0},
-      {"light", 5, 0, x, x, 0.1f, -0.1f, 0.1f, {0.2f, 0.4f, 0.8f, 0.6f}, 0},
-      {"square", 1, 1, 1, -0.25f, 0.25f, 0, 0, {0.1f, 0.2f, 0.3f, 0.4f}, 0},
+      {"sphere handle", 2, 4, {x, x, 0.1f, x, 0.1f}, {0.7f, 0.7f, 0.9f, 0.6f}, 1},
+      {"plate handle 1", 2, 1, {x, -0.2f, 0.25f, x, 0.125f}, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
+      {"plate handle 3", 2, 3, {x, -0.2f, 0.25f, x, 0.125f}, {0.7f, 0.9f, 0.7f, 0.6f}, 2},
+      {"bar handle 0", 2, 0, {x, -0.2f, 0.4f, x, 0.1f}, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
+      {"bar handle 2", 2, 2, {x, -0.2f, 0.4f, x, 0.1f}, {0.7f, 0.9f, 0.7f, 0.6f}, 2},
+      {"bar handle 9", 2, 9, {x, -0.2f, 0.4f, x, 0.1f}, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
+      {"camera", 4, 0, {x, -0.06f, 0.17f, -0.17f, 0.125f}, {0.5f, 0.5f, 1.0f, 0.6f}, 0},
+      {"light", 5, 0, {x, x, 0.1f, -0.1f, 0.1f}, {0.2f, 0.4f, 0.8f, 0.6f}, 0},
+      {"square", 1, 1, {1, -0.25f, 0.25f, 0, 0}, {0.1f, 0.2f, 0.3f, 0.4f}, 0},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.name);
@@ -191,8 +190,7 @@ TEST(ZoProtoNode, MarkerShapes) {
     ZoVector3 min, max;
     set->FindBoundingBox(min, max);
     float const found[] = {max.x, min.y, max.y, min.z, max.z};
-    float const wanted[] = {c.maxX, c.minY, c.maxY, c.minZ, c.maxZ};
-    for (int i = 0; i < 5; ++i) EXPECT_TRUE(std::isnan(wanted[i]) || std::fabs(found[i] - wanted[i]) <= 1e-4f) << i;
+    for (int i = 0; i < 5; ++i) EXPECT_TRUE(std::isnan(c.bounds[i]) || std::fabs(found[i] - c.bounds[i]) <= 1e-4f) << i;
     EXPECT_TRUE(set->Material(0).color2 == c.color);
     EXPECT_TRUE(c.materials == 0 || set->GetNumMaterials() == c.materials);
     EXPECT_TRUE(c.materials != 2 || (set->GetNumMaterials() == 2 && set->Material(1).color2 == ZoColor(0.5f, 0.5f, 0.5f, 0.6f)));
