@@ -63,9 +63,9 @@ void AddEveryRecordBytes(ByteBuilder& b) {
   b.i32(0x5072544B).i32(20).i32(21).i32(22).append(Body(material));
 }
 
-// What a skill read from a file holds: name, version, format, type, rate,
-// per joint whether it has keys, and which of `facing`, records and the
-// conversion it read.
+// What a skill holds: name, version, format, type, rate, per joint whether
+// it has keys, and which of `facing`, records and the conversion
+// (0, 1, 0, 0) it has.
 std::string Describe(ZoProtoSkill& skill, ZoTransform3 const& facing) {
   int32_t const format = skill.Format();
   std::string text = std::string(skill.Name().c_str()) + " v" + std::to_string(skill.GetVersion()) + " " +
