@@ -169,16 +169,6 @@ struct Logged {
   }
 };
 
-TEST(ZoSkillCacheSave, CreatesTheFolderWithItsSubfolders) {
-  TempFolder folder;
-  ActorRef actor = SavableDog(folder, {"Walk"});
-  ASSERT_EQ(actor->Save(ZoSkillFormatNone), 1);
-  EXPECT_EQ(actor->IsDirty(), 0);
-  EXPECT_EQ(Listing(folder / "Dog"),
-            (std::vector<std::string>{folder / "Dog/Behaviors", folder / "Dog/Dog.act", folder / "Dog/Skills",
-                                      folder / "Dog/Sounds", folder / "Dog/Textures"}));
-}
-
 TEST(ZoSkillCacheSave, CleaningATriangleSetRebuildsItsStoredTree) {
   TempFolder folder;
   ActorRef actor = SavableDog(folder, {});
@@ -196,7 +186,9 @@ TEST(ZoSkillCacheSave, CleaningATriangleSetRebuildsItsStoredTree) {
   EXPECT_EQ(back->RootNode()->ColModel()->GetTriangleSet()->GetNumTriangles(), triangles - 1);
 }
 
-TEST(ZoSkillCacheSave, AMissingParentFolderWritesNothingLogsNothingAndStaysDirty) {
+// A folder whose parent is missing is not made: nothing is written or
+// logged, and the actor stays dirty.
+TEST(ZoSkillCacheSave, CreatesTheFolderWithItsSubfoldersWhereItsParentIsFound) {
   TempFolder folder;
   Logged log;
   ZoLogger::SetSink(&Logged::Sink, &log);
@@ -206,6 +198,13 @@ TEST(ZoSkillCacheSave, AMissingParentFolderWritesNothingLogsNothingAndStaysDirty
   ZoLogger::SetSink(nullptr, nullptr);
   EXPECT_TRUE(log.lines.empty());
   EXPECT_EQ(actor->IsDirty(), 1);
+
+  actor->Path() = (folder.path() + "/Dog/").c_str();
+  ASSERT_EQ(actor->Save(ZoSkillFormatNone), 1);
+  EXPECT_EQ(actor->IsDirty(), 0);
+  EXPECT_EQ(Listing(folder / "Dog"),
+            (std::vector<std::string>{folder / "Dog/Behaviors", folder / "Dog/Dog.act", folder / "Dog/Skills",
+                                      folder / "Dog/Sounds", folder / "Dog/Textures"}));
 }
 
 // A file that fails is logged by name and kind; the save still clears the

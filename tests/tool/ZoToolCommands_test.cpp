@@ -80,18 +80,14 @@ TEST(ZoToolDemoFolder, ValidatesCleanAndSamplesTheStoredKeys) {
   EXPECT_EQ(joints[1]["parent"], "Hips");
 }
 
-class ZoToolOlderFiles : public ::testing::Test {
- protected:
+// Info and validate report the older versions; upgrade writes the current
+// layout and leaves the input alone.
+TEST(ZoToolOlderFiles, AreReportedAndUpgradedLeavingTheInputAlone) {
   zotest::TempFolder folder;
-  std::string old = folder / "Old";
-  void SetUp() override {
-    folder.WriteFile("Old/Old.act", OlderActorFile(33));
-    folder.WriteFile("Old/Skills/Step.skl", OlderSkillFile(30, "Step"));
-    folder.WriteFile("Old/Textures/skin.png", ByteBuilder().chars("PNG"));
-  }
-};
-
-TEST_F(ZoToolOlderFiles, InfoAndValidateReportTheOlderVersions) {
+  std::string const old = folder / "Old";
+  folder.WriteFile("Old/Old.act", OlderActorFile(33));
+  folder.WriteFile("Old/Skills/Step.skl", OlderSkillFile(30, "Step"));
+  folder.WriteFile("Old/Textures/skin.png", ByteBuilder().chars("PNG"));
   Json const found = RunOk("info --json " + Quoted(old)).at(0);
   EXPECT_EQ(std::make_tuple(found["actorFile"]["version"], found["actorFile"]["actor"]["name"],
                             found["skills"][0]["version"], found["skills"][0]["skill"]["keys"]),
@@ -101,9 +97,7 @@ TEST_F(ZoToolOlderFiles, InfoAndValidateReportTheOlderVersions) {
   EXPECT_EQ(validate["summary"]["files"], 2);
   EXPECT_EQ(validate["summary"]["skipped"], 1);  // the texture
   for (Json const& file : validate["files"]) EXPECT_EQ(Issues(file, "warnings", "older-layout").size(), 1u);
-}
 
-TEST_F(ZoToolOlderFiles, UpgradeWritesTheCurrentLayoutAndLeavesTheInputAlone) {
   Bytes actorBefore = FileBytes(old + "/Old.act");
   std::string fresh = folder / "New";
   Json const upgrade = RunOk("upgrade " + Quoted(old) + " -o " + Quoted(fresh));
