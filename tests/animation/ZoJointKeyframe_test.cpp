@@ -127,8 +127,7 @@ TEST(ZoJointKeyframeBlends, SmoothControlsUseTangentsOfEachTransform) {
   kq.actorTransform = kq.localTransform = q;
   kr.actorTransform = kp.localTransform = r;
   kq.ComputeBlends(&kp, &kr, 1);
-  EXPECT_EQ(kq.blendMode, 1);
-  EXPECT_EQ(kq.actorOut.rotation, out);
+  EXPECT_EQ(std::make_pair(kq.blendMode, kq.actorOut.rotation), std::make_pair(1, out));
   ExpectNear(kq.localOut.translation, ZoVector3(5, -2, -1));  // neighbours swapped
 }
 
@@ -277,12 +276,10 @@ TEST(ZoJointKeyListSample, SamplingIntoOneOfTheListsOwnKeys) {
   EXPECT_EQ(std::tie(k1->actorTransform, k1->localTransform, k1->point, k1->actorIn),
             std::tie(separate.actorTransform, separate.localTransform, separate.point, before1.actorIn));
 
-  ZoJointKeyframe a = *k0, b = before1;
-  ZoJointKeyframe expected;
+  // This key as the first input, then as the second.
+  ZoJointKeyframe a = *k0, b = before1, c = *k0, expected;
   expected.Interpolate(&a, &b, 0.5f);
-  a.Interpolate(&a, &b, 0.5f);  // this key as the first input
-  EXPECT_EQ(a.actorTransform, expected.actorTransform);
-  ZoJointKeyframe c = *k0;
-  b.Interpolate(&c, &b, 0.5f);  // this key as the second input
-  EXPECT_EQ(b.actorTransform, expected.actorTransform);
+  a.Interpolate(&a, &b, 0.5f);
+  b.Interpolate(&c, &b, 0.5f);
+  EXPECT_EQ(std::make_pair(a.actorTransform, b.actorTransform), std::make_pair(expected.actorTransform, expected.actorTransform));
 }

@@ -224,17 +224,14 @@ TEST(ZoJLimitStream, BodiesByteForByte) {
   linear.SetValue(ZoVector3(1, 2, 3), ZoVector3(4, 5, 6));
   box.SetValue(ZoVector3(-1, -2, -3), ZoVector3(1, 2, 3));
   // Unsized frames: the code's bytes, then the body.
-  struct Case {
-    ZoJLimit const* limit;
-    Bytes framed;
-  } const cases[] = {
+  std::pair<ZoJLimit const*, Bytes> const cases[] = {
       {&hinge, ByteBuilder().chars("JLHn").append(hingeBody)},
       {&euler, ByteBuilder().chars("JLEu").f32(ends[0]).f32(ends[1]).f32(ends[2]).f32(ends[3]).f32(ends[4]).f32(ends[5])},
       {&linear, ByteBuilder().chars("lXLJ").f32(1).f32(2).f32(3).f32(4).f32(5).f32(6)},
       {&box, ByteBuilder().chars("bXLJ").f32(-1).f32(-2).f32(-3).f32(1).f32(2).f32(3)},
       {&bare, ByteBuilder().chars("JLim")},
   };
-  for (Case const& c : cases) EXPECT_EQ(Framed(c.limit), c.framed) << c.limit->GetType();
+  for (auto const& [limit, framed] : cases) zotest::ExpectFramedLayout(*limit, framed);  // and read back
 }
 
 TEST(ZoJLimitStream, ReadingKeepsStoredCoefficientsAndRecomputesTheLine) {
