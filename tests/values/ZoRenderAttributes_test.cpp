@@ -223,18 +223,14 @@ TEST(ZoLightOlderRecord, CutRecordsChangeNothingAndUnterminatedNamesFillTheirFie
 
 // --- Camera ----------------------------------------------------------------------------
 
-TEST(ZoCameraTest, BodyAndReadingReplacesTheProperties) {
-  ZoCamera camera;
-  camera.name = "eye";
-  camera.kind = 1;
+// The camera's layout is checked with the samples in ZoValuesReadFailures_test.cpp.
+TEST(ZoCameraTest, ReadingReplacesTheProperties) {
+  ZoCamera camera, read;
   camera.properties.Add(new ZoProperty("fov", new ZoFloatValue(2)));
-  Bytes expected = ByteBuilder().str("eye").i32(1).f32(0.65f).f32(0.1f).f32(1000.0f).i32(1).str("fov")
-                       .append(SizedFrame(0x56466C6F, 4).f32(2));
-  EXPECT_EQ(Hex(Framed(&camera)), Hex(SizedFrame(0x43616D32, 0).append(expected)));
-  ZoCamera read;
   read.properties.Add(new ZoProperty("stale", new ZoIntValue(0)));
-  ASSERT_EQ(ReadBody(read, expected), ReadOk(expected.size()));
-  EXPECT_EQ(Hex(Body(read)), Hex(expected));
+  Bytes const body = Body(camera);
+  ASSERT_EQ(ReadBody(read, body), ReadOk(body.size()));
+  EXPECT_EQ(Hex(Body(read)), Hex(body));
 }
 
 // Below 47 eight bytes and at 47 sixteen are skipped for the defaults; from

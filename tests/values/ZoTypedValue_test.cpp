@@ -144,12 +144,8 @@ TEST(ZoTypedValueCopy, CopyConstructorKeepsTheCallbackCopyAndAssignmentDoNot) {
 
 // --- Lists and arrays ------------------------------------------------------------------
 
-TEST(ZoListValueTest, StreamsAsCountAndFramedItemsAndReadingAppends) {
-  ZoListValue list;
-  list.Append(new ZoIntValue(1));
-  list.Append(new ZoStringValue(ZoString("x")));
-  EXPECT_EQ(Hex(Framed(&list)), Hex(SizedFrame(0x564C6973, 0).i32(2).append(FramedInt(1))
-                                        .append(SizedFrame(0x56537472, 5).str("x"))));
+// The list's layout is checked with the samples in ZoValuesReadFailures_test.cpp.
+TEST(ZoListValueTest, ReadingAppends) {
   // Reading appends behind held items; null and unknown items add nothing.
   ZoListValue held;
   held.Append(new ZoIntValue(0));

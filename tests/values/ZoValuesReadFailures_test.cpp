@@ -77,6 +77,11 @@ std::vector<Sample> Samples() {
   // The identity rotation is stored scalar first: 1, 0, 0, 0.
   add("identity", new ZoTransform3Value, SizedFrame(0x56547233, 28).f32(0).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0));
   add("list", MixedList());
+  auto* pair = new ZoListValue;  // a count, then the items framed
+  pair->Append(new ZoIntValue(1));
+  pair->Append(new ZoStringValue(ZoString("x")));
+  add("list of two", pair,
+      SizedFrame(0x564C6973, 0).i32(2).append(FramedInt(1)).append(SizedFrame(0x56537472, 5).str("x")));
   add("empty list", new ZoListValue, SizedFrame(0x564C6973, 0).i32(0));
 
   auto* gaps = new ZoArrayValue;  // a count, then each item framed or -2
@@ -140,10 +145,12 @@ std::vector<Sample> Samples() {
   add("light", light, lit.append(black).f32(0.7853982f).i32(1).str("k").append(FramedInt(1)).u8(0));
 
   auto* camera = new ZoCamera;
-  camera->name = "cam";
-  camera->farPlane = 50;
-  camera->properties.Add(new ZoProperty("zoom", new ZoIntValue(3)));
-  add("camera", camera);
+  camera->name = "eye";
+  camera->kind = 1;
+  camera->properties.Add(new ZoProperty("fov", new ZoFloatValue(2)));
+  ByteBuilder eye = SizedFrame(0x43616D32, 0);
+  eye.str("eye").i32(1).f32(0.65f).f32(0.1f).f32(1000).i32(1).str("fov");
+  add("camera", camera, eye.append(SizedFrame(0x56466C6F, 4).f32(2)));
   return samples;
 }
 
