@@ -281,5 +281,6 @@ TEST(ZoJointKeyListSample, SamplingIntoOneOfTheListsOwnKeys) {
   expected.Interpolate(&a, &b, 0.5f);
   a.Interpolate(&a, &b, 0.5f);
   b.Interpolate(&c, &b, 0.5f);
-  EXPECT_EQ(std::make_pair(a.actorTransform, b.actorTransform), std::make_pair(expected.actorTransform, expected.actorTransform));
+  EXPECT_EQ(std::make_pair(a.actorTransform, b.actorTransform),
+            std::make_pair(expected.actorTransform, expected.actorTransform));
 }

@@ -114,7 +114,8 @@ TEST(ZoLanes, LoadsStoresAndRearrangements) {
   EXPECT_EQ(of(zolanes::SplatLane<2>(b)), (V{7, 7, 7, 7}));
   Lanes r0 = a, r1 = b, r2 = zolanes::Splat(10.0f), r3 = zolanes::Load(memory + 5);
   zolanes::Transpose(r0, r1, r2, r3);
-  EXPECT_EQ(std::vector<V>({of(r0), of(r1), of(r2), of(r3)}), std::vector<V>({{1, 5, 10, 6}, {2, 6, 10, 7}, {3, 7, 10, 8}, {4, 8, 10, 9}}));
+  EXPECT_EQ(std::vector<V>({of(r0), of(r1), of(r2), of(r3)}),
+            std::vector<V>({{1, 5, 10, 6}, {2, 6, 10, 7}, {3, 7, 10, 8}, {4, 8, 10, 9}}));
 }
 
 TEST(ZoLanes, ReciprocalRootWithinItsBound) {

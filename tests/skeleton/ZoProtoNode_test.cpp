@@ -91,7 +91,8 @@ TEST(ZoProtoNode, RelativeHomeTransformsMultiplyUpToTheAncestor) {
   ZoProtoNode stranger;
   ZoTransform3 out;
   std::tuple<ZoProtoNode const*, int, ZoTransform3> const cases[] = {
-      {upper, 1, lower->HomeTransform()}, {root, 1, inRoot}, {nullptr, 1, all}, {lower, 1, ZoTransform3()}, {&stranger, 0, all}};
+      {upper, 1, lower->HomeTransform()}, {root, 1, inRoot},    {nullptr, 1, all},
+      {lower, 1, ZoTransform3()},        {&stranger, 0, all}};
   for (auto const& [ancestor, found, expected] : cases) {
     EXPECT_EQ(lower->GetRelativeHomeTransform(ancestor, out), found);
     EXPECT_EQ(out, expected);
@@ -193,7 +194,8 @@ TEST(ZoProtoNode, MarkerShapes) {
     for (int i = 0; i < 5; ++i) EXPECT_TRUE(std::isnan(c.bounds[i]) || std::fabs(found[i] - c.bounds[i]) <= 1e-4f) << i;
     EXPECT_TRUE(set->Material(0).color2 == c.color);
     EXPECT_TRUE(c.materials == 0 || set->GetNumMaterials() == c.materials);
-    EXPECT_TRUE(c.materials != 2 || (set->GetNumMaterials() == 2 && set->Material(1).color2 == ZoColor(0.5f, 0.5f, 0.5f, 0.6f)));
+    EXPECT_TRUE(c.materials != 2 ||
+                (set->GetNumMaterials() == 2 && set->Material(1).color2 == ZoColor(0.5f, 0.5f, 0.5f, 0.6f)));
   }
   for (int style : {3, 6, 8}) {
     ZoProtoNode other;

@@ -132,7 +132,8 @@ TEST(ZoSkeletonReadFailures, EachBadBodyNamesWhereAndWhyAndKeepsNothing) {
                                         ReadBody(quad, Older(3, OlderGeometry(1, 4, kQuad)), 41)};
   EXPECT_EQ(read, std::vector<ZoStreamError>(4, ZoStreamOk));
   ASSERT_NE(good.JointLimit(), nullptr);
-  EXPECT_EQ(std::make_tuple(good.JointLimit()->GetType(), none.JointLimit(), quad.ColModel()->GetTriangleSet()->GetNumTriangles()),
+  EXPECT_EQ(std::make_tuple(good.JointLimit()->GetType(), none.JointLimit(),
+                            quad.ColModel()->GetTriangleSet()->GetNumTriangles()),
             std::make_tuple(2, static_cast<ZoJLimit*>(nullptr), 2));
 
   // Older material indices outside the materials are kept, as a triangle set

@@ -213,7 +213,8 @@ TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
   EXPECT_EQ(std::vector<int>({all.IndexWithName("THIGH"), all.IndexWithName("root"), joints.IndexWithName("root"),
                               all.NodeIndex(arm), joints.NodeIndex(root)}),
             std::vector<int>({3, 0, -1, 4, -1}));
-  EXPECT_EQ(std::make_pair(all.NodeWithName("LaMp"), all.NodeWithName("tail")), std::make_pair(light, static_cast<ZoProtoNode*>(nullptr)));
+  EXPECT_EQ(std::make_pair(all.NodeWithName("LaMp"), all.NodeWithName("tail")),
+            std::make_pair(light, static_cast<ZoProtoNode*>(nullptr)));
   EXPECT_STREQ(light->Name().c_str(), "Lamp");  // names are compared on copies
   delete root;
 }
