@@ -13,6 +13,7 @@
 #include <cmath>
 #include <memory>
 #include <tuple>
+#include <utility>
 
 using namespace zoskeletontest;
 
@@ -267,10 +268,9 @@ TEST(ZoJLimitStream, ALinearCopyKeepsItsLineAndABareLimitChangesNothing) {
   std::unique_ptr<ZoJLLinear> copy(static_cast<ZoJLLinear*>(linear.Duplicate()));
   EXPECT_EQ(std::make_tuple(copy->Direction(), copy->Length()), std::make_tuple(linear.Direction(), linear.Length()));
   ZoJLimit bare;
-  EXPECT_EQ(bare.GetType(), 0);
   ZoTransform3 t = WithRotation(About(1.0f, kX));
   bare.PivotLimit(About(1.0f, kY));
-  EXPECT_EQ(bare.FixTransform(t), 0);
+  EXPECT_EQ(std::make_pair(bare.GetType(), bare.FixTransform(t)), std::make_pair(0, 0));
   EXPECT_EQ(t, WithRotation(About(1.0f, kX)));
 }
 
