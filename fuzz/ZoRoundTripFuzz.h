@@ -10,6 +10,7 @@
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/skeleton/ZoProtoNode.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -99,6 +100,24 @@ void CheckRoundTrip(ZoStreamObject const& object, Read const& read, Write const&
   std::vector<char> second = Written(write, *reread);
   Check(second.size() == first.size() && (second == first || RebuildsOnRead(reread.get())),
         "an object read back writes different bytes");
+}
+
+// Reads an object from `in` with `read` and checks the round trip of whatever
+// reads whole.
+template <class Read, class Write>
+void ReadAndCheck(ZoMemoryStream& in, Read const& read, Write const& write) {
+  Owned object(read(in));
+  if (object != nullptr) CheckRoundTrip(*object, read, write);
+}
+
+// The entry of a harness that reads the fuzzer's bytes as they are.
+template <class Read, class Write>
+int RunOnInput(uint8_t const* data, size_t size, Read const& read, Write const& write) {
+  if (size > kMaxInput) return 0;
+  std::vector<uint8_t> input(data, data + size);
+  ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
+  ReadAndCheck(in, read, write);
+  return 0;
 }
 
 }  // namespace zoroundtrip

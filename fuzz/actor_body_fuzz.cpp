@@ -18,8 +18,6 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   std::vector<uint8_t> input(data + 1, data + size);
   ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
   in.version = versions[data[0] % std::size(versions)];
-  zoroundtrip::Owned actor(zoroundtrip::ReadBody<ZoProtoActor>(in));
-  if (actor != nullptr)
-    zoroundtrip::CheckRoundTrip(*actor, zoroundtrip::ReadBody<ZoProtoActor>, zoroundtrip::WriteBody<ZoProtoActor>);
+  zoroundtrip::ReadAndCheck(in, zoroundtrip::ReadBody<ZoProtoActor>, zoroundtrip::WriteBody<ZoProtoActor>);
   return 0;
 }

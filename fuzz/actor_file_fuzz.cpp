@@ -8,7 +8,6 @@
 #include "ZoRoundTripFuzz.h"
 
 #include <cstdint>
-#include <vector>
 
 namespace {
 
@@ -26,10 +25,5 @@ void WriteFile(ZoMemoryStream& out, ZoStreamObject const& actor) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
-  if (size > zoroundtrip::kMaxInput) return 0;
-  std::vector<uint8_t> input(data, data + size);
-  ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
-  zoroundtrip::Owned actor(ReadFile(in));
-  if (actor != nullptr) zoroundtrip::CheckRoundTrip(*actor, ReadFile, WriteFile);
-  return 0;
+  return zoroundtrip::RunOnInput(data, size, ReadFile, WriteFile);
 }

@@ -21,8 +21,6 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   char header[16];
   if (version > 0 && version < 38 && in.ReadBytes(sizeof header, header) != ZoStreamOk) return 0;
   in.version = version;
-  zoroundtrip::Owned skill(zoroundtrip::ReadBody<ZoProtoSkill>(in));
-  if (skill != nullptr)
-    zoroundtrip::CheckRoundTrip(*skill, zoroundtrip::ReadBody<ZoProtoSkill>, zoroundtrip::WriteBody<ZoProtoSkill>);
+  zoroundtrip::ReadAndCheck(in, zoroundtrip::ReadBody<ZoProtoSkill>, zoroundtrip::WriteBody<ZoProtoSkill>);
   return 0;
 }

@@ -10,24 +10,22 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 using namespace zoacttest;
 
 namespace {
 
-Bytes ActorFile(ZoProtoActor const* actor) {
+// The file `write` makes of `object`.
+template <class T>
+Bytes FileOf(ZoStreamError (*write)(ZoStream&, T const*), T const* object) {
   ZoMemoryStream stream;
-  ZoProtoActor::WriteActorTo(stream, actor);
+  write(stream, object);
   return zotest::Written(stream);
 }
 
-Bytes SkillFile(ZoProtoSkill const* skill) {
-  ZoMemoryStream stream;
-  ZoProtoActor::WriteSkillTo(stream, skill);
-  return zotest::Written(stream);
-}
+Bytes ActorFile(ZoProtoActor const* actor) { return FileOf(&ZoProtoActor::WriteActorTo, actor); }
+Bytes SkillFile(ZoProtoSkill const* skill) { return FileOf(&ZoProtoActor::WriteSkillTo, skill); }
 
 // The figure with a cube on the spine and a few records on a skill.
 ActorRef RichActor() {
@@ -48,28 +46,26 @@ SkillRef RichSkill(ZoProtoActor* actor) {
   return skill;
 }
 
-// Reads `file` as a skill file: whether it was read, and the report.
-bool ReadsAsSkill(Bytes const& file, ZoReadReport& report) {
+// Reads `file` as a skill file or an actor file: whether it was read, and
+// the report.
+bool Reads(Bytes const& file, bool asSkill, ZoReadReport& report) {
   Reader reader(file, 0);
-  SkillRef skill(ZoProtoActor::ReadSkillFrom(*reader, &report));
-  return skill.get() != nullptr;
+  if (asSkill) return SkillRef(ZoProtoActor::ReadSkillFrom(*reader, &report)).get() != nullptr;
+  return ActorRef(ZoProtoActor::ReadActorFrom(*reader, &report)).get() != nullptr;
 }
+
+bool ReadsAsSkill(Bytes const& file, ZoReadReport& report) { return Reads(file, true, report); }
 
 TEST(ZoActorFileRobustness, EveryTruncationIsRefusedWithAReason) {
   ActorRef actor = RichActor();
   SkillRef skill = RichSkill(actor.get());
-  Bytes actorFile = ActorFile(actor.get());
-  Bytes skillFile = SkillFile(skill.get());
-  for (size_t length = 0; length < actorFile.size(); ++length) {
-    Reader reader(Bytes(actorFile.begin(), actorFile.begin() + static_cast<long>(length)), 0);
-    ZoReadReport report;
-    ASSERT_EQ(ZoProtoActor::ReadActorFrom(*reader, &report), nullptr) << length;
-    ASSERT_TRUE(report.Failed() && report.reason[0] != '\0') << length;
-  }
-  for (size_t length = 0; length < skillFile.size(); ++length) {
-    ZoReadReport report;
-    ASSERT_FALSE(ReadsAsSkill(Bytes(skillFile.begin(), skillFile.begin() + static_cast<long>(length)), report)) << length;
-    ASSERT_NE(report.reason[0], '\0') << length;
+  for (bool asSkill : {false, true}) {
+    Bytes const file = asSkill ? SkillFile(skill.get()) : ActorFile(actor.get());
+    for (size_t cut = 1; cut <= file.size(); ++cut) {
+      ZoReadReport report;
+      ASSERT_FALSE(Reads(zotest::Cut(file, cut), asSkill, report)) << cut;
+      ASSERT_TRUE(report.Failed() && report.reason[0] != '\0') << cut;
+    }
   }
 }
 
@@ -121,11 +117,8 @@ TEST(ZoActorFileRobustness, CorruptionsAreRefusedWithReasonAndOffset) {
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.name);
-    Reader reader(c.file, 0);
     ZoReadReport report;
-    ZoStreamObject* read = c.skill ? static_cast<ZoStreamObject*>(ZoProtoActor::ReadSkillFrom(*reader, &report))
-                                   : ZoProtoActor::ReadActorFrom(*reader, &report);
-    EXPECT_EQ(read, nullptr);
+    EXPECT_FALSE(Reads(c.file, c.skill, report));
     EXPECT_NE(report.status, ZoStreamOk);
     EXPECT_EQ(std::string(report.reason).find(c.reason), 0u) << report.reason;
     if (c.offset != -2) {

@@ -21,6 +21,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zoacttest {
 
@@ -32,6 +33,7 @@ using zotest::Reader;
 using zotest::TempFolder;
 
 using zoskeletontest::AddTransform;
+using zoskeletontest::ReadBody;
 using ActorRef = ZoRef<ZoProtoActor>;
 using SkillRef = ZoRef<ZoProtoSkill>;
 
@@ -65,6 +67,12 @@ inline ByteBuilder& AddFramedKey(ByteBuilder& b, ZoJointKeyframe const& k) {
   for (ZoTransform3 const* t : {&k.localTransform, &k.localIn, &k.localOut, &k.actorTransform, &k.actorIn, &k.actorOut})
     AddTransform(b, *t);
   return b.f32(k.point.x).f32(k.point.y).f32(k.point.z).i32(k.marker).f32(k.easeIn).f32(k.easeOut).i32(k.blendMode);
+}
+
+// The first key of joint `j` of `skill` (which must have one).
+inline ZoJointKeyframe& FirstKey(ZoProtoSkill& skill, int j) {
+  ZoKeyListNode* p = nullptr;
+  return *skill.Joint(j)->GetFirst(p);
 }
 
 inline ZoProtoNode* Joint(char const* name, int32_t style, float x) {
@@ -105,6 +113,23 @@ inline ZoProtoSkill* FigureSkill(ZoProtoActor* actor, char const* name) {
   skill->InitJoint(0)->Insert(Key(100, 2.0f));
   skill->InitJoint(2)->Insert(Key(50, 3.0f));
   return skill;
+}
+
+// A skill sized to `actor` whose joint j has the one key Key(0, 1 + j × `step`).
+inline ZoProtoSkill* OneKeyPerJoint(ZoProtoActor* actor, float step) {
+  auto* skill = new ZoProtoSkill;
+  skill->SetupFromPrototype(actor);
+  for (int j = 0; j < skill->NumJoints(); ++j) skill->InitJoint(j)->Insert(Key(0, 1.0f + step * static_cast<float>(j)));
+  return skill;
+}
+
+// The figure "Dog" to be saved into `folder`/Dog/, with FigureSkills of
+// `names` cached.
+inline ActorRef SavableDog(TempFolder const& folder, std::vector<char const*> const& names) {
+  ActorRef actor = FigureActor("Dog");
+  actor->Path() = (folder.path() + "/Dog/").c_str();
+  for (char const* name : names) actor->AddSkill(FigureSkill(actor.get(), name));
+  return actor;
 }
 
 // The bytes of a file on disk, or empty.

@@ -90,14 +90,12 @@ TEST(ZoBehaviorMap, BodyIsNameCountAndNames) {
 
   ZoFSMSpaceToBhvr back;
   back.AddActiveBhvr("held");
-  Reader reader(expected);
-  EXPECT_EQ(back.ReadFromStream(*reader), ZoStreamOk);
+  EXPECT_EQ(ReadBody(back, expected), ZoStreamOk);
   EXPECT_EQ(back.SpaceName(), "Walk");
   EXPECT_EQ(Active(&back), "held;idle;run;");  // appended to what was held
 
   ZoFSMSpaceToBhvr negative;
-  Reader none(ByteBuilder().str("S").i32(-3));
-  EXPECT_EQ(negative.ReadFromStream(*none), ZoStreamOk);
+  EXPECT_EQ(ReadBody(negative, ByteBuilder().str("S").i32(-3)), ZoStreamOk);
   EXPECT_EQ(negative.ActiveBehaviors().GetCount(), 0);
   Reader huge(ByteBuilder().str("S").i32(1000).str("x"));
   EXPECT_NE(ZoFSMSpaceToBhvr().ReadFromStream(*huge), ZoStreamOk);
@@ -137,8 +135,7 @@ TEST(ZoProximity, BodyAndTheOlderFieldsWithoutFlag) {
   EXPECT_EQ(Body(*def), expected);
 
   ZoProtoProxDef back;
-  Reader reader(expected);
-  EXPECT_EQ(back.ReadFromStream(*reader), ZoStreamOk);
+  EXPECT_EQ(ReadBody(back, expected), ZoStreamOk);
   EXPECT_EQ(Body(back), expected);
   EXPECT_EQ(back.radiusSquared, 4.0f);
 

@@ -61,11 +61,7 @@ ZoProtoActor* Added(char const* name) {
 
 // Saves an actor "Dog" with two skills into `folder`/Dog/.
 void SaveDog(TempFolder const& folder) {
-  ActorRef actor = FigureActor("Dog");
-  actor->Path() = (folder.path() + "/Dog/").c_str();
-  actor->AddSkill(FigureSkill(actor.get(), "Walk"));
-  actor->AddSkill(FigureSkill(actor.get(), "Run"));
-  ASSERT_EQ(actor->Save(ZoSkillFormatKeyframed), 1);
+  ASSERT_EQ(SavableDog(folder, {"Walk", "Run"})->Save(ZoSkillFormatKeyframed), 1);
 }
 
 TEST_F(ZoProtoDBTest, LoadsEachFileOnceUnderItsBaseName) {
@@ -103,7 +99,7 @@ TEST_F(ZoProtoDBTest, TheHookSuppliesThePrototype) {
   EXPECT_EQ(hook.requests, 1);
 }
 
-TEST_F(ZoProtoDBTest, AddRemoveAndUniqueNames) {
+TEST_F(ZoProtoDBTest, AddRemoveRenameAndUniqueNames) {
   ZoProtoActor* cat = Added("Cat");
   ASSERT_EQ(cat->IsRegistered(), 1);
   ActorRef other(new ZoProtoActor);
@@ -124,15 +120,12 @@ TEST_F(ZoProtoDBTest, AddRemoveAndUniqueNames) {
   EXPECT_EQ(std::make_pair(cat->RefCount(), cat->IsRegistered()), std::make_pair(1, 0));
   held->SetName("Puss");  // unregistered: just renamed
   EXPECT_EQ(ZoProtoDB::PrototypeExists("Puss"), 0);
-}
 
-// A taken name: the actor leaves, the database's reference passes to us.
-TEST_F(ZoProtoDBTest, RenamingARegisteredActorRefilesIt) {
-  ZoProtoActor* dog = Added("Dog");
-  Added("Wolf");
+  // A registered actor renamed is refiled; renamed to a taken name, it
+  // leaves and the database's reference passes to us.
   dog->SetName("Hound");
   EXPECT_EQ(ZoProtoDB::PrototypeExists("DOG") + 2 * ZoProtoDB::PrototypeExists("hound"), 2);
-  dog->SetName("wolf");
+  dog->SetName("DOG 1");
   EXPECT_EQ(std::make_pair(dog->IsRegistered(), dog->RefCount()), std::make_pair(0, 1));
   dog->Release();
 }

@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <string>
 #include <random>
@@ -244,15 +243,13 @@ TEST(ZoSkillSamplerRevision, ReadingABodyIsSampledAtOnceAndDirectEditsWaitForReb
   SkillRef source(FigureSkill(actor.get(), "Walk"));
   SkillRef skill(new ZoProtoSkill);
   ZoSkillSampler sampler(skill.get());
-  Reader reader(Body(*source));
-  ASSERT_EQ(skill->ReadFromStream(*reader), ZoStreamOk);
+  ASSERT_EQ(ReadBody(*skill, Body(*source)), ZoStreamOk);
   ZoTransform3 pose[4];
   EXPECT_EQ(sampler.SamplePose(50, pose, nullptr), 2);
   EXPECT_FLOAT_EQ(pose[2].translation.x, 3.0f);  // joint 2's only key
 
   // Moving a key's time directly: the sampler keeps its copy until told.
-  ZoKeyListNode* p = nullptr;
-  skill->Joint(2)->GetFirst(p)->setTime(70);
+  FirstKey(*skill, 2).setTime(70);
   EXPECT_EQ(sampler.SamplePose(50, pose, nullptr), 2);
   EXPECT_FALSE(ZoSkillSampler(skill.get()).Covers(2, 50));
   sampler.Rebuild();

@@ -71,14 +71,12 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
 
   // Negative counts read as empty; the cap is inclusive.
   ZoKeyList list;
-  zotest::Reader in(ByteBuilder().i32(-1).append(KeyframeFrame(5, 0)));
-  EXPECT_EQ(list.ReadFromStream(*in), ZoStreamOk);
-  EXPECT_EQ(list.NumKeyframes(), 0);
-  EXPECT_EQ(in.Consumed(), 4u);
   ZoSpline empty, atCap;
-  zotest::Reader negativePoints(ByteBuilder().i32(-5).f32(1.0f));
-  EXPECT_EQ((*negativePoints >> empty).Status(), ZoStreamOk);
-  EXPECT_EQ(empty.Length(), 1.0f);
+  zotest::Reader in(ByteBuilder().i32(-1).append(KeyframeFrame(5, 0))), negativePoints(ByteBuilder().i32(-5).f32(1.0f));
+  EXPECT_EQ(std::make_pair(list.ReadFromStream(*in), (*negativePoints >> empty).Status()),
+            std::make_pair(ZoStreamOk, ZoStreamOk));
+  EXPECT_EQ(std::make_tuple(list.NumKeyframes(), in.Consumed(), empty.NumControlPoints(), empty.Length()),
+            std::make_tuple(0, 4u, 0, 1.0f));
   ZoReadLimits::SetMaxAllocation(7 * 136);
   zotest::ExpectRefused({"spline points past the cap", eight, ZoTypeCode::Spline, ZoStreamFormatError, 0,
                          "count 8 of 136-byte elements passes the 952-byte allocation cap"});

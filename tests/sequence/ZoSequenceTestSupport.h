@@ -43,14 +43,13 @@ inline ZoTransform3 Pose(float seed) {
 }
 
 // The 16-byte header of a chunked container file.
-inline ByteBuilder& AddContainerHeader(ByteBuilder& b, char const* type, uint16_t version) {
-  return b.u32(0x424F5A20).u16(2).u16(version).chars(type).u32(0);
+inline ByteBuilder ContainerHeader(char const* type, uint16_t version) {
+  return ByteBuilder().u32(0x424F5A20).u16(2).u16(version).chars(type).u32(0);
 }
 
 // A motion file's container header and motion header.
 inline ByteBuilder MotionHeader(char const* name, int32_t frameSize, int32_t numFrames) {
-  ByteBuilder b;
-  return AddContainerHeader(b, "Aazo", 1).str(name).i32(frameSize).i32(numFrames);
+  return ContainerHeader("Aazo", 1).str(name).i32(frameSize).i32(numFrames);
 }
 
 }  // namespace zoseqtest

@@ -74,8 +74,7 @@ TEST(ZoProtoNodeEditing, TransformPivotKeepsShapesSpheresSplineAndChildrenInPlac
   ExpectSamePointsInAnyOrder(PlacedVertices(*node, moved), mesh, kWorldTolerance);
   ASSERT_NE(node->ColModel()->GetRoot(), nullptr);
   zotest::ExpectNear(moved * node->ColSpheres()[0].center, sphere, kWorldTolerance);
-  EXPECT_EQ(node->ColSpheres()[0].radius, 0.5f);
-  EXPECT_EQ(node->ColSpheres()[0].word4, 0xABCDu);
+  EXPECT_EQ(std::make_pair(node->ColSpheres()[0].radius, node->ColSpheres()[0].word4), std::make_pair(0.5f, 0xABCDu));
   for (int i = 0; i < node->SplineInfo()->NumControlPoints(); ++i)
     ExpectSameTransform(moved * node->SplineInfo()->ControlPoint(i)->transform, splineWorld[static_cast<size_t>(i)]);
   size_t k = 0;
@@ -92,6 +91,6 @@ TEST(ZoProtoNodeEditing, TransformPivotLeavesAModelWithoutTreeAsItIs) {
   ASSERT_EQ(node->ColModel()->GetRoot(), nullptr);
   Bytes const before = Body(*node->ColModel()->GetTriangleSet());
   node->TransformPivot(ZoTransform3(ZoVector3(1, 2, 3), About(0.4f, ZoVector3(0, 0, 1))));
-  EXPECT_EQ(Body(*node->ColModel()->GetTriangleSet()), before);
-  EXPECT_EQ(node->ColModel()->GetRoot(), nullptr);
+  EXPECT_EQ(std::make_pair(Body(*node->ColModel()->GetTriangleSet()), node->ColModel()->GetRoot()),
+            std::make_pair(before, static_cast<ZoSphereNode*>(nullptr)));
 }

@@ -38,8 +38,7 @@ TEST(ZoProtoNode, EachStyleHasItsRecordAndOnlyIt) {
   ASSERT_NE(handle, nullptr);
   handle->handleKind = 3;
   node.SetStyle(2);  // the same style: the same record, kept as it is
-  EXPECT_EQ(node.HandleInfo(), handle);
-  EXPECT_EQ(node.HandleInfo()->handleKind, 3);
+  EXPECT_EQ(std::make_pair(node.HandleInfo(), node.HandleInfo()->handleKind), std::make_pair(handle, 3));
   for (int32_t style : {3, 4, 5, 6, 7, 1}) {
     node.SetStyle(style);
     EXPECT_EQ(node.Style(), style);
@@ -87,19 +86,17 @@ TEST(ZoProtoNode, RelativeHomeTransformsMultiplyUpToTheAncestor) {
   upper->addChild(lower);
   ZoTransform3 const all = root->HomeTransform() * (upper->HomeTransform() * lower->HomeTransform());
 
-  ZoTransform3 out;
-  EXPECT_EQ(lower->GetRelativeHomeTransform(upper, out), 1);
-  EXPECT_EQ(out, lower->HomeTransform());
-  EXPECT_EQ(lower->GetRelativeHomeTransform(root, out), 1);
-  EXPECT_EQ(out, upper->HomeTransform() * lower->HomeTransform());
-  ExpectNear(out * ZoVector3(), ZoVector3(-1, 0, 0));  // (0, 2, 0) of upper's frame
-  EXPECT_EQ(lower->GetRelativeHomeTransform(nullptr, out), 1);
-  EXPECT_EQ(out, all);
-  EXPECT_EQ(lower->GetRelativeHomeTransform(lower, out), 1);
-  EXPECT_EQ(out, ZoTransform3());
+  ZoTransform3 const inRoot = upper->HomeTransform() * lower->HomeTransform();
+  ExpectNear(inRoot * ZoVector3(), ZoVector3(-1, 0, 0));  // (0, 2, 0) of upper's frame
   ZoProtoNode stranger;
-  EXPECT_EQ(lower->GetRelativeHomeTransform(&stranger, out), 0);
-  EXPECT_EQ(out, all);
+  ZoTransform3 out;
+  std::tuple<ZoProtoNode const*, int, ZoTransform3> const cases[] = {
+      {upper, 1, lower->HomeTransform()}, {root, 1, inRoot},    {nullptr, 1, all},
+      {lower, 1, ZoTransform3()},        {&stranger, 0, all}};
+  for (auto const& [ancestor, found, expected] : cases) {
+    EXPECT_EQ(lower->GetRelativeHomeTransform(ancestor, out), found);
+    EXPECT_EQ(out, expected);
+  }
 
   // The static form stands in for a call on a null node.
   EXPECT_EQ(ZoProtoNode::GetRelativeHomeTransform(nullptr, nullptr, out), 1);
@@ -154,19 +151,19 @@ TEST(ZoProtoNode, MarkerShapes) {
   struct Case {
     char const* name;
     int style, kind;
-    float maxX, minY, maxY, minZ, maxZ;
+    float bounds[5];  // max x, min y, max y, min z, max z
     ZoColor color;
     int materials;
   } const cases[] = {
-      {"sphere handle", 2, 4, x, x, 0.1f, x, 0.1f, {0.7f, 0.7f, 0.9f, 0.6f}, 1},
-      {"plate handle 1", 2, 1, x, -0.2f, 0.25f, x, 0.125f, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
-      {"plate handle 3", 2, 3, x, -0.2f, 0.25f, x, 0.125f, {0.7f, 0.9f, 0.7f, 0.6f}, 2},
-      {"bar handle 0", 2, 0, x, -0.2f, 0.4f, x, 0.1f, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
-      {"bar handle 2", 2, 2, x, -0.2f, 0.4f, x, 0.1f, {0.7f, 0.9f, 0.7f, 0.6f}, 2},
-      {"bar handle 9", 2, 9, x, -0.2f, 0.4f, x, 0.1f, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
-      {"camera", 4, 0, x, -0.06f, 0.17f, -0.17f, 0.125f, {0.5f, 0.5f, 1.0f, 0.6f}, 0},
-      {"light", 5, 0, x, x, 0.1f, -0.1f, 0.1f, {0.2f, 0.4f, 0.8f, 0.6f}, 0},
-      {"square", 1, 1, 1, -0.25f, 0.25f, 0, 0, {0.1f, 0.2f, 0.3f, 0.4f}, 0},
+      {"sphere handle", 2, 4, {x, x, 0.1f, x, 0.1f}, {0.7f, 0.7f, 0.9f, 0.6f}, 1},
+      {"plate handle 1", 2, 1, {x, -0.2f, 0.25f, x, 0.125f}, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
+      {"plate handle 3", 2, 3, {x, -0.2f, 0.25f, x, 0.125f}, {0.7f, 0.9f, 0.7f, 0.6f}, 2},
+      {"bar handle 0", 2, 0, {x, -0.2f, 0.4f, x, 0.1f}, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
+      {"bar handle 2", 2, 2, {x, -0.2f, 0.4f, x, 0.1f}, {0.7f, 0.9f, 0.7f, 0.6f}, 2},
+      {"bar handle 9", 2, 9, {x, -0.2f, 0.4f, x, 0.1f}, {0.9f, 0.7f, 0.7f, 0.6f}, 2},
+      {"camera", 4, 0, {x, -0.06f, 0.17f, -0.17f, 0.125f}, {0.5f, 0.5f, 1.0f, 0.6f}, 0},
+      {"light", 5, 0, {x, x, 0.1f, -0.1f, 0.1f}, {0.2f, 0.4f, 0.8f, 0.6f}, 0},
+      {"square", 1, 1, {1, -0.25f, 0.25f, 0, 0}, {0.1f, 0.2f, 0.3f, 0.4f}, 0},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.name);
@@ -194,19 +191,11 @@ TEST(ZoProtoNode, MarkerShapes) {
     ZoVector3 min, max;
     set->FindBoundingBox(min, max);
     float const found[] = {max.x, min.y, max.y, min.z, max.z};
-    float const wanted[] = {c.maxX, c.minY, c.maxY, c.minZ, c.maxZ};
-    for (int i = 0; i < 5; ++i) {
-      if (!std::isnan(wanted[i])) {
-        EXPECT_NEAR(found[i], wanted[i], 1e-4f) << i;
-      }
-    }
+    for (int i = 0; i < 5; ++i) EXPECT_TRUE(std::isnan(c.bounds[i]) || std::fabs(found[i] - c.bounds[i]) <= 1e-4f) << i;
     EXPECT_TRUE(set->Material(0).color2 == c.color);
-    if (c.materials > 0) {
-      ASSERT_EQ(set->GetNumMaterials(), c.materials);
-    }
-    if (c.materials == 2) {
-      EXPECT_TRUE(set->Material(1).color2 == ZoColor(0.5f, 0.5f, 0.5f, 0.6f));
-    }
+    EXPECT_TRUE(c.materials == 0 || set->GetNumMaterials() == c.materials);
+    EXPECT_TRUE(c.materials != 2 ||
+                (set->GetNumMaterials() == 2 && set->Material(1).color2 == ZoColor(0.5f, 0.5f, 0.5f, 0.6f)));
   }
   for (int style : {3, 6, 8}) {
     ZoProtoNode other;
@@ -229,18 +218,16 @@ TEST(ZoProtoNode, CopiesAreDeepAndDropLinksActorAndUserData) {
   // their trees rebuilt, so their triangles may come in another order.
   EXPECT_EQ(BodyWithoutGeometry(copy), BodyWithoutGeometry(*source));
   EXPECT_EQ(Body(copy).size(), Body(*source).size());
-  EXPECT_NE(copy.ColModel(), source->ColModel());
-  EXPECT_NE(copy.ColModel()->GetRoot(), nullptr);  // rebuilt
-  EXPECT_NE(copy.JointLimit(), source->JointLimit());
-  EXPECT_NE(copy.HandleInfo(), source->HandleInfo());
+  std::vector<bool> const own{copy.ColModel() != source->ColModel(), copy.ColModel()->GetRoot() != nullptr,  // rebuilt
+                              copy.JointLimit() != source->JointLimit(), copy.HandleInfo() != source->HandleInfo()};
+  EXPECT_EQ(own, std::vector<bool>(4, true));
 
   // The copy lives on without its source.
   source.reset();
-  EXPECT_EQ(engine.releases, 1);
-  EXPECT_EQ(copy.JointLimit()->GetType(), 3);
   ZoProtoTraversal all(&copy, 0);
-  EXPECT_EQ(all.NumNodes(), 7);
-  EXPECT_NE(all.NodeWithName("eye")->CameraInfo(), nullptr);
+  EXPECT_EQ(std::make_tuple(engine.releases, copy.JointLimit()->GetType(), all.NumNodes(),
+                            all.NodeWithName("eye")->CameraInfo() != nullptr),
+            std::make_tuple(1, 3, 7, true));
 
   // Assignment replaces the content and keeps the links and children.
   ZoProtoNode target;
@@ -258,8 +245,7 @@ TEST(ZoProtoNode, UserDataIsReleasedWhenReplacedAndOnDestruction) {
     EXPECT_EQ(node.SetUserData(&first) + node.SetUserData(&first), 2);  // the same pointer: kept
     EXPECT_EQ(first.releases, 0);
     node.SetUserData(&second);
-    EXPECT_EQ(first.releases, 1);
-    EXPECT_EQ(node.GetUserData(), &second);
+    EXPECT_EQ(std::make_pair(first.releases, node.GetUserData()), std::make_pair(1, static_cast<ZoAi*>(&second)));
   }
   EXPECT_EQ(second.releases, 1);
 }
@@ -271,9 +257,7 @@ TEST(ZoProtoNodeStream, CurrentBodyByteForByte) {
   // limit, spheres or properties; a geometry record with its defaults; UV
   // flag 1, stiffness 1, no children.
   ByteBuilder plain;
-  plain.str("");
-  AddTransform(plain, ZoTransform3());
-  plain.i32(0).i32(0).i32(0).append(Body(ZoPropertyTable()));
+  AddTransform(plain.str(""), ZoTransform3()).i32(0).i32(0).i32(0).append(Body(ZoPropertyTable()));
   plain.i32(1).i32(0).append(Body(ZoMaterial())).f32(1.0f).f32(1.0f).i32(0).i32(0).i32(32).i32(32);
   plain.i32(1).f32(1.0f).i32(0);
   EXPECT_EQ(Body(ZoProtoNode()), plain.get());
@@ -304,18 +288,14 @@ TEST(ZoProtoNodeStream, CurrentBodyByteForByte) {
   node.addChild(grip);
 
   ByteBuilder expected;
-  expected.str("Hip");
-  AddTransform(expected, node.HomeTransform());
-  expected.i32(0);                                      // no model: format 0, no geometry
+  AddTransform(expected.str("Hip"), node.HomeTransform()).i32(0);  // no model: format 0, no geometry
   expected.i32(1).chars("JLHn").append(Body(*hinge));  // the framed limit
   expected.i32(1).f32(0.5f).f32(0.25f).f32(0).f32(0.75f).u32(7);
   expected.append(Body(node.Properties()));
   expected.i32(1).i32(1).append(Body(node.GeomInfo()->material)).f32(0.5f).f32(1.0f).i32(0).i32(9).i32(32).i32(32);
   expected.i32(0).f32(0.5f);  // UV flag, stiffness
   expected.i32(1);            // one child
-  expected.str("Grip");
-  AddTransform(expected, ZoTransform3());
-  expected.i32(0).i32(0).i32(0).append(Body(ZoPropertyTable()));
+  AddTransform(expected.str("Grip"), ZoTransform3()).i32(0).i32(0).i32(0).append(Body(ZoPropertyTable()));
   expected.i32(2).i32(3).f32(0.05f).f32(0.2f).u32(0xDEADBEEFu);
   expected.i32(1).f32(1.0f).i32(0);
   ASSERT_EQ(Body(node), expected.get()) << zotest::Hex(Body(node)) << "\n" << zotest::Hex(expected);
@@ -367,12 +347,8 @@ TEST(ZoProtoNodeStream, TheGeometryFollowsTheModelFormat) {
     EXPECT_EQ(read.GetModelFormat(), format);
     ASSERT_NE(read.ColModel(), nullptr);
     EXPECT_EQ(read.ColModel()->GetRoot() != nullptr, format == 3);  // rebuilt only for 3
-    if (format == 1) {
-      EXPECT_EQ(Body(read), bytes);
-    } else {  // the rebuild may reorder the triangles
-      EXPECT_EQ(Body(read).size(), bytes.size());
-      EXPECT_EQ(read.ColModel()->GetTriangleSet()->GetNumTriangles(), cube->GetNumTriangles());
-    }
+    EXPECT_EQ(Body(read).size(), bytes.size());
+    EXPECT_TRUE(format == 3 || Body(read) == bytes);  // the rebuild may reorder the triangles
   }
 
   // Without a set, as a handle, or in a format without geometry: format 0.
@@ -387,16 +363,13 @@ TEST(ZoProtoNodeStream, TheGeometryFollowsTheModelFormat) {
   node.SetModelFormat(7);
   Bytes bytes = Body(node);
   EXPECT_EQ(slice(bytes, head, 8), zeroes);
-  ZoProtoNode read;
-  ASSERT_EQ(ReadBody(read, bytes), ZoStreamOk);
-  EXPECT_EQ(read.ColModel(), nullptr);
 
   // Read with format 7 from a file: kept, nothing read for it, written as 0.
   Bytes seven = bytes;
   seven[head] = 7;
   ZoProtoNode odd;
   ASSERT_EQ(ReadBody(odd, seven), ZoStreamOk);
-  EXPECT_EQ(odd.GetModelFormat(), 7);
+  EXPECT_EQ(std::make_pair(odd.GetModelFormat(), odd.ColModel()), std::make_pair(7, static_cast<ZoColModel*>(nullptr)));
   EXPECT_EQ(Body(odd), bytes);
 }
 

@@ -25,6 +25,8 @@
 
 namespace zoskeletontest {
 
+using zotest::About;
+using zotest::AddTransform;
 using zotest::Body;
 using zotest::ByteBuilder;
 using zotest::Bytes;
@@ -54,17 +56,11 @@ inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_
   return reader->Status();
 }
 
-// A transform's 28 bytes.
-inline ByteBuilder& AddTransform(ByteBuilder& b, ZoTransform3 const& t) {
-  return b.f32(t.translation.x).f32(t.translation.y).f32(t.translation.z).f32(t.rotation.w).f32(t.rotation.x)
-      .f32(t.rotation.y).f32(t.rotation.z);
-}
-
-// The rotation by `angle` about `axis`.
-inline ZoRotation3 About(float angle, ZoVector3 const& axis) {
-  ZoRotation3 q;
-  q.setValue(angle, axis);
-  return q;
+// `bytes` read under `version` as the body of a fresh node and written back.
+inline Bytes Rewritten(Bytes const& bytes, int32_t version = kZoCurrentVersion) {
+  ZoProtoNode node;
+  EXPECT_EQ(ReadBody(node, bytes, version), ZoStreamOk);
+  return Body(node, version);
 }
 
 // True when the two rotations are within `tolerance` component-wise, up to

@@ -81,9 +81,7 @@ TEST(ZoTreeNode, RemoveChildUnlinksChildrenAndClearsTheLinksOfStrangers) {
   other.addChild(strangerSibling);
   parent.removeChild(stranger);
   EXPECT_EQ(Children(parent), Nodes({kids[0], kids[1], kids[2]}));
-  EXPECT_EQ(stranger->parent(), nullptr);
-  EXPECT_EQ(stranger->nextSibling(), nullptr);
-  EXPECT_EQ(other.firstChild(), stranger);
+  EXPECT_EQ(Nodes({stranger->parent(), stranger->nextSibling(), other.firstChild()}), Nodes({nullptr, nullptr, stranger}));
   delete strangerSibling;  // unlinked by hand: other would reach it no more
   other.DestroyChildrenOnDestruct(0);
   delete stranger;
@@ -94,8 +92,7 @@ TEST(ZoTreeNode, RemoveChildUnlinksChildrenAndClearsTheLinksOfStrangers) {
   parent.removeChild(kids[2]);
   EXPECT_EQ(parent.firstChild(), nullptr);
   for (ZoTreeNode* k : kids) {
-    EXPECT_EQ(k->parent(), nullptr);
-    EXPECT_EQ(k->nextSibling(), nullptr);
+    EXPECT_EQ(Nodes({k->parent(), k->nextSibling()}), Nodes(2, nullptr));
     delete k;  // detached: the caller's
   }
 }
@@ -153,9 +150,8 @@ TEST(ZoTreeNode, CopyDuplicatesTheSubtreeAsPlainNodes) {
   Nodes kids = Children(copy);
   ASSERT_EQ(kids.size(), 2u);
   EXPECT_NE(kids[0], a);
-  EXPECT_EQ(kids[0]->parent(), &copy);
+  EXPECT_EQ(Nodes({kids[0]->parent(), copy.parent()}), Nodes({&copy, nullptr}));
   EXPECT_EQ(kids[0]->numChildren(0), 1);
-  EXPECT_EQ(copy.parent(), nullptr);
 }
 
 TEST(ZoTreeTraversal, ListsInPreOrderWithTheTypeFilter) {
@@ -178,19 +174,14 @@ TEST(ZoTreeTraversal, ListsInPreOrderWithTheTypeFilter) {
   EXPECT_EQ(listed(ZoTreeTraversal(&root, 0, 1)), Nodes({&root, a, b, c, d}));
   ZoTreeTraversal joints(&root, joint, 1);
   EXPECT_EQ(listed(joints), Nodes({a, c, d}));  // c below a node that is not a joint
-  EXPECT_EQ(joints.nodeIndex(&root), -1);
-  EXPECT_EQ(joints.nodeIndex(d), 2);
-  EXPECT_EQ(ZoTreeTraversal(&root, 0, 0).numNodes(), 0);
-
-  // A copy owns an array of its own.
-  ZoTreeTraversal copy(joints);
+  // A copy owns an array of its own; an unfilled slot holds null.
+  ZoTreeTraversal copy(joints), manual(2);
   copy.setNode(0, d);
-  EXPECT_EQ(joints.node(0), a);
-  EXPECT_EQ(copy.nodeIndex(d), 0);
-  ZoTreeTraversal manual(2);
   manual.setNode(1, b);
-  EXPECT_EQ(manual.nodeIndex(b), 1);
-  EXPECT_EQ(manual.nodeIndex(nullptr), 0);  // the unfilled slot holds null
+  EXPECT_EQ(joints.node(0), a);
+  EXPECT_EQ(std::vector<int>({joints.nodeIndex(&root), joints.nodeIndex(d), ZoTreeTraversal(&root, 0, 0).numNodes(),
+                              copy.nodeIndex(d), manual.nodeIndex(b), manual.nodeIndex(nullptr)}),
+            std::vector<int>({-1, 2, 0, 0, 1, 0}));
 }
 
 TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
@@ -222,8 +213,8 @@ TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
   EXPECT_EQ(std::vector<int>({all.IndexWithName("THIGH"), all.IndexWithName("root"), joints.IndexWithName("root"),
                               all.NodeIndex(arm), joints.NodeIndex(root)}),
             std::vector<int>({3, 0, -1, 4, -1}));
-  EXPECT_EQ(all.NodeWithName("LaMp"), light);
-  EXPECT_EQ(all.NodeWithName("tail"), nullptr);
+  EXPECT_EQ(std::make_pair(all.NodeWithName("LaMp"), all.NodeWithName("tail")),
+            std::make_pair(light, static_cast<ZoProtoNode*>(nullptr)));
   EXPECT_STREQ(light->Name().c_str(), "Lamp");  // names are compared on copies
   delete root;
 }
@@ -234,10 +225,11 @@ TEST(ZoProtoTraversal, UniqueNamesCountUpPastNamesTakenInAnyCase) {
   root->addChild(Named("ARM1"));
   root->addChild(Named("leg2"));
   ZoProtoTraversal all(root, 0);
-  EXPECT_STREQ(all.UniqueNameWithPrefix("Arm").c_str(), "Arm2");
-  EXPECT_STREQ(all.UniqueNameWithPrefix("Leg").c_str(), "Leg");  // free as it stands
-  EXPECT_STREQ(all.UniqueNameWithPrefix("body").c_str(), "body1");
-  EXPECT_STREQ(ZoProtoTraversal(nullptr, 0).UniqueNameWithPrefix("Joint").c_str(), "Joint");
+  // "Leg" is free as it stands.
+  EXPECT_EQ(std::vector<std::string>({all.UniqueNameWithPrefix("Arm").c_str(), all.UniqueNameWithPrefix("Leg").c_str(),
+                                      all.UniqueNameWithPrefix("body").c_str(),
+                                      ZoProtoTraversal(nullptr, 0).UniqueNameWithPrefix("Joint").c_str()}),
+            std::vector<std::string>({"Arm2", "Leg", "body1", "Joint"}));
   delete root;
 }
 

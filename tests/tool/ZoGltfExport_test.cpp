@@ -140,45 +140,41 @@ std::set<std::string> SkipCodes(Json const& summary) {
 }
 
 // The demo actor and the fixture actors, each exported once with all its
-// skills.
-class ZoGltfExport : public ::testing::Test {
- protected:
-  struct Case {
-    std::string name;
-    std::string folder;
-    Export exported;
-  };
+// skills into a folder kept until the program ends.
+struct Case {
+  std::string name;
+  std::string folder;
+  Export exported;
+};
 
-  static void SetUpTestSuite() {
-    folder = new zotest::TempFolder;
-    cases = new std::vector<Case>;
-    std::string const parent = folder->path();
+zotest::TempFolder const& Scratch() {
+  static zotest::TempFolder const folder;
+  return folder;
+}
+
+std::vector<Case> const& Exports() {
+  static std::vector<Case> const cases = [] {
+    std::vector<Case> made;
+    std::string const parent = Scratch().path();
     for (std::string const& actor : {DemoFolder(), zogltftest::WriteEveryStyleActor(parent),
                                      zogltftest::WriteOlderActor(parent), zogltftest::WriteFaultyActor(parent)}) {
       std::string name = fs::path(actor).filename().string();
-      cases->push_back(Case{name, actor, ExportAndRead(actor, *folder / (name + ".glb"), "--all-skills")});
+      made.push_back(Case{name, actor, ExportAndRead(actor, Scratch() / (name + ".glb"), "--all-skills")});
     }
-  }
-  static void TearDownTestSuite() {
-    delete cases;
-    delete folder;
-  }
-  static Case const& Named(std::string const& name) {
-    return *std::find_if(cases->begin(), cases->end(), [&](Case const& c) { return c.name == name; });
-  }
+    return made;
+  }();
+  return cases;
+}
 
-  static zotest::TempFolder* folder;
-  static std::vector<Case>* cases;
-};
-
-zotest::TempFolder* ZoGltfExport::folder = nullptr;
-std::vector<ZoGltfExport::Case>* ZoGltfExport::cases = nullptr;
+Case const& Named(std::string const& name) {
+  return *std::find_if(Exports().begin(), Exports().end(), [&](Case const& c) { return c.name == name; });
+}
 
 // Every actor is written and read back; its nodes keep their names, order
 // and world transforms; every geometry node with triangles has a mesh of
 // them all, one primitive per material.
-TEST_F(ZoGltfExport, NodesKeepTheirNamesOrderTransformsAndTriangles) {
-  for (Case const& c : *cases) {
+TEST(ZoGltfExport, NodesKeepTheirNamesOrderTransformsAndTriangles) {
+  for (Case const& c : Exports()) {
     SCOPED_TRACE(c.name);
     ASSERT_EQ(c.exported.run.status, 0) << c.exported.run.err;
     ASSERT_EQ(c.exported.loadError, "");
@@ -219,7 +215,7 @@ TEST_F(ZoGltfExport, NodesKeepTheirNamesOrderTransformsAndTriangles) {
 
 // Each skill's channels agree with SampleAtTime at a key time, at a time
 // between two samples, and at the last key.
-TEST_F(ZoGltfExport, AnimationsFollowSampleAtTime) {
+TEST(ZoGltfExport, AnimationsFollowSampleAtTime) {
   struct Probe {
     char const* actor;
     char const* skill;
@@ -260,7 +256,7 @@ TEST_F(ZoGltfExport, AnimationsFollowSampleAtTime) {
   }
 }
 
-TEST_F(ZoGltfExport, MaterialsTexturesCamerasAndLightsOfEveryStyle) {
+TEST(ZoGltfExport, MaterialsTexturesCamerasAndLightsOfEveryStyle) {
   Case const& c = Named("EveryStyle");
   tinygltf::Model const& model = c.exported.model;
   // Body's quad: the textured white material and the half-transparent red one.
@@ -310,7 +306,7 @@ TEST_F(ZoGltfExport, MaterialsTexturesCamerasAndLightsOfEveryStyle) {
   }
 }
 
-TEST_F(ZoGltfExport, FaultsAreReportedAndTheRestIsExported) {
+TEST(ZoGltfExport, FaultsAreReportedAndTheRestIsExported) {
   Case const& c = Named("Faulty");
   EXPECT_EQ(c.exported.run.status, 0);
   std::set<std::string> expected = {"Other.skl:skill-mismatch", "Blank:empty-skill", "Empty:no-geometry",
@@ -324,7 +320,7 @@ TEST_F(ZoGltfExport, FaultsAreReportedAndTheRestIsExported) {
   EXPECT_TRUE(model.images.empty());
   EXPECT_GE(model.nodes.at(0).mesh, 0) << "Root keeps its mesh and colour without the texture";
   EXPECT_EQ(model.nodes.at(1).mesh, -1);
-  for (Case const& clean : *cases)
+  for (Case const& clean : Exports())
     if (clean.name != "Faulty") {
       EXPECT_EQ(clean.exported.run.json.at("skipped"), Json::array()) << clean.name;
     }
@@ -332,7 +328,7 @@ TEST_F(ZoGltfExport, FaultsAreReportedAndTheRestIsExported) {
 
 // Options that change what is written: lengths, times, the text form and
 // the choice of skills.
-TEST_F(ZoGltfExport, OptionsScaleLengthsAndTimesAndChooseSkills) {
+TEST(ZoGltfExport, OptionsScaleLengthsAndTimesAndChooseSkills) {
   struct Row {
     char const* name;
     char const* options;
@@ -350,7 +346,7 @@ TEST_F(ZoGltfExport, OptionsScaleLengthsAndTimesAndChooseSkills) {
   Case const& demo = Named("Robo");
   for (Row const& row : rows) {
     SCOPED_TRACE(row.name);
-    Export out = ExportAndRead(demo.folder, *folder / row.file, row.options);
+    Export out = ExportAndRead(demo.folder, Scratch() / row.file, row.options);
     ASSERT_EQ(out.run.status, 0) << out.run.err;
     ASSERT_EQ(out.loadError, "");
     std::vector<std::string> names;
@@ -365,20 +361,17 @@ TEST_F(ZoGltfExport, OptionsScaleLengthsAndTimesAndChooseSkills) {
       EXPECT_FLOAT_EQ(times.back(), lastKey * row.secondsPerUnit) << a.name;
     }
   }
-  ToolRun refused = RunTool("export " + Quoted(demo.folder) + " -o x.glb --scale -1");
-  EXPECT_EQ(refused.status, 2);
+  EXPECT_EQ(RunTool("export " + Quoted(demo.folder) + " -o x.glb --scale -1").status, 2);
 }
 
-TEST_F(ZoGltfExport, ViewWritesThePageTheModelAndThreeJs) {
-  std::string out = *folder / "view";
-  ToolRun run = RunTool("view " + Quoted(Named("Robo").folder) + " -o " + Quoted(out));
-  ASSERT_EQ(run.status, 0) << run.err;
-  EXPECT_EQ(run.json.at("animations").size(), 2u);
+TEST(ZoGltfExport, ViewWritesThePageTheModelAndThreeJs) {
+  std::string out = Scratch() / "view";
+  EXPECT_EQ(RunOk("view " + Quoted(Named("Robo").folder) + " -o " + Quoted(out)).at("animations").size(), 2u);
   for (char const* file : {"index.html", "viewer.js", "actor.glb", "three/build/three.module.js",
                            "three/examples/jsm/loaders/GLTFLoader.js", "three/examples/jsm/controls/OrbitControls.js"})
     EXPECT_TRUE(fs::is_regular_file(out + "/" + file)) << file;
-  EXPECT_EQ(FileBytes(out + "/actor.glb"), FileBytes(*folder / "Robo.glb")) << "the same export as export's";
-  EXPECT_EQ(RunTool("view " + Quoted(*folder / "nothing") + " -o " + Quoted(out)).status, 1);
+  EXPECT_EQ(FileBytes(out + "/actor.glb"), FileBytes(Scratch() / "Robo.glb")) << "the same export as export's";
+  EXPECT_EQ(RunTool("view " + Quoted(Scratch() / "nothing") + " -o " + Quoted(out)).status, 1);
 }
 
 // The buffer: each array at a four-byte boundary, zero padding between,

@@ -20,9 +20,7 @@ std::vector<std::string> Names(Json const& list, char const* key) {
 }
 
 TEST(ZoToolDemoFolder, InfoSummarisesTheActorAndItsSkills) {
-  ToolRun run = RunTool("info --json " + Quoted(DemoFolder()));
-  ASSERT_EQ(run.status, 0) << run.err;
-  Json const& folder = run.json.at(0);
+  Json const folder = RunOk("info --json " + Quoted(DemoFolder())).at(0);
   EXPECT_EQ(folder["kind"], "actor-folder");
   Json const& actor = folder["actorFile"]["actor"];
   EXPECT_EQ(std::make_tuple(folder["actorFile"]["version"], actor["name"], actor["nodes"], actor["joints"]),
@@ -41,9 +39,8 @@ TEST(ZoToolDemoFolder, InfoSummarisesTheActorAndItsSkills) {
 
 TEST(ZoToolDemoFolder, DumpGivesEveryFieldAndGeometryOnRequest) {
   std::string actorFile = DemoFolder() + "/Robo.act";
-  ToolRun plain = RunTool("dump " + Quoted(actorFile));
-  ASSERT_EQ(plain.status, 0) << plain.err;
-  Json const& hips = plain.json["actor"]["skeleton"];
+  Json const plain = RunOk("dump " + Quoted(actorFile));
+  Json const& hips = plain["actor"]["skeleton"];
   EXPECT_EQ(hips["name"], "Hips");
   EXPECT_EQ(Names(hips["children"], "name"), (std::vector<std::string>{"Torso", "LegL", "LegR", "Lamp"}));
   EXPECT_EQ(hips["jointLimit"]["kind"], "translate");
@@ -52,99 +49,80 @@ TEST(ZoToolDemoFolder, DumpGivesEveryFieldAndGeometryOnRequest) {
   EXPECT_EQ(head["colSpheres"][0]["radius"], 0.15);
   EXPECT_EQ(head["properties"][0]["value"], "polished brass");
   EXPECT_FALSE(head["colModel"]["triangleSet"].contains("positions"));
-  Json const& proximity = plain.json["actor"]["proximityDefs"];
-  EXPECT_EQ(Names(proximity, "name"), (std::vector<std::string>{"", "Greet"}));
+  EXPECT_EQ(Names(plain["actor"]["proximityDefs"], "name"), (std::vector<std::string>{"", "Greet"}));
 
-  ToolRun geometry = RunTool("dump --geometry " + Quoted(actorFile));
-  ASSERT_EQ(geometry.status, 0);
-  Json const& set = geometry.json["actor"]["skeleton"]["children"][0]["children"][0]["colModel"]["triangleSet"];
+  Json const geometry = RunOk("dump --geometry " + Quoted(actorFile));
+  Json const& set = geometry["actor"]["skeleton"]["children"][0]["children"][0]["colModel"]["triangleSet"];
   EXPECT_EQ(set["positions"].size(), set["vertices"].get<size_t>());
   EXPECT_EQ(set["corners"].size(), set["triangles"].get<size_t>());
 }
 
 TEST(ZoToolDemoFolder, ValidatesCleanAndSamplesTheStoredKeys) {
-  ToolRun validate = RunTool("validate " + Quoted(DemoFolder()));
-  EXPECT_EQ(validate.status, 0) << validate.out;
-  Json const& summary = validate.json["summary"];
+  Json const summary = RunOk("validate " + Quoted(DemoFolder()))["summary"];
   EXPECT_EQ(std::make_tuple(summary["files"], summary["errors"], summary["warnings"]),
             std::make_tuple(Json(3), Json(0), Json(0)));
 
   // At a key's own time a sample is that key: compare with the stored keys.
-  ToolRun sample = RunTool("sample " + Quoted(DemoFolder()) + " walk --time 500 --json");
-  ASSERT_EQ(sample.status, 0) << sample.err;
+  Json const joints = RunOk("sample " + Quoted(DemoFolder()) + " walk --time 500 --json")["joints"];
   ZoRef<ZoProtoSkill> walk(ZoProtoActor::ReadSkillFile((DemoFolder() + "/Skills/Walk.skl").c_str()));
   ASSERT_TRUE(walk);
-  ASSERT_EQ(sample.json["joints"].size(), 7u);
+  ASSERT_EQ(joints.size(), 7u);
   for (int j = 0; j < 7; ++j) {
     SCOPED_TRACE(j);
     auto* key = static_cast<ZoJointKeyframe*>(walk->Joint(j)->KeyframeAtTime(500));
     ASSERT_NE(key, nullptr);
-    Json const& local = sample.json["joints"][j]["local"];
+    Json const& local = joints[j]["local"];
     EXPECT_FLOAT_EQ(local["translation"][1].get<float>(), key->localTransform.translation.y);
     EXPECT_FLOAT_EQ(local["rotation"][0].get<float>(), key->localTransform.rotation.w);
     EXPECT_FLOAT_EQ(local["rotation"][1].get<float>(), key->localTransform.rotation.x);
-    EXPECT_FLOAT_EQ(sample.json["joints"][j]["actor"]["translation"][0].get<float>(), key->actorTransform.translation.x);
+    EXPECT_FLOAT_EQ(joints[j]["actor"]["translation"][0].get<float>(), key->actorTransform.translation.x);
   }
-  EXPECT_EQ(sample.json["joints"][1]["parent"], "Hips");
+  EXPECT_EQ(joints[1]["parent"], "Hips");
 }
 
-class ZoToolOlderFiles : public ::testing::Test {
- protected:
+// Info and validate report the older versions; upgrade writes the current
+// layout and leaves the input alone.
+TEST(ZoToolOlderFiles, AreReportedAndUpgradedLeavingTheInputAlone) {
   zotest::TempFolder folder;
-  std::string old = folder / "Old";
-  void SetUp() override {
-    folder.WriteFile("Old/Old.act", OlderActorFile(33));
-    folder.WriteFile("Old/Skills/Step.skl", OlderSkillFile(30, "Step"));
-    folder.WriteFile("Old/Textures/skin.png", ByteBuilder().chars("PNG"));
-  }
-};
-
-TEST_F(ZoToolOlderFiles, InfoAndValidateReportTheOlderVersions) {
-  ToolRun info = RunTool("info --json " + Quoted(old));
-  ASSERT_EQ(info.status, 0) << info.err;
-  Json const& found = info.json[0];
+  std::string const old = folder / "Old";
+  folder.WriteFile("Old/Old.act", OlderActorFile(33));
+  folder.WriteFile("Old/Skills/Step.skl", OlderSkillFile(30, "Step"));
+  folder.WriteFile("Old/Textures/skin.png", ByteBuilder().chars("PNG"));
+  Json const found = RunOk("info --json " + Quoted(old)).at(0);
   EXPECT_EQ(std::make_tuple(found["actorFile"]["version"], found["actorFile"]["actor"]["name"],
                             found["skills"][0]["version"], found["skills"][0]["skill"]["keys"]),
             std::make_tuple(Json(33), Json("Old"), Json(30), Json(2)));
 
-  ToolRun validate = RunTool("validate --recursive " + Quoted(old));
-  EXPECT_EQ(validate.status, 0) << validate.out;
-  EXPECT_EQ(validate.json["summary"]["files"], 2);
-  EXPECT_EQ(validate.json["summary"]["skipped"], 1);  // the texture
-  for (Json const& file : validate.json["files"]) EXPECT_EQ(Issues(file, "warnings", "older-layout").size(), 1u);
-}
+  Json const validate = RunOk("validate --recursive " + Quoted(old));
+  EXPECT_EQ(validate["summary"]["files"], 2);
+  EXPECT_EQ(validate["summary"]["skipped"], 1);  // the texture
+  for (Json const& file : validate["files"]) EXPECT_EQ(Issues(file, "warnings", "older-layout").size(), 1u);
 
-TEST_F(ZoToolOlderFiles, UpgradeWritesTheCurrentLayoutAndLeavesTheInputAlone) {
   Bytes actorBefore = FileBytes(old + "/Old.act");
   std::string fresh = folder / "New";
-  ToolRun upgrade = RunTool("upgrade " + Quoted(old) + " -o " + Quoted(fresh));
-  ASSERT_EQ(upgrade.status, 0) << upgrade.err;
-  Json const* actor = FileNamed(upgrade.json, "Old.act");
-  Json const* skill = FileNamed(upgrade.json, "Step.skl");
+  Json const upgrade = RunOk("upgrade " + Quoted(old) + " -o " + Quoted(fresh));
+  Json const* actor = FileNamed(upgrade, "Old.act");
+  Json const* skill = FileNamed(upgrade, "Step.skl");
   ASSERT_TRUE(actor != nullptr && skill != nullptr);
   EXPECT_EQ(std::make_tuple((*actor)["action"], (*actor)["versionBefore"], (*actor)["versionAfter"],
                             (*skill)["versionBefore"], (*skill)["versionAfter"]),
             std::make_tuple(Json("upgraded"), Json(33), Json(106), Json(30), Json(106)));
-  EXPECT_EQ(upgrade.json["summary"]["copied"], 1);
+  EXPECT_EQ(upgrade["summary"]["copied"], 1);
   EXPECT_EQ(FileBytes(old + "/Old.act"), actorBefore);
   EXPECT_EQ(FileBytes(fresh + "/Textures/skin.png"), FileBytes(old + "/Textures/skin.png"));
 
   // The upgraded folder holds the same actor and keys, now without warnings.
-  ToolRun validate = RunTool("validate " + Quoted(fresh));
-  EXPECT_EQ(validate.status, 0);
-  EXPECT_EQ(validate.json["summary"]["warnings"], 0) << validate.out;
-  ToolRun before = RunTool("dump " + Quoted(old));
-  ToolRun after = RunTool("dump " + Quoted(fresh));
+  EXPECT_EQ(RunOk("validate " + Quoted(fresh))["summary"]["warnings"], 0);
+  Json before = RunOk("dump " + Quoted(old));
+  Json const after = RunOk("dump " + Quoted(fresh));
   // The square the older layout builds for "hips" is stored from now on.
-  Json skeleton = before.json["actorFile"]["actor"]["skeleton"];
-  skeleton["modelFormat"] = 2;
-  EXPECT_EQ(after.json["actorFile"]["actor"]["skeleton"], skeleton);
+  before["actorFile"]["actor"]["skeleton"]["modelFormat"] = 2;
+  EXPECT_EQ(after["actorFile"]["actor"]["skeleton"], before["actorFile"]["actor"]["skeleton"]);
   EXPECT_EQ((*actor)["notes"].size(), 1u);
-  EXPECT_EQ(after.json["skills"][0]["skill"]["joints"], before.json["skills"][0]["skill"]["joints"]);
+  EXPECT_EQ(after["skills"][0]["skill"]["joints"], before["skills"][0]["skill"]["joints"]);
 
   // In place, files already current are left as they are.
-  ToolRun again = RunTool("upgrade " + Quoted(fresh));
-  EXPECT_EQ(again.json["summary"]["unchanged"], 2);
+  EXPECT_EQ(RunOk("upgrade " + Quoted(fresh))["summary"]["unchanged"], 2);
 }
 
 TEST(ZoToolValidate, FindsEachPlantedFaultWithItsCodeAndOffset) {
@@ -155,11 +133,9 @@ TEST(ZoToolValidate, FindsEachPlantedFaultWithItsCodeAndOffset) {
 
   std::vector<size_t> keys;
   Bytes unordered = SkillFileBytes("Unordered", 7, 2, {{0, 1}, {100, 2}, {50, 3}}, &keys);
-  Bytes cut = SkillFileBytes("Cut", 7, 0, {{0, 1}, {100, 2}}, nullptr);
-  size_t cutAt = cut.size() - 100;  // inside the second key
-  cut.resize(cutAt);
-  Bytes trailing = walk;
-  trailing.insert(trailing.end(), {1, 2, 3});
+  Bytes cut = zotest::Cut(SkillFileBytes("Cut", 7, 0, {{0, 1}, {100, 2}}), 100);  // inside the second key
+  size_t cutAt = cut.size();
+  Bytes trailing = ByteBuilder().append(walk).raw({1, 2, 3});
   Bytes rotated = SkillFileBytes("Rotated", 7, 4, {{0, 1, 1.0f}, {10, 1, 0.5f}}, &keys);
   size_t rotatedKey = keys.back();
 

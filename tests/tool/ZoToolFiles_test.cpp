@@ -1,8 +1,8 @@
 // The tool's helpers in-process: file kinds told by their first bytes, and
 // the walk that finds the offsets of a skill file's fields.
-#include "SkillLayout.h"
 #include "ToolFiles.h"
 #include "ZoToolTestSupport.h"
+#include "sequence/ZoSequenceTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -12,11 +12,12 @@ using zotool::FactsOfBytes;
 using zotool::FileFacts;
 using zotool::FileKind;
 using namespace zotooltest;
+using zoseqtest::ContainerHeader;
 
 FileFacts Facts(Bytes const& bytes) { return FactsOfBytes(bytes.data(), bytes.size()); }
 
 Bytes Container(char const* type, uint16_t version, int32_t object) {
-  return ByteBuilder().i32(0x424F5A20).u16(2).u16(version).chars(type).i32(0).i32(object);
+  return ContainerHeader(type, version).i32(object);
 }
 
 TEST(ZoToolFiles, KindsAndVersionsFromTheFirstBytes) {
@@ -35,8 +36,7 @@ TEST(ZoToolFiles, KindsAndVersionsFromTheFirstBytes) {
       {"sequence", Container("Sequ", 1, 0), FileKind::Sequence, 1, true, false},
       {"motion", Container("Aazo", 1, 0), FileKind::Motion, 1, true, false},
       {"other container", Container("Xtra", 5, 0x11223344), FileKind::Container, 5, true, false},
-      {"container header only", ByteBuilder().i32(0x424F5A20).u16(2).u16(7).chars("Sequ").i32(0), FileKind::Sequence,
-       7, true, false},
+      {"container header only", ContainerHeader("Sequ", 7), FileKind::Sequence, 7, true, false},
       {"short container", ByteBuilder().i32(0x424F5A20).u16(2), FileKind::Unknown, -1, true, true},
       {"magic without body", ByteBuilder().i32(0x5A4F5041).i32(0x50746341), FileKind::Actor, -1, false, true},
       {"three bytes", ByteBuilder().u8(1).u8(2).u8(3), FileKind::Unknown, -1, false, true},

@@ -3,29 +3,27 @@
 // validate; sequence and motion files built by hand with one fault each;
 // and `sample` through the sampler against `sample --reference`.
 #include "ZoToolTestSupport.h"
+#include "sequence/ZoSequenceTestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <filesystem>
 
 namespace {
 
 using namespace zotooltest;
+using zoseqtest::ContainerHeader;
 namespace fs = std::filesystem;
 
-constexpr int32_t kContainerMagic = 0x424F5A20;
 constexpr int kDemoJoints = 7;
 constexpr int kRecordedFrames = 20;
 
 std::string DemoSequence() { return (fs::path(DemoFolder()).parent_path() / "RoboWalk" / "RoboWalk.seq").string(); }
 
-ByteBuilder Container(char const* type) { return ByteBuilder().i32(kContainerMagic).u16(2).u16(1).chars(type).i32(0); }
-
 // A motion file: header (name, frame size, stored count), then `transforms`
 // identity transforms with translation x = their index.
 Bytes MotionFile(char const* name, int32_t frameSize, int32_t storedFrames, int transforms) {
-  ByteBuilder b = Container("Aazo");
+  ByteBuilder b = ContainerHeader("Aazo", 1);
   b.str(name).i32(frameSize).i32(storedFrames);
   for (int i = 0; i < transforms; ++i) b.f32(static_cast<float>(i)).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0);
   return b.get();
@@ -35,14 +33,13 @@ Bytes MotionFile(char const* name, int32_t frameSize, int32_t storedFrames, int 
 // then its four event lists (each its count and events as written), by
 // default empty.
 Bytes SequenceFile(int32_t frames, Bytes const& lists = ByteBuilder().i32(0).i32(0).i32(0).i32(0)) {
-  return Container("Sequ").i32(frames).i32(1).str("Walker").str("Robo").append(lists).get();
+  return ContainerHeader("Sequ", 1).i32(frames).i32(1).str("Walker").str("Robo").append(lists).get();
 }
 
 TEST(ZoToolSequences, InfoAndDumpReadTheRecordedWalk) {
-  ToolRun info = RunTool("info --json " + Quoted(DemoSequence()));
-  ASSERT_EQ(info.status, 0) << info.err;
-  Json const& sequence = info.json.at(0)["sequence"];
-  EXPECT_EQ(info.json[0]["kind"], "sequence");
+  Json const info = RunOk("info --json " + Quoted(DemoSequence())).at(0);
+  Json const& sequence = info["sequence"];
+  EXPECT_EQ(info["kind"], "sequence");
   EXPECT_EQ(sequence["frames"], kRecordedFrames);
   ASSERT_EQ(sequence["actors"].size(), 1u);
   // Header 16, name 4 + 6, frame size and count 8: frames from byte 34.
@@ -56,15 +53,13 @@ TEST(ZoToolSequences, InfoAndDumpReadTheRecordedWalk) {
 
   // Frame 3 of the motion file is Walk's pose at 3 × 50 ms.
   std::string motion = (fs::path(DemoSequence()).parent_path() / "Motion" / "Walker.anm").string();
-  ToolRun dump = RunTool("dump " + Quoted(motion));
-  ASSERT_EQ(dump.status, 0) << dump.err;
-  EXPECT_EQ(dump.json["kind"], "motion");
-  ASSERT_EQ(dump.json["motion"]["frameData"].size(), static_cast<size_t>(kRecordedFrames));
-  ToolRun pose = RunTool("sample " + Quoted(DemoFolder()) + " Walk --time 150 --json");
+  Json const dump = RunOk("dump " + Quoted(motion));
+  EXPECT_EQ(dump["kind"], "motion");
+  ASSERT_EQ(dump["motion"]["frameData"].size(), static_cast<size_t>(kRecordedFrames));
+  Json const pose = RunOk("sample " + Quoted(DemoFolder()) + " Walk --time 150 --json");
   for (int j = 0; j < kDemoJoints; ++j)
-    EXPECT_EQ(dump.json["motion"]["frameData"][3][j], pose.json["joints"][j]["actor"]) << "joint " << j;
-  ToolRun sequenceDump = RunTool("dump " + Quoted(DemoSequence()));
-  EXPECT_EQ(sequenceDump.json["sequence"]["events"]["sound"], Json::array());
+    EXPECT_EQ(dump["motion"]["frameData"][3][j], pose["joints"][j]["actor"]) << "joint " << j;
+  EXPECT_EQ(RunOk("dump " + Quoted(DemoSequence()))["sequence"]["events"]["sound"], Json::array());
 
   ToolRun text = RunTool("info " + Quoted(DemoSequence()));
   EXPECT_NE(text.out.find("sequence: 20 frames, 1 actors"), std::string::npos) << text.out;
@@ -76,8 +71,7 @@ TEST(ZoToolSequences, FindsEachPlantedFaultWithItsCodeAndOffset) {
   zotest::TempFolder folder;
   Bytes prototype = FileBytes(fs::path(DemoFolder()) / "Robo.act");
   Bytes torn = MotionFile("Torn", 3, 2, 7);  // two frames of three and a third of one more
-  Bytes trailing = SequenceFile(2);
-  trailing.insert(trailing.end(), {9, 9});
+  Bytes trailing = ByteBuilder().append(SequenceFile(2)).raw({9, 9});
   struct Case {
     char const* name;
     Bytes sequence;  // empty: the case is a lone motion file
@@ -95,7 +89,7 @@ TEST(ZoToolSequences, FindsEachPlantedFaultWithItsCodeAndOffset) {
       {"Renamed", {}, MotionFile("Other", 2, 1, 2), false, "motion-name-mismatch", false, 16},
       // A stored name that is not UTF-8 prints replaced, not as a crash.
       {"Binary", {}, MotionFile("Bin\xff", 2, 1, 2), false, "motion-name-mismatch", false, 16},
-      {"HeaderOnly", Container("Sequ").get(), {}, false, "no-frames", true, 16},
+      {"HeaderOnly", ContainerHeader("Sequ", 1).get(), {}, false, "no-frames", true, 16},
       {"Trailing", trailing, MotionFile("Walker", 7, 2, 14), true, "trailing-bytes", true, 58},
       {"NoPrototype", SequenceFile(2), MotionFile("Walker", 7, 2, 14), false, "missing-prototype", true, 24},
       {"NoMotion", SequenceFile(2), {}, true, "missing-motion", true, 24},
@@ -136,9 +130,8 @@ TEST(ZoToolSequences, EventListsAreDumpedAndAnOverlongCountIsRefused) {
   events.i32(0);
   events.i32(2).i32(7).u32(40).str("").i32(8).u32(0xFFFFFFFFu).str("Walker");  // two sound events
   events.i32(0);
-  ToolRun dump = RunTool("dump " + Quoted(folder.WriteFile("Events.seq", SequenceFile(2, events))));
-  ASSERT_EQ(dump.status, 0) << dump.err;
-  Json const& listed = dump.json["sequence"]["events"];
+  std::string const file = folder.WriteFile("Events.seq", SequenceFile(2, events));
+  Json const listed = RunOk("dump " + Quoted(file))["sequence"]["events"];
   EXPECT_EQ(listed["addActor"], Json::parse(R"([{"type":1,"frameTime":0,"actor":"Walker"}])"));
   EXPECT_EQ(listed["removeActor"], Json::array());
   EXPECT_EQ(listed["sound"], Json::parse(R"([{"type":7,"frameTime":40,"actor":""},)"
@@ -160,15 +153,14 @@ TEST(ZoToolSequences, SampleThroughTheSamplerEqualsTheReference) {
   for (uint32_t time : {0u, 1u, 250u, 375u, 601u, 999u, 1000u, 5000u}) {
     SCOPED_TRACE(time);
     std::string arguments = "sample " + Quoted(DemoFolder()) + " Walk --json --time " + std::to_string(time);
-    ToolRun sampler = RunTool(arguments);
-    ToolRun reference = RunTool(arguments + " --reference");
-    ASSERT_EQ(sampler.status, 0) << sampler.err;
-    EXPECT_EQ(sampler.json["method"], "sampler");
-    EXPECT_EQ(reference.json["method"], "key-lists");
-    ASSERT_EQ(sampler.json["joints"].size(), static_cast<size_t>(kDemoJoints));
+    Json const sampler = RunOk(arguments);
+    Json const reference = RunOk(arguments + " --reference");
+    EXPECT_EQ(sampler["method"], "sampler");
+    EXPECT_EQ(reference["method"], "key-lists");
+    ASSERT_EQ(sampler["joints"].size(), static_cast<size_t>(kDemoJoints));
     for (int j = 0; j < kDemoJoints; ++j) {
-      Json const& a = sampler.json["joints"][j];
-      Json const& b = reference.json["joints"][j];
+      Json const& a = sampler["joints"][j];
+      Json const& b = reference["joints"][j];
       ASSERT_EQ(a["sampled"], b["sampled"]);
       for (Json::json_pointer path : {"/local/translation"_json_pointer, "/local/rotation"_json_pointer,
                                       "/actor/translation"_json_pointer, "/actor/rotation"_json_pointer})

@@ -1,5 +1,6 @@
 #include "ZoToolTestSupport.h"
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -51,6 +52,12 @@ ToolRun RunTool(std::string const& arguments) {
   run.json = Json::parse(run.out, nullptr, false);
   if (run.json.is_discarded()) run.json = nullptr;
   return run;
+}
+
+Json RunOk(std::string const& arguments) {
+  ToolRun run = RunTool(arguments);
+  EXPECT_EQ(run.status, 0) << arguments << ": " << run.err;
+  return run.json;
 }
 
 std::string DemoFolder() {

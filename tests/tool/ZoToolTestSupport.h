@@ -54,6 +54,10 @@ struct ToolRun {
 // Runs `zoactor` with `arguments` (shell words, quoted by the caller).
 ToolRun RunTool(std::string const& arguments);
 
+// Runs `zoactor` with `arguments`, expects exit status 0 (a test failure
+// showing stderr otherwise) and returns what stdout holds as JSON.
+Json RunOk(std::string const& arguments);
+
 // Single quotes for the shell.
 std::string Quoted(std::string const& path);
 

@@ -11,7 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <sstream>
 #include <string>
+#include <vector>
 
 using zotest::ByteBuilder;
 using zotest::Bytes;
@@ -20,13 +22,40 @@ using namespace zovaluestest;
 
 namespace {
 
-ByteBuilder& Rgba(ByteBuilder& b, float r, float g, float bl, float a) { return b.f32(r).f32(g).f32(bl).f32(a); }
+// "r g b a".
+std::string Text(ZoColor const& c) {
+  std::ostringstream out;
+  out << c.r << ' ' << c.g << ' ' << c.b << ' ' << c.a;
+  return out.str();
+}
 
-void ExpectColor(ZoColor const& c, float r, float g, float b, float a) {
-  EXPECT_EQ(c.r, r);
-  EXPECT_EQ(c.g, g);
-  EXPECT_EQ(c.b, b);
-  EXPECT_EQ(c.a, a);
+// The fields an older material record sets, in one line.
+std::string Describe(ZoMaterial const& m) {
+  std::ostringstream out;
+  out << "flags " << m.flags << ", textures " << m.numTextures;
+  for (int i = 0; i < m.numTextures && i < 4; ++i) {
+    ZoTexture const& t = m.textures[i];
+    out << " (" << t.textureInt0 << ' ' << t.textureInt1 << ' ' << t.name.c_str() << ')';
+  }
+  out << ", colours " << Text(m.color1) << " / " << Text(m.color2) << " / " << Text(m.color3) << " / " << Text(m.color4);
+  out << ", scalar " << m.scalar << ", mask '" << m.GetOpacityMask().c_str() << "', properties " << m.properties.GetCount();
+  return out.str();
+}
+
+// The fields an older light record sets, and the light map it adds.
+std::string Describe(ZoLight const& l) {
+  std::ostringstream out;
+  out << "kind " << l.kind << ", angle " << l.angle << ", colours " << Text(l.color1) << " / " << Text(l.color2);
+  out << ", properties " << l.properties.GetCount();
+  if (ZoProperty* map = l.properties.Find("LightMap")) out << ", map '" << static_cast<ZoString>(*map).c_str() << "'";
+  return out.str();
+}
+
+std::string Describe(ZoCamera const& c) {
+  std::ostringstream out;
+  out << c.name.c_str() << ", kind " << c.kind << ", angle " << c.angle << ", planes " << c.nearPlane << ' ' << c.farPlane;
+  out << ", properties " << c.properties.GetCount();
+  return out.str();
 }
 
 constexpr int32_t kSentinel = 0x7E7E7E7E;
@@ -42,9 +71,7 @@ void ReadRecord(Bytes const& bytes, int32_t version, Target& target, Read read) 
   Reader reader(bytes, version);
   read(target, *reader);
   ASSERT_EQ(reader->Status(), ZoStreamOk) << "version " << version;
-  int32_t sentinel = 0;
-  *reader >> sentinel;
-  EXPECT_EQ(sentinel, kSentinel) << "version " << version << " consumed the wrong number of bytes";
+  EXPECT_EQ(reader.Consumed(), bytes.size() - 4) << "version " << version << " stops short of the sentinel";
   for (size_t length = 0; length + 4 < bytes.size(); ++length) {
     Target fresh;
     Reader prefix(Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length)), version);
@@ -59,56 +86,18 @@ void ReadOldCamera(ZoCamera& c, ZoStream& s) { c.ReadOlderRecord(s); }
 
 }  // namespace
 
-TEST(ZoColorTest, BodyScaleAndEquality) {
+TEST(ZoColorTest, ScaleAndEquality) {
   ZoColor color(1, 2, 3, 4);
-  ByteBuilder expected;
-  expected.i32(-1).raw({0x72, 0x6C, 0x6F, 0x43}).i32(16);
-  EXPECT_EQ(Hex(Framed(&color)), Hex(Rgba(expected, 1, 2, 3, 4)));
   color.Scale(2, 2, 2, 0.5f);
-  ExpectColor(color, 2, 4, 6, 2);
+  EXPECT_EQ(Text(color), "2 4 6 2");
   EXPECT_TRUE(color == ZoColor(2, 4, 6, 2));
   EXPECT_TRUE(color != ZoColor(2, 4, 6, 2.5f));
   float nan = std::numeric_limits<float>::quiet_NaN();
   EXPECT_TRUE(ZoColor(nan, 0, 0, 1) == ZoColor(5, 0, 0, 1));
-  ExpectColor(ZoColor(), 0, 0, 0, 1);
-  EXPECT_EQ(color.Compare(color), -1);
+  EXPECT_EQ(Text(ZoColor()), "0 0 0 1");
 }
 
 // --- Material ----------------------------------------------------------------------------
-
-TEST(ZoMaterialTest, DefaultMaterialFramedBody) {
-  ZoMaterial material;
-  ByteBuilder expected;
-  expected.raw({0xFF, 0xFF, 0xFF, 0xFF, 0x32, 0x74, 0x61, 0x4D, 0x00, 0x00, 0x00, 0x00}).i32(4);
-  Rgba(expected, 0.5f, 0.5f, 0.5f, 1);
-  Rgba(expected, 0.5f, 0.5f, 0.5f, 1);
-  Rgba(expected, 0, 0, 0, 1);
-  Rgba(expected, 0, 0, 0, 1);
-  expected.f32(10.0f).i32(0).i32(0);
-  EXPECT_EQ(Hex(Framed(&material)), Hex(expected));
-}
-
-TEST(ZoMaterialTest, TexturesAndPropertiesBody) {
-  ZoMaterial material;
-  material.flags = 1;
-  material.color4.Set(0.25f, 0.5f, 0.75f, 1);
-  material.scalar = 3;
-  material.numTextures = 2;
-  material.textures[0].textureInt0 = 7;
-  material.textures[0].textureInt1 = 8;
-  material.textures[0].name = "wood";
-  material.textures[1].name = "grain";
-  material.SetOpacityMask("m");
-  ByteBuilder expected;
-  expected.i32(1);
-  Rgba(expected, 0.5f, 0.5f, 0.5f, 1);
-  Rgba(expected, 0.5f, 0.5f, 0.5f, 1);
-  Rgba(expected, 0, 0, 0, 1);
-  Rgba(expected, 0.25f, 0.5f, 0.75f, 1);
-  expected.f32(3).i32(2).i32(7).i32(8).str("wood").i32(0).i32(0).str("grain");
-  expected.i32(1).str("OpacityMask").i32(-1).i32(0x56537472).i32(5).str("m");
-  EXPECT_EQ(Hex(Body(material)), Hex(expected));
-}
 
 TEST(ZoMaterialTest, OpacityMaskIsAPropertyThatMovesToTheEnd) {
   ZoMaterial material;
@@ -116,12 +105,9 @@ TEST(ZoMaterialTest, OpacityMaskIsAPropertyThatMovesToTheEnd) {
   material.SetOpacityMask("mask1");
   material.properties.Add(new ZoProperty("after", new ZoIntValue(1)));
   material.SetOpacityMask("mask2");
-  EXPECT_EQ(material.properties.GetCount(), 2);
   ZoStringList names;
   material.properties.GetPropertyNames(names, 0);
-  ZoDblListItem* cursor = nullptr;
-  names.GetLast(cursor);
-  EXPECT_EQ(*ZoStringList::StringAt(cursor), ZoString("OpacityMask"));
+  EXPECT_EQ(zotest::Texts(names), (std::vector<std::string>{"after", "OpacityMask"}));
   EXPECT_EQ(material.GetOpacityMask(), ZoString("mask2"));
   // A mask property without a string conversion reads as no mask.
   material.properties.Replace(new ZoProperty("OpacityMask", new ZoVector3Value));
@@ -144,47 +130,29 @@ TEST(ZoMaterialTest, CopiesAreDeep) {
   EXPECT_EQ(assigned.GetOpacityMask(), ZoString("m"));
 }
 
-TEST(ZoMaterialOlderRecord, NoTextureGivesFlagsSixAndKeepsTheFirstColour) {
-  ZoMaterial material;
-  ReadRecord(Golden("material-v27"), 27, material, ReadMaterial);
-  EXPECT_EQ(material.numTextures, 0);
-  EXPECT_EQ(material.flags, 4 | 2);
-  ExpectColor(material.color2, 0.1f, 0.2f, 0.3f, 0.5f);
-  ExpectColor(material.color1, 0.1f, 0.2f, 0.3f, 0.5f);
-  ExpectColor(material.color3, 0, 0, 0, 0.5f);  // the second colour is not kept
-  ExpectColor(material.color4, 0, 0, 0, 1);
-  EXPECT_EQ(material.scalar, 25.0f);
-  EXPECT_EQ(material.GetOpacityMask(), ZoString());
-  EXPECT_EQ(material.properties.GetCount(), 0);
-}
-
-TEST(ZoMaterialOlderRecord, TextureAndTwoSidedFlagGiveFlagsThreeAndWhite) {
-  ZoMaterial material;  // texture "brick.bmp", mask "holes", old flags 16
-  ReadRecord(Golden("material-brick-v99"), 99, material, ReadMaterial);
-  EXPECT_EQ(material.numTextures, 1);
-  EXPECT_EQ(material.textures[0].textureInt0, 0);
-  EXPECT_EQ(material.textures[0].textureInt1, 1);
-  EXPECT_EQ(material.textures[0].name, ZoString("brick.bmp"));
-  EXPECT_EQ(material.flags, 1 | 2);
-  ExpectColor(material.color1, 1, 1, 1, 0.5f);
-  ExpectColor(material.color2, 1, 1, 1, 0.5f);
-  EXPECT_EQ(material.GetOpacityMask(), ZoString("holes"));
+// The second colour read is not kept; a texture makes the first white.
+TEST(ZoMaterialOlderRecord, NoTextureGivesFlagsSixAndATextureWithTheTwoSidedFlagThreeAndWhite) {
+  ZoMaterial plain, brick;
+  ReadRecord(Golden("material-v27"), 27, plain, ReadMaterial);
+  EXPECT_EQ(Describe(plain),
+            "flags 6, textures 0, colours 0.1 0.2 0.3 0.5 / 0.1 0.2 0.3 0.5 / 0 0 0 0.5 / 0 0 0 1, scalar 25, mask '', "
+            "properties 0");
+  ReadRecord(Golden("material-brick-v99"), 99, brick, ReadMaterial);  // old flags 16
+  EXPECT_EQ(Describe(brick),
+            "flags 3, textures 1 (0 1 brick.bmp), colours 1 1 1 0.5 / 1 1 1 0.5 / 0 0 0 0.5 / 0 0 0 1, scalar 25, "
+            "mask 'holes', properties 1");
 }
 
 // The trailing fields appear at versions 10 and 20; each case reads its own
 // frozen layout to the sentinel.
 TEST(ZoMaterialOlderRecord, FlagsFromTheOldBitsOnBothSidesOfVersions10And20) {
   struct Case {
-    char const* texture;
-    int32_t oldFlags;
-    int32_t version;
-    int32_t flags;
+    int32_t oldFlags, version, flags;
   };
-  for (Case c : {Case{"t", 0, 9, 2}, Case{"t", 1, 10, 6}, Case{"t", 17, 19, 7}, Case{"", 0, 20, 6},
-                 Case{"NoTexture", 16, 0, 7}, Case{"t", 2 | 4 | 8, 50, 2}}) {
-    SCOPED_TRACE(std::string(c.texture) + " " + std::to_string(c.oldFlags) + " v" + std::to_string(c.version));
-    ZoMaterial material;
+  for (Case c : {Case{0, 9, 2}, Case{1, 10, 6}, Case{17, 19, 7}, Case{0, 20, 6}, Case{16, 0, 7}, Case{2 | 4 | 8, 50, 2}}) {
     std::string name = "material-flags" + std::to_string(c.oldFlags) + "-v" + std::to_string(c.version);
+    SCOPED_TRACE(name);
+    ZoMaterial material;
     ReadRecord(Golden(name), c.version, material, ReadMaterial);
     EXPECT_EQ(material.flags, c.flags);
     EXPECT_EQ(material.properties.GetCount(), 0);
@@ -199,109 +167,70 @@ TEST(ZoMaterialOlderRecord, FlagsFromTheOldBitsOnBothSidesOfVersions10And20) {
 
 // --- Light -----------------------------------------------------------------------------
 
-TEST(ZoLightTest, BodyEndsWithTheOnFlagAfterTheProperties) {
-  ZoLight light;
-  light.kind = 2;
-  light.vector = ZoVector3(0, 0, -1);
-  light.on = false;
-  light.properties.Add(new ZoProperty("k", new ZoIntValue(1)));
-  ByteBuilder expected;
-  expected.i32(2).f32(0).f32(0).f32(-1);
-  Rgba(expected, 0.2f, 0.2f, 0.2f, 1);
-  Rgba(expected, 0.8f, 0.8f, 0.8f, 1);
-  Rgba(expected, 0, 0, 0, 1);
-  expected.f32(0.7853982f).i32(1).str("k").append(FramedInt(1)).u8(0);
-  EXPECT_EQ(Hex(Framed(&light)),
-            Hex(ByteBuilder().raw({0xFF, 0xFF, 0xFF, 0xFF, 0x32, 0x74, 0x69, 0x4C}).i32(0).append(expected)));
-}
-
 TEST(ZoLightOlderRecord, LayoutsOnBothSidesOfVersions44And46) {
-  struct Case {
-    int32_t version;
-    char const* name;  // what the record's name gives
-  };
-  for (Case c : {Case{43, ""}, Case{44, "map44"}, Case{45, "map45"}, Case{46, "map46"}, Case{106, "map106"}}) {
-    SCOPED_TRACE(c.version);
+  for (int32_t version : {43, 44, 45, 46, 106}) {
+    SCOPED_TRACE(version);
     ZoLight light;
-    ReadRecord(Golden("light-v" + std::to_string(c.version)), c.version, light, ReadOldLight);
-    EXPECT_EQ(light.kind, 3);
-    EXPECT_EQ(light.angle, 30.0f);
-    ExpectColor(light.color1, 0, 0, 0, 0);
-    ExpectColor(light.color2, 0.25f, 0.5f, 0.75f, 1);
-    ZoProperty* map = light.properties.Find("LightMap");
-    ASSERT_NE(map, nullptr);
-    EXPECT_EQ(static_cast<ZoString>(*map), ZoString(c.name));
+    ReadRecord(Golden("light-v" + std::to_string(version)), version, light, ReadOldLight);
+    std::string map = version == 43 ? "" : "map" + std::to_string(version);
+    EXPECT_EQ(Describe(light), "kind 3, angle 30, colours 0 0 0 0 / 0.25 0.5 0.75 1, properties 1, map '" + map + "'");
   }
 }
 
 TEST(ZoLightOlderRecord, TypesMapToKindsAndAmbientSetsOnlyTheColours) {
   struct Case {
     int32_t type;
-    int32_t kind;
+    char const* described;
   };
-  for (Case c : {Case{0, 0}, Case{2, 1}, Case{1, 2}, Case{4, 3}, Case{7, 9}, Case{-1, 9}}) {
+  for (Case c : {Case{0, "kind 0"}, Case{2, "kind 1"}, Case{1, "kind 2"}, Case{7, "kind 9"}, Case{-1, "kind 9"}}) {
     SCOPED_TRACE(c.type);
     ZoLight light;
     light.kind = 9;
     ReadRecord(Golden("light-type" + std::to_string(c.type) + "-v46"), 46, light, ReadOldLight);
-    EXPECT_EQ(light.kind, c.kind);
-    EXPECT_EQ(light.angle, 45.0f);
-    ExpectColor(light.color2, 0.1f, 0.2f, 0.3f, 1);
-    EXPECT_EQ(light.properties.GetCount(), c.type == 4 ? 1 : 0);
+    EXPECT_EQ(Describe(light), std::string(c.described) + ", angle 45, colours 0 0 0 0 / 0.1 0.2 0.3 1, properties 0");
   }
+  ZoLight lit;
+  ReadRecord(Golden("light-type4-v46"), 46, lit, ReadOldLight);
+  EXPECT_EQ(Describe(lit), "kind 3, angle 45, colours 0 0 0 0 / 0.1 0.2 0.3 1, properties 1, map 'n'");
   ZoLight ambient;
   ambient.kind = 5;
   ambient.angle = 1.0f;
   ReadRecord(Golden("light-ambient-v44"), 44, ambient, ReadOldLight);
-  ExpectColor(ambient.color1, 0.4f, 0.5f, 0.6f, 1);
-  ExpectColor(ambient.color2, 0, 0, 0, 0);
-  EXPECT_EQ(ambient.kind, 5);
-  EXPECT_EQ(ambient.angle, 1.0f);
-  EXPECT_EQ(ambient.properties.GetCount(), 0);
+  EXPECT_EQ(Describe(ambient), "kind 5, angle 1, colours 0.4 0.5 0.6 1 / 0 0 0 0, properties 0");
 }
 
-TEST(ZoLightOlderRecord, AnUnterminatedNameIsTheWholeField) {
-  for (int32_t version : {45, 46}) {
-    std::string full(version >= 46 ? 76 : 64, 'N');
-    Bytes record = zotest::Cut(Golden("light-unterminated-v" + std::to_string(version)), 4);  // the record ends the buffer
-    Reader reader(record, version);
+// A record cut short changes nothing; a name filling its whole field, in a
+// record that ends the buffer, is the whole field.
+TEST(ZoLightOlderRecord, CutRecordsChangeNothingAndUnterminatedNamesFillTheirField) {
+  for (int32_t version : {43, 45, 46}) {
+    SCOPED_TRACE(version);
     ZoLight light;
+    Bytes const before = Body(light);
+    Reader cut(zotest::Cut(Golden("light-v" + std::to_string(version)), 5), version);
+    light.ReadOlderRecord(*cut);
+    EXPECT_EQ(cut->Status(), ZoStreamReadError);
+    EXPECT_EQ(Body(light), before);
+    if (version == 43) continue;  // no name
+    Bytes record = zotest::Cut(Golden("light-unterminated-v" + std::to_string(version)), 4);
+    Reader reader(record, version);
     light.ReadOlderRecord(*reader);
     ASSERT_EQ(reader->Status(), ZoStreamOk);
     EXPECT_EQ(reader.Consumed(), record.size());
+    std::string const full(version >= 46 ? 76 : 64, 'N');
     EXPECT_EQ(static_cast<ZoString>(*light.properties.Find("LightMap")), ZoString(full.c_str()));
-  }
-}
-
-TEST(ZoLightOlderRecord, ATruncatedRecordChangesNothing) {
-  for (int32_t version : {43, 45, 46}) {
-    Bytes record = zotest::Cut(Golden("light-v" + std::to_string(version)), 5);
-    Reader reader(record, version);
-    ZoLight light;
-    Bytes before = Body(light);
-    light.ReadOlderRecord(*reader);
-    EXPECT_EQ(reader->Status(), ZoStreamReadError) << version;
-    EXPECT_EQ(Body(light), before) << version;
   }
 }
 
 // --- Camera ----------------------------------------------------------------------------
 
-TEST(ZoCameraTest, BodyAndReadingReplacesTheProperties) {
-  ZoCamera camera;
-  camera.name = "eye";
-  camera.kind = 1;
+// The camera's layout is checked with the samples in ZoValuesReadFailures_test.cpp.
+TEST(ZoCameraTest, ReadingReplacesTheProperties) {
+  ZoCamera camera, read;
   camera.properties.Add(new ZoProperty("fov", new ZoFloatValue(2)));
-  Bytes expected = ByteBuilder().str("eye").i32(1).f32(0.65f).f32(0.1f).f32(1000.0f).i32(1).str("fov")
-                       .append(SizedFrame(0x56466C6F, 4).f32(2));
-  EXPECT_EQ(Hex(Framed(&camera)),
-            Hex(ByteBuilder().raw({0xFF, 0xFF, 0xFF, 0xFF, 0x32, 0x6D, 0x61, 0x43}).i32(0).append(expected)));
-  ZoCamera read;
   read.properties.Add(new ZoProperty("stale", new ZoIntValue(0)));
-  Reader reader(expected);
-  *reader >> read;
-  ASSERT_EQ(reader->Status(), ZoStreamOk);
-  EXPECT_EQ(Hex(Body(read)), Hex(expected));
+  Bytes const body = Body(camera);
+  ASSERT_EQ(ReadBody(read, body), ReadOk(body.size()));
+  EXPECT_EQ(Hex(Body(read)), Hex(body));
 }
 
 // Below 47 eight bytes and at 47 sixteen are skipped for the defaults; from
@@ -310,13 +239,17 @@ TEST(ZoCameraTest, BodyAndReadingReplacesTheProperties) {
 TEST(ZoCameraOlderRecord, LayoutsBelow47At47AndFrom48) {
   Bytes const eight(8, 0x33), sixteen(16, 0x33);
   Bytes const fields = ByteBuilder().i32(0).f32(0.5f).f32(2).f32(300), other = ByteBuilder().i32(3).f32(0.5f).f32(2).f32(300);
+  char const* const defaults = "keep, kind 0, angle 1, planes 0.1 1000, properties 1";
   struct Case {
     int32_t version;
     Bytes record;
-    int32_t kind;
-    float angle, nearPlane, farPlane;
-  } const cases[] = {{0, eight, 0, 1, 0.1f, 1000},  {46, eight, 0, 1, 0.1f, 1000}, {47, sixteen, 0, 1, 0.1f, 1000},
-                     {48, fields, 1, 0.5f, 2, 300}, {99, fields, 1, 0.5f, 2, 300}, {48, other, 0, 0.5f, 2, 300}};
+    char const* described;
+  } const cases[] = {{0, eight, defaults},
+                     {46, eight, defaults},
+                     {47, sixteen, defaults},
+                     {48, fields, "keep, kind 1, angle 0.5, planes 2 300, properties 1"},
+                     {99, fields, "keep, kind 1, angle 0.5, planes 2 300, properties 1"},
+                     {48, other, "keep, kind 0, angle 0.5, planes 2 300, properties 1"}};
   for (Case const& c : cases) {
     SCOPED_TRACE(c.version);
     ZoCamera camera;
@@ -325,11 +258,6 @@ TEST(ZoCameraOlderRecord, LayoutsBelow47At47AndFrom48) {
     camera.angle = 2;
     camera.properties.Add(new ZoProperty("p", new ZoIntValue(1)));
     ReadRecord(ByteBuilder().append(c.record).i32(kSentinel), c.version, camera, ReadOldCamera);
-    EXPECT_EQ(camera.kind, c.kind);
-    EXPECT_EQ(camera.angle, c.angle);
-    EXPECT_EQ(camera.nearPlane, c.nearPlane);
-    EXPECT_EQ(camera.farPlane, c.farPlane);
-    EXPECT_EQ(camera.name, ZoString("keep"));
-    EXPECT_EQ(camera.properties.GetCount(), 1);
+    EXPECT_EQ(Describe(camera), c.described);
   }
 }

@@ -1,7 +1,7 @@
 // Typed values: stream bodies against hand-built layouts, the conversion
 // matrix, comparison and its asymmetry, copies and the modification
 // callback, list and array ownership, and opaque values. Reading every class
-// back is covered by the round trips in ZoValuesRobustness_test.cpp.
+// back is covered by the round trips in ZoValuesReadFailures_test.cpp.
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 #include <zoactor/values/ZoArrayValue.h>
 #include <zoactor/values/ZoListValue.h>
@@ -14,6 +14,9 @@
 
 #include <climits>
 #include <limits>
+#include <sstream>
+#include <string>
+#include <tuple>
 
 using zotest::ByteBuilder;
 using zotest::Bytes;
@@ -29,48 +32,24 @@ int AsInt(ZoTypedValue const& value) {
   EXPECT_EQ(value.ConvertToInt(result), 1);
   return result;
 }
-float AsFloat(ZoTypedValue const& value) {
-  float result = 99;
-  EXPECT_EQ(value.ConvertToFloat(result), 1);
-  return result;
-}
-ZoString AsString(ZoTypedValue const& value) {
-  ZoString result("unset");
-  EXPECT_EQ(value.ConvertToString(result), 1);
-  return result;
+// A value converted to int, float and string: "-3 / -3 / -3".
+std::string Conversions(ZoTypedValue const& value) {
+  int i = 99;
+  float f = 99;
+  ZoString s("unset");
+  EXPECT_EQ(value.ConvertToInt(i) + value.ConvertToFloat(f) + value.ConvertToString(s), 3);
+  std::ostringstream out;
+  out << i << " / " << f << " / " << s.c_str();
+  return out.str();
 }
 
-ZoTypedValue* gNotified = nullptr;
-intptr_t gNotifiedData = 0;
-void Notify(ZoTypedValue* value, intptr_t data) {
-  gNotified = value;
-  gNotifiedData = data;
-}
+void Notify(ZoTypedValue*, intptr_t) {}
 
 }  // namespace
 
-TEST(ZoTypedValueStream, FramesMatchTheirLayouts) {
-  ZoIntValue seven(7);
-  Bytes const sixteen{0xFF, 0xFF, 0xFF, 0xFF, 0x74, 0x6E, 0x49, 0x56, 0x04, 0x00, 0x00, 0x00, 0x07, 0x00, 0x00, 0x00};
-  EXPECT_EQ(Hex(Framed(&seven)), Hex(sixteen));
-
-  ZoFloatValue real(-1.25f);
-  ZoStringValue text(ZoString("abc")), empty;
+// The framed layouts of every value are checked in ZoValuesReadFailures_test.cpp.
+TEST(ZoTypedValueStream, AShortBlockLeavesAVectorUnchanged) {
   ZoVector3Value vector(ZoVector3(1.0f, 2.0f, -3.0f));
-  ZoTransform2Value planar(ZoTransform2(4.0f, 5.0f, 0.25f));
-  ZoTransform3Value rigid(ZoTransform3(ZoVector3(1.0f, -2.0f, 3.5f), ZoRotation3(0.5f, 0.5f, -0.5f, 0.5f)));
-  ZoTransform3Value identity;
-  EXPECT_EQ(Hex(Framed(&real)), Hex(SizedFrame(0x56466C6F, 4).f32(-1.25f)));
-  EXPECT_EQ(Hex(Framed(&text)), Hex(SizedFrame(0x56537472, 7).str("abc")));
-  EXPECT_EQ(Hex(Framed(&empty)), Hex(SizedFrame(0x56537472, 4).i32(0)));
-  EXPECT_EQ(Hex(Framed(&vector)), Hex(SizedFrame(0x56566533, 12).f32(1).f32(2).f32(-3)));
-  EXPECT_EQ(Hex(Framed(&planar)), Hex(SizedFrame(0x56547232, 12).f32(4).f32(5).f32(0.25f)));
-  EXPECT_EQ(Hex(Framed(&rigid)),
-            Hex(SizedFrame(0x56547233, 28).f32(1).f32(-2).f32(3.5f).f32(0.5f).f32(0.5f).f32(-0.5f).f32(0.5f)));
-  // The identity rotation is stored scalar first: 1, 0, 0, 0.
-  EXPECT_EQ(Hex(Framed(&identity)), Hex(SizedFrame(0x56547233, 28).f32(0).f32(0).f32(0).f32(1).f32(0).f32(0).f32(0)));
-
-  // A short block leaves a vector unchanged.
   Reader reader(ByteBuilder().f32(9).f32(9));
   *reader >> vector;
   EXPECT_EQ(reader->Status(), ZoStreamReadError);
@@ -78,15 +57,10 @@ TEST(ZoTypedValueStream, FramesMatchTheirLayouts) {
 }
 
 TEST(ZoTypedValueConversion, IntFloatAndStringConvertAmongThemselves) {
-  EXPECT_EQ(AsInt(ZoIntValue(-3)), -3);
-  EXPECT_EQ(AsFloat(ZoIntValue(-3)), -3.0f);
-  EXPECT_EQ(AsString(ZoIntValue(-3)), ZoString("-3"));
-  EXPECT_EQ(AsInt(ZoFloatValue(-2.7f)), -2);  // toward zero
-  EXPECT_EQ(AsInt(ZoFloatValue(2.7f)), 2);
-  EXPECT_EQ(AsFloat(ZoFloatValue(-2.7f)), -2.7f);
-  EXPECT_EQ(AsString(ZoFloatValue(2.5f)), ZoString("2.500000"));
-  EXPECT_EQ(AsFloat(ZoStringValue(ZoString("1.5e1"))), 15.0f);
-  EXPECT_EQ(AsString(ZoStringValue(ZoString("Hero"))), ZoString("Hero"));
+  EXPECT_EQ(Conversions(ZoIntValue(-3)), "-3 / -3 / -3");
+  EXPECT_EQ(Conversions(ZoFloatValue(-2.7f)), "-2 / -2.7 / -2.700000");  // toward zero
+  EXPECT_EQ(Conversions(ZoFloatValue(2.7f)), "2 / 2.7 / 2.700000");
+  EXPECT_EQ(Conversions(ZoStringValue(ZoString("1.5e1"))), "1 / 15 / 1.5e1");
   // Values outside the int range saturate; NaN gives 0.
   EXPECT_EQ(AsInt(ZoFloatValue(1e20f)), INT_MAX);
   EXPECT_EQ(AsInt(ZoFloatValue(-1e20f)), INT_MIN);
@@ -121,9 +95,7 @@ TEST(ZoTypedValueConversion, EveryOtherPairGivesNullAndLeavesTheResult) {
     float f = 5.0f;
     ZoString s("kept");
     EXPECT_EQ(other->ConvertToInt(i) + other->ConvertToFloat(f) + other->ConvertToString(s), 0);
-    EXPECT_EQ(i, 5);
-    EXPECT_EQ(f, 5.0f);
-    EXPECT_EQ(s, ZoString("kept"));
+    EXPECT_EQ(std::make_tuple(i, f, std::string(s.c_str())), std::make_tuple(5, 5.0f, std::string("kept")));
     EXPECT_EQ(ValuePtr(other->ConvertTo(other->StreamType())).get(), nullptr);
   }
   // A conversion gives the target class, without the callback.
@@ -131,9 +103,6 @@ TEST(ZoTypedValueConversion, EveryOtherPairGivesNullAndLeavesTheResult) {
   ValuePtr asString(number.ConvertTo(ZoTypeCode::StringValue));
   ASSERT_NE(dynamic_cast<ZoStringValue*>(asString.get()), nullptr);
   EXPECT_EQ(asString->GetModCallBack(), nullptr);
-  ValuePtr asFloat(number.ConvertTo(ZoTypeCode::FloatValue));
-  ASSERT_NE(dynamic_cast<ZoFloatValue*>(asFloat.get()), nullptr);
-  EXPECT_EQ(static_cast<float>(static_cast<ZoFloatValue&>(*asFloat)), 4.0f);
 }
 
 // The other side is converted to this side's class, so Compare is not symmetric.
@@ -141,12 +110,8 @@ TEST(ZoTypedValueCompare, ConvertsTheOtherSideWrapsAndGivesMinusOneForOtherKinds
   EXPECT_EQ(ZoIntValue(5).Compare(ZoFloatValue(5.9f)), 0);
   EXPECT_EQ(ZoFloatValue(5.9f).Compare(ZoIntValue(5)), 1);
   EXPECT_EQ(ZoFloatValue(4.5f).Compare(ZoIntValue(5)), -1);
-  EXPECT_EQ(ZoIntValue(12).Compare(ZoStringValue(ZoString("12"))), 0);
-  EXPECT_EQ(ZoStringValue(ZoString("12")).Compare(ZoIntValue(12)), 0);
   EXPECT_GT(ZoStringValue(ZoString("12.0")).Compare(ZoIntValue(12)), 0);  // "12.0" against "12"
   EXPECT_EQ(ZoIntValue(12).Compare(ZoStringValue(ZoString("12.0"))), 0);  // atoi stops at the dot
-  EXPECT_LT(ZoIntValue(3).Compare(ZoIntValue(10)), 0);
-  EXPECT_GT(ZoIntValue(10).Compare(ZoIntValue(3)), 0);
   EXPECT_EQ(ZoIntValue(INT_MIN).Compare(ZoIntValue(1)), INT_MAX);  // the difference wraps
   EXPECT_EQ(ZoIntValue(INT_MAX).Compare(ZoIntValue(-1)), INT_MIN);
   EXPECT_LT(ZoStringValue(ZoString("a")).Compare(ZoStringValue(ZoString("\xE9"))), 0);  // unsigned bytes
@@ -157,10 +122,7 @@ TEST(ZoTypedValueCompare, ConvertsTheOtherSideWrapsAndGivesMinusOneForOtherKinds
   EXPECT_EQ(ZoFloatValue(3).Compare(ZoListValue()), -1);
   EXPECT_EQ(ZoStringValue().Compare(ZoTransform3Value()), -1);
   ZoVector3Value vector;
-  ZoTransform2Value planar;
   EXPECT_EQ(vector.Compare(vector), -1);
-  EXPECT_EQ(vector.Compare(ZoIntValue(0)), -1);
-  EXPECT_EQ(planar.Compare(planar), -1);
 }
 
 TEST(ZoTypedValueCopy, CopyConstructorKeepsTheCallbackCopyAndAssignmentDoNot) {
@@ -178,20 +140,12 @@ TEST(ZoTypedValueCopy, CopyConstructorKeepsTheCallbackCopyAndAssignmentDoNot) {
   target = source;
   EXPECT_EQ(static_cast<int>(target), 4);
   EXPECT_EQ(target.GetModCallBack(), nullptr);
-  // The library only keeps the callback; the owner calls it.
-  source.GetModCallBack()(&source, source.GetModCallBackData());
-  EXPECT_EQ(gNotified, &source);
-  EXPECT_EQ(gNotifiedData, data);
 }
 
 // --- Lists and arrays ------------------------------------------------------------------
 
-TEST(ZoListValueTest, StreamsAsCountAndFramedItemsAndReadingAppends) {
-  ZoListValue list;
-  list.Append(new ZoIntValue(1));
-  list.Append(new ZoStringValue(ZoString("x")));
-  EXPECT_EQ(Hex(Framed(&list)), Hex(SizedFrame(0x564C6973, 0).i32(2).append(FramedInt(1))
-                                        .append(SizedFrame(0x56537472, 5).str("x"))));
+// The list's layout is checked with the samples in ZoValuesReadFailures_test.cpp.
+TEST(ZoListValueTest, ReadingAppends) {
   // Reading appends behind held items; null and unknown items add nothing.
   ZoListValue held;
   held.Append(new ZoIntValue(0));
@@ -201,10 +155,7 @@ TEST(ZoListValueTest, StreamsAsCountAndFramedItemsAndReadingAppends) {
                    .append(SizedFrame(0x41424344, 2).u8(1).u8(2))
                    .append(FramedInt(8))
                    .append(SizedFrame(0x56466C6F, 4).f32(0.5f));
-  Reader reader(body);
-  *reader >> held;
-  ASSERT_EQ(reader->Status(), ZoStreamOk);
-  EXPECT_EQ(reader.Consumed(), body.size());
+  ASSERT_EQ(ReadBody(held, body), ReadOk(body.size()));
   EXPECT_EQ(Hex(Body(held)), Hex(ByteBuilder().i32(3).append(FramedInt(0)).append(FramedInt(8))
                                       .append(SizedFrame(0x56466C6F, 4).f32(0.5f))));
 }
@@ -215,10 +166,7 @@ TEST(ZoListValueTest, SearchFindsTheFirstItemThatComparesEqual) {
   ZoFloatValue two(2.0f), four(4.0f);
   ZoDblListItem* cursor = nullptr;
   ASSERT_EQ(list.Search(&two, cursor), 1);
-  ZoDblListItem* second = nullptr;
-  list.GetFirst(second);
-  list.GetNext(second);
-  EXPECT_EQ(cursor, second);
+  EXPECT_EQ(static_cast<int>(*static_cast<ZoIntValue*>(cursor->Item())), 2);
   EXPECT_EQ(list.Search(&four, cursor), 0);
   EXPECT_EQ(list.Search(nullptr, cursor), 0);
   // The matcher does the same through the list's own Find.
@@ -240,13 +188,8 @@ TEST(ZoListValueTest, OwnsItsItemsThroughClearCopyAssignmentAndDestruction) {
     ZoListValue constructed(list);
     EXPECT_EQ(Tracked::live, 4);
     EXPECT_EQ(constructed.GetModCallBack(), nullptr);  // lists copy without callback
-    ValuePtr copy(list.Copy());
+    ValuePtr copy(list.Copy());  // its own items, in order: see the round trips of the samples
     EXPECT_EQ(Tracked::live, 6);
-    auto& copied = static_cast<ZoListValue&>(*copy);
-    ZoDblListItem* cursor = nullptr;
-    EXPECT_EQ(static_cast<Tracked*>(copied.GetFirst(cursor))->tag, 1);
-    EXPECT_EQ(static_cast<Tracked*>(copied.GetNext(cursor))->tag, 2);
-    EXPECT_NE(copied.GetFirst(cursor), list.GetFirst(cursor));  // its own items
     constructed.Clear();
     EXPECT_EQ(Tracked::live, 4);
     constructed = list;
@@ -262,20 +205,6 @@ TEST(ZoListValueTest, OwnsItsItemsThroughClearCopyAssignmentAndDestruction) {
     EXPECT_EQ(Tracked::live, 5);
   }
   EXPECT_EQ(Tracked::live, 0);
-}
-
-TEST(ZoArrayValueTest, StreamsCountAndItemsWithNullMarkers) {
-  ZoArrayValue array;
-  ASSERT_EQ(array.SetNumItems(3), 1);
-  array.SetItem(0, new ZoIntValue(5));
-  array.SetItem(2, new ZoStringValue(ZoString("z")));
-  Bytes expected = ByteBuilder()
-                       .raw({0xFF, 0xFF, 0xFF, 0xFF, 0x72, 0x72, 0x41, 0x56, 0x00, 0x00, 0x00, 0x00})
-                       .i32(3)
-                       .append(FramedInt(5))
-                       .i32(-2)
-                       .append(SizedFrame(0x56537472, 5).str("z"));
-  EXPECT_EQ(Hex(Framed(&array)), Hex(expected));
 }
 
 TEST(ZoArrayValueTest, ResizingKeepsTheFrontDestroysTheRestAndAddsNulls) {
@@ -334,7 +263,6 @@ TEST(ZoOpaqueValueTest, AnUnknownFrameWritesBackTheSameSeventeenBytes) {
   EXPECT_EQ(ZoStreamConstructorEntry::Find(ZoTypeCode::OpaqueValue), nullptr);
   ZoOpaqueValue empty;
   EXPECT_EQ(Hex(Framed(&empty)), Hex(SizedFrame(0x564F7071, 0)));
-  EXPECT_EQ(empty.Compare(empty), -1);
   // A zero-size frame gives an empty value under the frame's code.
   object = ReadFramed(SizedFrame(0x41424344, 0), status, kZoCurrentVersion, &ZoOpaqueValue::Create);
   ASSERT_EQ(status, ZoStreamOk);

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <string>
 
 namespace zovaluestest {
 
@@ -38,6 +39,7 @@ inline zotest::ByteBuilder SizedFrame(int32_t code, int32_t size) {
   return frame;
 }
 inline Bytes FramedInt(int32_t value) { return SizedFrame(0x56496E74, 4).i32(value); }
+inline Bytes Rgba(float r, float g, float b, float a) { return zotest::ByteBuilder().f32(r).f32(g).f32(b).f32(a); }
 
 // Reads one framed object from `bytes`; `status` gets the stream's status.
 inline ObjectPtr ReadFramed(Bytes const& bytes, ZoStreamError& status, int32_t version = kZoCurrentVersion,
@@ -47,6 +49,16 @@ inline ObjectPtr ReadFramed(Bytes const& bytes, ZoStreamError& status, int32_t v
   status = reader->Status();
   return object;
 }
+
+// Reads `object`'s body from exactly `bytes` at `version`; returns "status S,
+// N bytes": the stream's status and how many bytes were read.
+inline std::string ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_t version = kZoCurrentVersion) {
+  Reader reader(bytes, version);
+  *reader >> object;
+  return "status " + std::to_string(reader->Status()) + ", " + std::to_string(reader.Consumed()) + " bytes";
+}
+// What ReadBody returns for a read that succeeds after `bytes` bytes.
+inline std::string ReadOk(size_t bytes) { return "status 0, " + std::to_string(bytes) + " bytes"; }
 
 // A typed value that counts its live instances.
 class Tracked : public ZoTypedValue {
