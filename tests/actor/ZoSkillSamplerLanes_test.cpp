@@ -15,9 +15,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -27,120 +24,94 @@ namespace {
 
 using namespace zoacttest;
 
-// A skill of `joints` joints with `keys` smooth keys each, 40 to 140 apart;
-// the Bézier controls are any rotation at all for odd joints and close to
-// their key for even ones (so the later pairs are near-parallel there).
-ZoProtoSkill* ArbitraryControls(zotest::Random& rng, int joints, int keys) {
+// A skill over a flat skeleton of `joints` joints, no keys yet.
+ZoProtoSkill* FlatSkill(int joints) {
   auto* skill = new ZoProtoSkill;
   ActorRef actor(new ZoProtoActor);
   ZoProtoNode* root = Joint("j0", ZoProtoNode::Geometry, 0);
   for (int j = 1; j < joints; ++j) root->addChild(Joint(("j" + std::to_string(j)).c_str(), ZoProtoNode::Geometry, 0));
   actor->SetSkeleton(root);
   skill->SetupFromPrototype(actor.get());
-  for (int j = 0; j < joints; ++j) {
-    ZoJointKeyList& list = *skill->InitJoint(j);
-    uint32_t time = rng.Below(50);
-    float const spread = j % 2 == 1 ? 3.14159f : 0.02f;
-    for (int k = 0; k < keys; ++k) {
-      auto* kf = new ZoJointKeyframe;
-      kf->setTime(time);
-      time += 40 + rng.Below(100);
-      kf->localTransform = ZoTransform3(rng.Vector(10.0f), rng.Turn(3.14159f));
-      kf->actorTransform = ZoTransform3(rng.Vector(10.0f), rng.Turn(3.14159f));
-      kf->actorOut = ZoTransform3(rng.Vector(10.0f), rng.Turn(spread) * kf->actorTransform.rotation);
-      kf->actorIn = ZoTransform3(rng.Vector(10.0f), rng.Turn(spread) * kf->actorTransform.rotation);
-      kf->blendMode = ZoJointKeyframe::Smooth;
-      list.Insert(kf, 0);
-    }
-  }
-  skill->KeysChanged();
   return skill;
 }
 
+// A key at `time` of random transforms whose Bézier controls turn at most
+// `spread` away from the key's actor rotation.
+ZoJointKeyframe* RandomKey(zotest::Random& rng, uint32_t time, float spread, int32_t blendMode) {
+  auto* kf = new ZoJointKeyframe;
+  kf->setTime(time);
+  kf->localTransform = ZoTransform3(rng.Vector(10.0f), rng.Turn(3.14159f));
+  kf->actorTransform = ZoTransform3(rng.Vector(10.0f), rng.Turn(3.14159f));
+  kf->actorOut = ZoTransform3(rng.Vector(10.0f), rng.Turn(spread) * kf->actorTransform.rotation);
+  kf->actorIn = ZoTransform3(rng.Vector(10.0f), rng.Turn(spread) * kf->actorTransform.rotation);
+  kf->blendMode = blendMode;
+  return kf;
+}
+
+// Samples the whole pose at `time` and counts the transforms whose bits
+// differ from the key lists' own; `compared` counts the joints sampled.
+int Differing(ZoProtoSkill* skill, ZoSkillSampler& sampler, uint32_t time, int& compared) {
+  size_t const n = static_cast<size_t>(skill->NumJoints());
+  std::vector<ZoTransform3> local(n), actor(n);
+  sampler.SamplePose(time, local.data(), actor.data());
+  int differing = 0;
+  for (size_t j = 0; j < n; ++j) {
+    ZoJointKeyframe reference;
+    if (skill->Joint(static_cast<int>(j))->SampleAtTime(time, reference, 1) != 1) continue;
+    ++compared;
+    differing += std::memcmp(&local[j], &reference.localTransform, sizeof(ZoTransform3)) != 0;
+    differing += std::memcmp(&actor[j], &reference.actorTransform, sizeof(ZoTransform3)) != 0;
+  }
+  return differing;
+}
+
+// Smooth keys 40 to 140 apart whose controls are any rotation at all for
+// odd joints and close to their key for even ones (so the later pairs are
+// near-parallel there).
 TEST(ZoSkillSamplerLanes, CubicBlendsWithArbitraryControlsGiveTheKeyListsBits) {
   zotest::Random rng(21);
-  SkillRef skill(ArbitraryControls(rng, 10, 24));
-  ZoSkillSampler sampler(skill.get());
-  int const n = skill->NumJoints();
-  std::vector<ZoTransform3> local(static_cast<size_t>(n)), actor(static_cast<size_t>(n));
-  double worst = 0;
-  int compared = 0;
-  for (uint32_t time = 0; time < 3500; time += 3) {
-    sampler.SamplePose(time, local.data(), actor.data());
-    for (int j = 0; j < n; ++j) {
-      ZoJointKeyframe reference;
-      if (skill->Joint(j)->SampleAtTime(time, reference, 1) != 1) continue;
-      ++compared;
-      float const* x = &local[static_cast<size_t>(j)].translation.x;
-      float const* y = &reference.localTransform.translation.x;
-      float const* xa = &actor[static_cast<size_t>(j)].translation.x;
-      float const* ya = &reference.actorTransform.translation.x;
-      for (int i = 0; i < 7; ++i) {
-        worst = std::max(worst, std::fabs(static_cast<double>(x[i]) - static_cast<double>(y[i])));
-        worst = std::max(worst, std::fabs(static_cast<double>(xa[i]) - static_cast<double>(ya[i])));
-      }
-    }
-  }
-  std::printf("[ arbitrary controls ] worst difference %.3g over %d joint-samples\n", worst, compared);
-  EXPECT_GT(compared, 5000);
-  EXPECT_EQ(worst, 0.0);
-}
-
-// A skill of `joints` joints of 2 to 9 keys each, 30 to 229 apart, each key
-// linear, smooth or a step at random, some with easing handles other than
-// the defaults; joint 2 has no keys.
-ZoProtoSkill* MixedKeys(zotest::Random& rng, int joints) {
-  auto* skill = new ZoProtoSkill;
-  ActorRef actor(new ZoProtoActor);
-  ZoProtoNode* root = Joint("j0", ZoProtoNode::Geometry, 0);
-  for (int j = 1; j < joints; ++j) root->addChild(Joint(("j" + std::to_string(j)).c_str(), ZoProtoNode::Geometry, 0));
-  actor->SetSkeleton(root);
-  skill->SetupFromPrototype(actor.get());
-  int32_t const modes[] = {ZoJointKeyframe::Linear, ZoJointKeyframe::Smooth, ZoJointKeyframe::Step};
-  for (int j = 0; j < joints; ++j) {
+  SkillRef skill(FlatSkill(10));
+  for (int j = 0; j < 10; ++j) {
     ZoJointKeyList& list = *skill->InitJoint(j);
-    if (j == 2) continue;
-    uint32_t time = rng.Below(200);
-    int const keys = 2 + static_cast<int>(rng.Below(8));
-    for (int k = 0; k < keys; ++k) {
-      auto* kf = new ZoJointKeyframe;
-      kf->setTime(time);
-      time += 30 + rng.Below(200);
-      kf->localTransform = ZoTransform3(rng.Vector(10.0f), rng.Turn(3.14159f));
-      kf->actorTransform = ZoTransform3(rng.Vector(10.0f), rng.Turn(3.14159f));
-      kf->actorOut = ZoTransform3(rng.Vector(10.0f), rng.Turn(0.5f) * kf->actorTransform.rotation);
-      kf->actorIn = ZoTransform3(rng.Vector(10.0f), rng.Turn(0.5f) * kf->actorTransform.rotation);
-      kf->blendMode = modes[rng.Below(3)];
-      if (rng.Below(4) == 0) {
-        kf->easeIn = 0.1f * static_cast<float>(rng.Below(10));
-        kf->easeOut = 0.1f * static_cast<float>(rng.Below(10));
-      }
-      list.Insert(kf, 0);
-    }
+    uint32_t time = rng.Below(50);
+    for (int k = 0; k < 24; ++k, time += 40 + rng.Below(100))
+      list.Insert(RandomKey(rng, time, j % 2 == 1 ? 3.14159f : 0.02f, ZoJointKeyframe::Smooth), 0);
   }
   skill->KeysChanged();
-  return skill;
+  ZoSkillSampler sampler(skill.get());
+  int compared = 0, differing = 0;
+  for (uint32_t time = 0; time < 3500; time += 3) differing += Differing(skill.get(), sampler, time, compared);
+  EXPECT_GT(compared, 5000);
+  EXPECT_EQ(differing, 0);
 }
 
+// Skills of 1 to 17 joints of 2 to 9 keys each, 30 to 229 apart, each key
+// linear, smooth or a step at random, some with easing handles other than
+// the defaults; joint 2 has no keys. Forward in steps of 5, then 300 times
+// at random.
 TEST(ZoSkillSamplerLanes, EveryJointCountGivesTheKeyListsBits) {
   zotest::Random rng(8);
+  int32_t const modes[] = {ZoJointKeyframe::Linear, ZoJointKeyframe::Smooth, ZoJointKeyframe::Step};
   for (int joints = 1; joints <= 17; ++joints) {
-    SkillRef skill(MixedKeys(rng, joints));
-    ZoSkillSampler sampler(skill.get());
-    std::vector<ZoTransform3> local(static_cast<size_t>(joints)), actor(static_cast<size_t>(joints));
-    int compared = 0, differing = 0;
-    // Forward in steps of 5, then 300 times at random.
-    for (int i = 0; i < 700; ++i) {
-      uint32_t const time = i < 400 ? static_cast<uint32_t>(i) * 5 : rng.Below(2200);
-      sampler.SamplePose(time, local.data(), actor.data());
-      for (int j = 0; j < joints; ++j) {
-        ZoJointKeyframe reference;
-        if (skill->Joint(j)->SampleAtTime(time, reference, 1) != 1) continue;
-        ++compared;
-        differing += std::memcmp(&local[static_cast<size_t>(j)], &reference.localTransform, sizeof(ZoTransform3)) != 0;
-        differing += std::memcmp(&actor[static_cast<size_t>(j)], &reference.actorTransform, sizeof(ZoTransform3)) != 0;
+    SkillRef skill(FlatSkill(joints));
+    for (int j = 0; j < joints; ++j) {
+      ZoJointKeyList& list = *skill->InitJoint(j);
+      uint32_t time = rng.Below(200);
+      int const keys = j == 2 ? 0 : 2 + static_cast<int>(rng.Below(8));
+      for (int k = 0; k < keys; ++k, time += 30 + rng.Below(200)) {
+        ZoJointKeyframe* kf = RandomKey(rng, time, 0.5f, modes[rng.Below(3)]);
+        if (rng.Below(4) == 0) {
+          kf->easeIn = 0.1f * static_cast<float>(rng.Below(10));
+          kf->easeOut = 0.1f * static_cast<float>(rng.Below(10));
+        }
+        list.Insert(kf, 0);
       }
     }
+    skill->KeysChanged();
+    ZoSkillSampler sampler(skill.get());
+    int compared = 0, differing = 0;
+    for (int i = 0; i < 700; ++i)
+      differing += Differing(skill.get(), sampler, i < 400 ? static_cast<uint32_t>(i) * 5 : rng.Below(2200), compared);
     EXPECT_GT(compared, 200 * (joints - (joints > 2 ? 1 : 0))) << joints << " joints";
     EXPECT_EQ(differing, 0) << joints << " joints";
   }
