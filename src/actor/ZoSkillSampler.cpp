@@ -381,12 +381,12 @@ void ZoSkillSampler::Compiled::LoadGroup(int32_t group) {
     size_t const b = a + (state.kind == SegmentKind::Blend ? 1 : 0);
     auto const* from = reinterpret_cast<unsigned char const*>(&poses[a]);
     auto const* to = reinterpret_cast<unsigned char const*>(&poses[b]);
-    fromHead[lane] = zolanes::LoadAs<Lanes8>(from);
-    fromTail[lane] = zolanes::LoadAs<Lanes8>(from + kTail * sizeof(float));
-    toHead[lane] = zolanes::LoadAs<Lanes8>(to);
-    toTail[lane] = zolanes::LoadAs<Lanes8>(to + kTail * sizeof(float));
-    out[lane] = zolanes::LoadAs<Lanes8>(&controls[a]);
-    in[lane] = zolanes::LoadAs<Lanes8>(reinterpret_cast<unsigned char const*>(&controls[b]) + kTail * sizeof(float));
+    std::memcpy(&fromHead[lane], from, sizeof(Lanes8));
+    std::memcpy(&fromTail[lane], from + kTail * sizeof(float), sizeof(Lanes8));
+    std::memcpy(&toHead[lane], to, sizeof(Lanes8));
+    std::memcpy(&toTail[lane], to + kTail * sizeof(float), sizeof(Lanes8));
+    std::memcpy(&out[lane], &controls[a], sizeof(Lanes8));
+    std::memcpy(&in[lane], reinterpret_cast<unsigned char const*>(&controls[b]) + kTail * sizeof(float), sizeof(Lanes8));
     rows.cubic[lane] = state.cubic ? -1 : 0;
   }
   zolanes::Transpose8(fromHead);
