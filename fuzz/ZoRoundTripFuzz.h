@@ -120,6 +120,20 @@ int RunOnInput(uint8_t const* data, size_t size, Read const& read, Write const& 
   return 0;
 }
 
+// The entry of a harness that reads the fuzzer's bytes as a whole file of
+// class T with `Read` and writes it with `Write`; a refused file must say why.
+template <class T, T* (*Read)(ZoStream&, ZoReadReport*), ZoStreamError (*Write)(ZoStream&, T const*)>
+int RunFileHarness(uint8_t const* data, size_t size) {
+  auto read = [](ZoMemoryStream& in) -> ZoStreamObject* {
+    ZoReadReport report;
+    T* object = Read(in, &report);
+    Check(object != nullptr || report.Failed(), "a refused file does not say why");
+    return object;
+  };
+  auto write = [](ZoMemoryStream& out, ZoStreamObject const& object) { Write(out, static_cast<T const*>(&object)); };
+  return RunOnInput(data, size, read, write);
+}
+
 }  // namespace zoroundtrip
 
 #endif

@@ -9,21 +9,6 @@
 
 #include <cstdint>
 
-namespace {
-
-ZoStreamObject* ReadFile(ZoMemoryStream& in) {
-  ZoReadReport report;
-  ZoProtoActor* actor = ZoProtoActor::ReadActorFrom(in, &report);
-  zoroundtrip::Check(actor != nullptr || report.Failed(), "a refused actor file does not say why");
-  return actor;
-}
-
-void WriteFile(ZoMemoryStream& out, ZoStreamObject const& actor) {
-  ZoProtoActor::WriteActorTo(out, static_cast<ZoProtoActor const*>(&actor));
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
-  return zoroundtrip::RunOnInput(data, size, ReadFile, WriteFile);
+  return zoroundtrip::RunFileHarness<ZoProtoActor, &ZoProtoActor::ReadActorFrom, &ZoProtoActor::WriteActorTo>(data, size);
 }

@@ -9,21 +9,6 @@
 
 #include <cstdint>
 
-namespace {
-
-ZoStreamObject* ReadFile(ZoMemoryStream& in) {
-  ZoReadReport report;
-  ZoProtoSkill* skill = ZoProtoActor::ReadSkillFrom(in, &report);
-  zoroundtrip::Check(skill != nullptr || report.Failed(), "a refused skill file does not say why");
-  return skill;
-}
-
-void WriteFile(ZoMemoryStream& out, ZoStreamObject const& skill) {
-  ZoProtoActor::WriteSkillTo(out, static_cast<ZoProtoSkill const*>(&skill));
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
-  return zoroundtrip::RunOnInput(data, size, ReadFile, WriteFile);
+  return zoroundtrip::RunFileHarness<ZoProtoSkill, &ZoProtoActor::ReadSkillFrom, &ZoProtoActor::WriteSkillTo>(data, size);
 }
