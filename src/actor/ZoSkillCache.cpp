@@ -188,8 +188,10 @@ void ZoProtoActor::LoadAllSkills(std::vector<ZoSkillLoadReport>* refused) {
   for (ZoString const& entry : names) {
     ZoSkillLoadReport report;
     report.file = folder + entry;
-    if (ZoPlatform::IsFolder(report.file)) continue;
     ZoProtoSkill* skill = ReadSkillFile(report.file, &report.detail);
+    // A folder named like a skill file is passed over; it is asked about
+    // only when a read fails, so that loading a file costs no lookup more.
+    if (skill == nullptr && ZoPlatform::IsFolder(report.file)) continue;
     ZoFileProgress::UpdateProgress();
     if (skill == nullptr) {
       report.status = ZoSkillLoadStatus::Unreadable;

@@ -114,12 +114,27 @@ size_t ResolveComponents(std::string const& native, std::string& resolved) {
 
 // --- Descriptors -------------------------------------------------------------
 
-ZoFileHandle ZoPlatform::OpenRead(ZoString const& path, ZoAccessHint hint) {
-  std::string resolved = ResolveExisting(path);
-  if (resolved.empty()) return kZoInvalidFileHandle;
+namespace {
+
+int OpenForReading(std::string const& path) {
   int fd;
-  do fd = ::open(resolved.c_str(), O_RDONLY | O_CLOEXEC);
+  do fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   while (fd < 0 && errno == EINTR);
+  return fd;
+}
+
+}  // namespace
+
+ZoFileHandle ZoPlatform::OpenRead(ZoString const& path, ZoAccessHint hint) {
+  // The path as given is tried first: a file named exactly so costs one
+  // lookup instead of a lookup to find it and another to open it.
+  std::string native = NativePath(path);
+  if (native.empty()) return kZoInvalidFileHandle;
+  int fd = OpenForReading(native);
+  if (fd < 0 && (errno == ENOENT || errno == ENOTDIR)) {
+    std::string resolved = ResolveExisting(path);
+    if (!resolved.empty()) fd = OpenForReading(resolved);
+  }
   if (fd < 0) return kZoInvalidFileHandle;
   struct stat info;
   if (::fstat(fd, &info) != 0 || S_ISDIR(info.st_mode)) {
