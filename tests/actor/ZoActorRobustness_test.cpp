@@ -16,17 +16,6 @@ using namespace zoacttest;
 
 namespace {
 
-// The file `write` makes of `object`.
-template <class T>
-Bytes FileOf(ZoStreamError (*write)(ZoStream&, T const*), T const* object) {
-  ZoMemoryStream stream;
-  write(stream, object);
-  return zotest::Written(stream);
-}
-
-Bytes ActorFile(ZoProtoActor const* actor) { return FileOf(&ZoProtoActor::WriteActorTo, actor); }
-Bytes SkillFile(ZoProtoSkill const* skill) { return FileOf(&ZoProtoActor::WriteSkillTo, skill); }
-
 // The figure with a cube on the spine and a few records on a skill.
 ActorRef RichActor() {
   ActorRef actor = FigureActor("Dog");

@@ -97,11 +97,31 @@ inline ZoProtoNode* Figure() {
   return hips;
 }
 
+// A geometry node at `home` with a cube of edge `edge` (its sphere tree built).
+inline ZoProtoNode* Solid(char const* name, ZoTransform3 const& home, float edge = 0.2f) {
+  ZoProtoNode* node = Joint(name, ZoProtoNode::Geometry, 0);
+  node->SetHomeTransform(home);
+  node->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(edge, edge, edge)));
+  return node;
+}
+
 inline ActorRef FigureActor(char const* name) {
   ActorRef actor(new ZoProtoActor);
   actor->SetName(name);
   actor->SetSkeleton(Figure());
   return actor;
+}
+
+// A skill, no keys yet, over a flat skeleton: `joints` geometry joints
+// j0 … below j0.
+inline ZoProtoSkill* FlatSkill(int joints) {
+  ActorRef actor(new ZoProtoActor);
+  ZoProtoNode* root = Joint("j0", ZoProtoNode::Geometry, 0);
+  for (int j = 1; j < joints; ++j) root->addChild(Joint(("j" + std::to_string(j)).c_str(), ZoProtoNode::Geometry, 0));
+  actor->SetSkeleton(root);
+  auto* skill = new ZoProtoSkill;
+  skill->SetupFromPrototype(actor.get());
+  return skill;
 }
 
 // A skill sized to `actor` with two keys on joint 0 and one on joint 2.
@@ -136,6 +156,19 @@ inline ActorRef SavableDog(TempFolder const& folder, std::vector<char const*> co
 inline Bytes FileBytes(std::string const& path) {
   std::ifstream in(path, std::ios::binary);
   return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// The actor file and the skill file of an object, as written to a stream.
+inline Bytes ActorFile(ZoProtoActor const* actor) {
+  ZoMemoryStream stream;
+  EXPECT_EQ(ZoProtoActor::WriteActorTo(stream, actor), ZoStreamOk);
+  return zotest::Written(stream);
+}
+
+inline Bytes SkillFile(ZoProtoSkill const* skill) {
+  ZoMemoryStream stream;
+  EXPECT_EQ(ZoProtoActor::WriteSkillTo(stream, skill), ZoStreamOk);
+  return zotest::Written(stream);
 }
 
 // An actor file of the older layout of `version`: a container header, then

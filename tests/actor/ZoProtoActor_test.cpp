@@ -20,14 +20,6 @@ using namespace zoacttest;
 
 namespace {
 
-ZoProtoNode* CubeNode(char const* name, ZoTransform3 const& home, float edge) {
-  auto* node = new ZoProtoNode;
-  node->SetName(name);
-  node->SetHomeTransform(home);
-  node->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(edge, edge, edge)));
-  return node;
-}
-
 // Eleven properties: nine empty role strings, the eye vector and the
 // bounding radius (checked with the bounds).
 TEST(ZoProtoActor, NewActorHasItsDefaults) {
@@ -57,15 +49,15 @@ TEST(ZoProtoActor, BoundsComeFromMeasuredNodesOnly) {
        ZoVector3(-0.1f, -0.1f, -0.1f), ZoVector3(0.1f, 0.1f, 0.1f)},
       {"a square never counts",
        [] {
-         ZoProtoNode* square = CubeNode("sq", ZoTransform3(), 4);
+         ZoProtoNode* square = Solid("sq", ZoTransform3(), 4);
          if (ZoProtoGeomInfo* info = square->GeomInfo()) info->squareKind = 1;
          return square;
        },
        ZoVector3(-0.1f, -0.1f, -0.1f), ZoVector3(0.1f, 0.1f, 0.1f)},
       {"two cubes placed in the root's parent frame",
        [] {
-         ZoProtoNode* root = CubeNode("a", ZoTransform3(ZoVector3(0, 1, 0), ZoRotation3()), 2);
-         root->addChild(CubeNode("b", ZoTransform3(ZoVector3(3, 0, 0), ZoRotation3()), 1));
+         ZoProtoNode* root = Solid("a", ZoTransform3(ZoVector3(0, 1, 0), ZoRotation3()), 2);
+         root->addChild(Solid("b", ZoTransform3(ZoVector3(3, 0, 0), ZoRotation3()), 1));
          return root;
        },
        ZoVector3(-1, 0, -1), ZoVector3(3.5f, 2, 1)},
@@ -73,7 +65,7 @@ TEST(ZoProtoActor, BoundsComeFromMeasuredNodesOnly) {
        [] {
          ZoRotation3 quarter;
          quarter.setValue(1.5707964f, ZoVector3(0, 0, 1));
-         return CubeNode("turned", ZoTransform3(ZoVector3(), quarter), 2);
+         return Solid("turned", ZoTransform3(ZoVector3(), quarter), 2);
        },
        ZoVector3(1, -1, -1), ZoVector3(-1, 1, 1)},
   };

@@ -55,14 +55,6 @@ std::vector<RecordingSkill*> AddRecordingSkills(ZoProtoActor& actor) {
   return made;
 }
 
-// A geometry node with a cube model (its sphere tree built).
-ZoProtoNode* Solid(char const* name, ZoTransform3 const& home) {
-  ZoProtoNode* node = Joint(name, ZoProtoNode::Geometry, 0);
-  node->SetHomeTransform(home);
-  node->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(0.2f, 0.2f, 0.2f)));
-  return node;
-}
-
 ZoTransform3 Offset(float x, float y, float z) { return ZoTransform3(ZoVector3(x, y, z), ZoRotation3()); }
 
 // A → B → C, A → D → H (a handle): joints A 0, B 1, C 2, D 3, placed apart

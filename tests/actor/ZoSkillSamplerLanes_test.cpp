@@ -24,17 +24,6 @@ namespace {
 
 using namespace zoacttest;
 
-// A skill over a flat skeleton of `joints` joints, no keys yet.
-ZoProtoSkill* FlatSkill(int joints) {
-  auto* skill = new ZoProtoSkill;
-  ActorRef actor(new ZoProtoActor);
-  ZoProtoNode* root = Joint("j0", ZoProtoNode::Geometry, 0);
-  for (int j = 1; j < joints; ++j) root->addChild(Joint(("j" + std::to_string(j)).c_str(), ZoProtoNode::Geometry, 0));
-  actor->SetSkeleton(root);
-  skill->SetupFromPrototype(actor.get());
-  return skill;
-}
-
 // A key at `time` of random transforms whose Bézier controls turn at most
 // `spread` away from the key's actor rotation.
 ZoJointKeyframe* RandomKey(zotest::Random& rng, uint32_t time, float spread, int32_t blendMode) {

@@ -83,12 +83,7 @@ void AddKeys(ZoJointKeyList& list, Random& rng, Keys keys, int n, uint32_t start
 // joint keyframe.
 ZoProtoSkill* RandomSkill(SkillCase const& c) {
   Random rng(c.seed);
-  auto* skill = new ZoProtoSkill;
-  ActorRef actor(new ZoProtoActor);
-  ZoProtoNode* root = Joint("j0", ZoProtoNode::Geometry, 0);
-  for (int j = 1; j < 23; ++j) root->addChild(Joint(("j" + std::to_string(j)).c_str(), ZoProtoNode::Geometry, 0));
-  actor->SetSkeleton(root);
-  skill->SetupFromPrototype(actor.get());
+  ZoProtoSkill* skill = FlatSkill(23);
   for (int j = 0; j < skill->NumJoints(); ++j) {
     if (j % 7 == 3) continue;  // no keys
     ZoJointKeyList& list = *skill->InitJoint(j);
@@ -221,6 +216,7 @@ TEST(ZoSkillSamplerRevision, EditsThroughTheSkillAreSampledAtOnce) {
          skill->PermuteJoints(actor.get(), &permutation);
        }},
       {"assignment", [&] { *skill = *SkillRef(FigureSkill(actor.get(), "Other")); }},
+      {"reading a body", [&] { ReadBody(*skill, Body(*SkillRef(FigureSkill(actor.get(), "Read")))); }},
       {"direct edit and KeysChanged",
        [&] {
          skill->Joint(0)->Insert(Key(60, 8.0f), 1);
@@ -238,17 +234,12 @@ TEST(ZoSkillSamplerRevision, EditsThroughTheSkillAreSampledAtOnce) {
   }
 }
 
-TEST(ZoSkillSamplerRevision, ReadingABodyIsSampledAtOnceAndDirectEditsWaitForRebuild) {
+// Moving a key's time directly: the sampler keeps its copy until told.
+TEST(ZoSkillSamplerRevision, DirectEditsOfAKeyWaitForRebuild) {
   ActorRef actor = FigureActor("Dog");
-  SkillRef source(FigureSkill(actor.get(), "Walk"));
-  SkillRef skill(new ZoProtoSkill);
+  SkillRef skill(FigureSkill(actor.get(), "Walk"));
   ZoSkillSampler sampler(skill.get());
-  ASSERT_EQ(ReadBody(*skill, Body(*source)), ZoStreamOk);
   ZoTransform3 pose[4];
-  EXPECT_EQ(sampler.SamplePose(50, pose, nullptr), 2);
-  EXPECT_FLOAT_EQ(pose[2].translation.x, 3.0f);  // joint 2's only key
-
-  // Moving a key's time directly: the sampler keeps its copy until told.
   FirstKey(*skill, 2).setTime(70);
   EXPECT_EQ(sampler.SamplePose(50, pose, nullptr), 2);
   EXPECT_FALSE(ZoSkillSampler(skill.get()).Covers(2, 50));
