@@ -7,34 +7,14 @@
 #include <zoactor/serialization/ZoReadLimits.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
-#include "support/ZoTestObjects.h"
+#include "ZoAnimationTestSupport.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
-
-using zotest::ByteBuilder;
+using namespace zoanimationtest;
 using zotest::Body;
-using zotest::Bytes;
 
 namespace {
 
 Bytes Framed(ZoStreamObject const& object) { return zotest::Framed(&object); }
-
-ZoJointKeyframe* JointKey(uint32_t t, float x) {
-  auto* kf = new ZoJointKeyframe;
-  kf->setTime(t);
-  kf->actorTransform.translation = {x, -x, 2 * x};
-  kf->marker = static_cast<int32_t>(t);
-  return kf;
-}
-
-ByteBuilder KeyframeFrame(uint32_t t, int32_t tagValue) {
-  ByteBuilder b;
-  b.raw({0x66, 0x79, 0x65, 0x4B}).u32(t).i32(tagValue);
-  return b;
-}
 
 }  // namespace
 
@@ -52,13 +32,13 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
   for (int i = 0; i < 136; ++i) points.u8(0);  // room for one point only
   Bytes eight = ByteBuilder().i32(8).append(Bytes(8 * 136, 0)).f32(0.0f);
   BadInput const cases[] = {
-      {"key count past the data", ByteBuilder().i32(0x40000000).append(KeyframeFrame(5, 0)), ZoTypeCode::KeyList,
+      {"key count past the data", ByteBuilder().i32(0x40000000).append(KeyFrame(5, 0)), ZoTypeCode::KeyList,
        ZoStreamReadError, 0, "count 1073741824 of 4-byte elements exceeds the 12 bytes left"},
-      {"a spline among the keys", ByteBuilder().i32(3).append(KeyframeFrame(5, 1)).append(Framed(spline)),
+      {"a spline among the keys", ByteBuilder().i32(3).append(KeyFrame(5, 1)).append(Framed(spline)),
        ZoTypeCode::KeyList, ZoStreamFormatError, 16 + splineFrame, "an object of type code 0x53706C69 in a key list"},
       {"key lists nested past the cap", deep.i32(-2), 0, ZoStreamFormatError, 8 * ZoReadLimits::MaxDepth() + 4,
        "nesting deeper than"},
-      {"key cut short", zotest::Cut(ByteBuilder().i32(1).append(KeyframeFrame(5, 1)), 2), ZoTypeCode::KeyList,
+      {"key cut short", zotest::Cut(ByteBuilder().i32(1).append(KeyFrame(5, 1)), 2), ZoTypeCode::KeyList,
        ZoStreamReadError, 12, "4 bytes wanted, 2 left"},
       {"joint key cut short", zotest::Cut(Body(ZoJointKeyframe()), 1), ZoTypeCode::JointKeyframe, ZoStreamReadError,
        8, "200 bytes wanted, 199 left"},  // time and tag, then one block
@@ -72,7 +52,7 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
   // Negative counts read as empty; the cap is inclusive.
   ZoKeyList list;
   ZoSpline empty, atCap;
-  zotest::Reader in(ByteBuilder().i32(-1).append(KeyframeFrame(5, 0))), negativePoints(ByteBuilder().i32(-5).f32(1.0f));
+  zotest::Reader in(ByteBuilder().i32(-1).append(KeyFrame(5, 0))), negativePoints(ByteBuilder().i32(-5).f32(1.0f));
   EXPECT_EQ(std::make_pair(list.ReadFromStream(*in), (*negativePoints >> empty).Status()),
             std::make_pair(ZoStreamOk, ZoStreamOk));
   EXPECT_EQ(std::make_tuple(list.NumKeyframes(), in.Consumed(), empty.NumControlPoints(), empty.Length()),
@@ -91,22 +71,25 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
 // the keys is skipped and an unknown unsized code yields nothing.
 TEST(ZoAnimationReadFailures, KeyListsKeepWhatReadWholeAndSkipWhatTheyCan) {
   ZoKeyList partial, tolerant;
-  zotest::Reader truncated(zotest::Cut(ByteBuilder().i32(2).append(KeyframeFrame(5, 1)).append(KeyframeFrame(6, 2)), 1));
+  zotest::Reader truncated(zotest::Cut(ByteBuilder().i32(2).append(KeyFrame(5, 1)).append(KeyFrame(6, 2)), 1));
   EXPECT_EQ((*truncated >> partial).Status(), ZoStreamReadError);
-  EXPECT_EQ(zotest::Body(partial), Bytes(ByteBuilder().i32(1).append(KeyframeFrame(5, 1))));
+  EXPECT_EQ(zotest::Body(partial), Bytes(ByteBuilder().i32(1).append(KeyFrame(5, 1))));
   zotest::Reader skipped(ByteBuilder().i32(3).i32(-1).u32(0x51525354u).i32(4).i32(99).u32(0x41424344u)
-                             .append(KeyframeFrame(7, 3)));
+                             .append(KeyFrame(7, 3)));
   EXPECT_EQ((*skipped >> tolerant).Status(), ZoStreamOk);
-  EXPECT_EQ(zotest::Body(tolerant), Bytes(ByteBuilder().i32(1).append(KeyframeFrame(7, 3))));
+  EXPECT_EQ(zotest::Body(tolerant), Bytes(ByteBuilder().i32(1).append(KeyFrame(7, 3))));
 }
 
 TEST(ZoAnimationReadFailures, JointKeyframeTruncatedAtEveryLengthKeepsItsBlock) {
-  std::unique_ptr<ZoJointKeyframe> source(JointKey(77, 3.5f));
-  source->blendMode = 1;
-  Bytes whole = Framed(*source);
-  ASSERT_EQ(whole.size(), 4u + 208u);
+  ZoJointKeyframe source;
+  source.setTime(77);
+  source.actorTransform.translation = {3.5f, -3.5f, 7};
+  source.marker = 77;
+  source.blendMode = 1;
+  Bytes whole = Body(source);
+  ASSERT_EQ(whole.size(), 208u);
   for (size_t length = 0; length < whole.size(); ++length) {
-    zotest::Reader in(Bytes(whole.begin() + 4, whole.begin() + static_cast<std::ptrdiff_t>(std::max<size_t>(length, 4))));
+    zotest::Reader in(zotest::Cut(whole, whole.size() - length));
     ZoJointKeyframe kf;
     EXPECT_NE(kf.ReadFromStream(*in), ZoStreamOk) << length;
     // The time and tag may have arrived; the block did not.

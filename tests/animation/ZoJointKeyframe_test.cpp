@@ -8,34 +8,11 @@
 #include <zoactor/animation/ZoKeyList.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
-#include "support/ZoTestObjects.h"
+#include "ZoAnimationTestSupport.h"
 
-#include <Eigen/Geometry>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <memory>
-#include <tuple>
-#include <utility>
-#include <vector>
-
-using zotest::About;
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::ExpectNear;
+using namespace zoanimationtest;
 
 namespace {
-
-using Quat = Eigen::Quaterniond;
-
-Quat ToEigen(ZoRotation3 const& q) { return Quat(q.w, q.x, q.y, q.z); }
-
-// q and −q are the same rotation.
-double RotationDistance(ZoRotation3 const& a, Quat const& b) {
-  Quat qa = ToEigen(a);
-  return std::min((qa.coeffs() - b.coeffs()).norm(), (qa.coeffs() + b.coeffs()).norm());
-}
 
 ZoJointKeyframe* JointKey(uint32_t t, ZoVector3 position, ZoRotation3 rotation = ZoRotation3()) {
   auto* kf = new ZoJointKeyframe;
@@ -96,10 +73,8 @@ TEST(ZoJointKeyframeBlends, LinearControlsLieAThirdOfTheWayToTheNeighbours) {
 
   cur.ComputeBlends(&prev, &next, 0);
   EXPECT_EQ(cur.blendMode, 0);
-  ExpectNear(cur.localIn.translation, {3, 1, 1});
-  ExpectNear(cur.localOut.translation, {4, 3, 1});
-  EXPECT_LT(RotationDistance(cur.localIn.rotation, Quat(Eigen::AngleAxisd(0.7, Eigen::Vector3d::UnitX()))), 1e-6);
-  EXPECT_LT(RotationDistance(cur.localOut.rotation, Quat(Eigen::AngleAxisd(1.1, Eigen::Vector3d::UnitX()))), 1e-6);
+  ExpectClose(cur.localIn, ZoTransform3({3, 1, 1}, About(0.7f, {1, 0, 0})), 1e-5f);
+  ExpectClose(cur.localOut, ZoTransform3({4, 3, 1}, About(1.1f, {1, 0, 0})), 1e-5f);
 
   // A missing neighbour gives the key's own transform on that side.
   cur.ComputeBlends(nullptr, &next, 0);
@@ -164,11 +139,7 @@ TEST(ZoJointKeyframeEditing, ScaleAndTransformReachEveryField) {
   ZoTransform3 x({1, -2, 3}, About(0.8f, {1, 1, 0}));
   ZoJointKeyframe moved = kf;
   moved.Transform(x);
-  for (auto field : kTransforms) {
-    ZoTransform3 expected = x * (kf.*field);
-    ExpectNear((moved.*field).translation, expected.translation);
-    EXPECT_LT(RotationDistance((moved.*field).rotation, ToEigen(expected.rotation)), 1e-5);
-  }
+  for (auto field : kTransforms) ExpectClose(moved.*field, x * (kf.*field), 1e-5f);
   ExpectNear(moved.point, x * kf.point);
   EXPECT_EQ(std::make_tuple(moved.marker, moved.time()), std::make_tuple(kf.marker, kf.time()));
 }

@@ -10,35 +10,20 @@
 // rotations are compared as unit quaternions up to sign.
 #include <zoactor/animation/ZoJointKeyList.h>
 #include <zoactor/animation/ZoJointKeyframe.h>
-#include <zoactor/foundation/ZoTransform3.h>
 
-#include "support/ZoTestObjects.h"
+#include "ZoAnimationTestSupport.h"
 #include "support/ZoTestRandom.h"
 
-#include <Eigen/Geometry>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <functional>
 #include <string>
-#include <utility>
-#include <vector>
+
+using namespace zoanimationtest;
 
 namespace {
 
-using Quat = Eigen::Quaterniond;
 using Vec = Eigen::Vector3d;
 
 constexpr double kTolerance = 1e-5;
-
-Quat ToEigen(ZoRotation3 const& q) { return Quat(q.w, q.x, q.y, q.z); }
-Vec ToEigen(ZoVector3 const& v) { return Vec(v.x, v.y, v.z); }
-
-double RotationDistance(ZoRotation3 const& a, Quat const& b) {
-  Quat qa = ToEigen(a);
-  return std::min((qa.coeffs() - b.coeffs()).norm(), (qa.coeffs() + b.coeffs()).norm());
-}
 
 // An oracle transform.
 struct Pose {

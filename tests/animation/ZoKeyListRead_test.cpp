@@ -8,17 +8,11 @@
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
-#include "support/ZoTestObjects.h"
+#include "ZoAnimationTestSupport.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
 #include <string>
-#include <tuple>
-#include <vector>
 
-using zotest::ByteBuilder;
-using zotest::Bytes;
+using namespace zoanimationtest;
 
 namespace {
 

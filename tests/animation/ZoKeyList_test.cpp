@@ -5,17 +5,9 @@
 #include <zoactor/animation/ZoKeyframe.h>
 #include <zoactor/foundation/ZoDblList.h>
 
-#include "support/ZoTestObjects.h"
+#include "ZoAnimationTestSupport.h"
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <tuple>
-#include <utility>
-#include <vector>
-
-using zotest::ByteBuilder;
-using zotest::Bytes;
+using namespace zoanimationtest;
 using Times = std::vector<uint32_t>;
 
 namespace {
@@ -66,10 +58,6 @@ Times TimesOf(ZoDblList const& items) {
 
 uint32_t const kNone = 0xDEADBEEFu;
 uint32_t TimeOf(ZoKeyframe const* kf) { return kf != nullptr ? kf->time() : kNone; }
-
-ByteBuilder& KeyFrame(ByteBuilder& b, uint32_t t, int32_t tagValue) {
-  return b.raw({0x66, 0x79, 0x65, 0x4B}).u32(t).i32(tagValue);  // "KeyF" code, time, tag
-}
 
 }  // namespace
 

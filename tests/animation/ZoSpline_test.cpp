@@ -4,33 +4,13 @@
 // built by hand.
 #include <zoactor/animation/ZoSpline.h>
 
-#include "support/ZoTestObjects.h"
+#include "ZoAnimationTestSupport.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cmath>
-#include <memory>
-#include <tuple>
-#include <utility>
-#include <vector>
 
-using zotest::About;
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::ExpectNear;
+using namespace zoanimationtest;
 
 namespace {
-
-// Expects the two transforms within `tolerance`, q and −q being the same
-// rotation.
-void ExpectClose(ZoTransform3 const& a, ZoTransform3 const& b, float tolerance = 1e-6f) {
-  ExpectNear(a.translation, b.translation, tolerance);
-  auto norm = [](float w, float x, float y, float z) { return std::sqrt(w * w + x * x + y * y + z * z); };
-  ZoRotation3 const p = a.rotation, q = b.rotation;
-  EXPECT_LT(std::min(norm(p.w - q.w, p.x - q.x, p.y - q.y, p.z - q.z), norm(p.w + q.w, p.x + q.x, p.y + q.y, p.z + q.z)),
-            tolerance);
-}
 
 std::vector<ZoTransform3> SampleEvery(ZoSpline const& spline, int samples) {
   std::vector<ZoTransform3> out(static_cast<size_t>(samples));
