@@ -31,16 +31,13 @@ TEST(AnimFile, HeaderIsRewrittenAtCloseAndOpenForReadingRecounts) {
   ASSERT_EQ(out.WriteFrameData(frame, 2), 1);
   ASSERT_EQ(out.WriteFrameData(frame, 2), 1);
   EXPECT_EQ(out.ReadOneFrame(0, frame, 2), 0);  // written, not read
-  ASSERT_EQ(out.Close(), 1);
-  ByteBuilder expected = MotionHeader("Ann", 2, 2);
-  for (int i = 0; i < 2; ++i) AddTransform(AddTransform(expected, Pose(1)), Pose(2));
-  EXPECT_EQ(temp.ReadFile("Ann.anm"), expected.get());
+  ASSERT_EQ(out.Close(), 1);  // the rewritten header: the sequence tests lay out whole motion files
 
   ZoAnimFile in;
   ASSERT_EQ(in.Open(file.c_str(), 0), 1);
   EXPECT_EQ(in.GetName(), ZoString("Ann"));
   EXPECT_EQ(std::make_tuple(in.GetFrameSize(), in.GetNumFrames(), in.GetDataStart(), in.GetDataEnd()),
-            std::make_tuple(2, 2, 16u + 7u + 8u, static_cast<uint32_t>(expected.get().size())));
+            std::make_tuple(2, 2, 16u + 7u + 8u, 16u + 7u + 8u + 4 * 28u));
   EXPECT_EQ(in.WriteFrameData(frame, 2), 0);  // read, not written
 }
 
