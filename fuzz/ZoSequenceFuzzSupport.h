@@ -8,6 +8,8 @@
 #include <zoactor/foundation/ZoPlatform.h>
 #include <zoactor/sequence/ZoAnimFile.h>
 
+#include "ZoRoundTripFuzz.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -54,12 +56,7 @@ inline void Silence() {
   ZoMessageHandler::Set([](ZoString const&, ZoString const&, int, void*) { return kZoMessageOk; }, nullptr);
 }
 
-inline void Check(bool condition, char const* what) {
-  if (!condition) {
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-  }
-}
+using zoroundtrip::Check;
 
 // Reads every frame (up to the caps) and every node's track, and checks
 // that both ways give the same transforms. Returns the frames read.
