@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 using zotool::FactsOfBytes;
@@ -45,10 +47,8 @@ TEST(ZoToolFiles, KindsAndVersionsFromTheFirstBytes) {
   for (Case const& c : cases) {
     SCOPED_TRACE(c.name);
     FileFacts facts = Facts(c.bytes);
-    EXPECT_EQ(facts.kind, c.kind);
-    EXPECT_EQ(facts.version, c.version);
-    EXPECT_EQ(facts.container, c.container);
-    EXPECT_EQ(facts.truncatedHeader, c.truncated);
+    EXPECT_EQ(std::make_tuple(facts.kind, facts.version, facts.container, facts.truncatedHeader),
+              std::make_tuple(c.kind, c.version, c.container, c.truncated));
   }
   EXPECT_EQ(Facts(Container("Sequ", 1, 0)).containerType, "Sequ");
 }

@@ -147,26 +147,18 @@ TEST(ZoToolSequences, EventListsAreDumpedAndAnOverlongCountIsRefused) {
   EXPECT_EQ(run.json["files"][0]["errors"][0]["offset"], 50) << run.out;  // the third list's count
 }
 
-// The whole-pose sampler and the key lists give the same pose: before,
-// on, between and after Walk's keys (every 250 from 0 to 1000).
+// The whole-pose sampler gives the key lists' bits, so `--reference` prints
+// the same joints: before, on, between and after Walk's keys (every 250
+// from 0 to 1000).
 TEST(ZoToolSequences, SampleThroughTheSamplerEqualsTheReference) {
   for (uint32_t time : {0u, 1u, 250u, 375u, 601u, 999u, 1000u, 5000u}) {
     SCOPED_TRACE(time);
     std::string arguments = "sample " + Quoted(DemoFolder()) + " Walk --json --time " + std::to_string(time);
     Json const sampler = RunOk(arguments);
     Json const reference = RunOk(arguments + " --reference");
-    EXPECT_EQ(sampler["method"], "sampler");
-    EXPECT_EQ(reference["method"], "key-lists");
+    EXPECT_EQ(std::make_pair(sampler["method"], reference["method"]), std::make_pair(Json("sampler"), Json("key-lists")));
     ASSERT_EQ(sampler["joints"].size(), static_cast<size_t>(kDemoJoints));
-    for (int j = 0; j < kDemoJoints; ++j) {
-      Json const& a = sampler["joints"][j];
-      Json const& b = reference["joints"][j];
-      ASSERT_EQ(a["sampled"], b["sampled"]);
-      for (Json::json_pointer path : {"/local/translation"_json_pointer, "/local/rotation"_json_pointer,
-                                      "/actor/translation"_json_pointer, "/actor/rotation"_json_pointer})
-        for (size_t i = 0; b["sampled"].get<bool>() && i < b.at(path).size(); ++i)
-          EXPECT_NEAR(a.at(path)[i].get<double>(), b.at(path)[i].get<double>(), 1e-6) << path.to_string();
-    }
+    EXPECT_EQ(sampler["joints"], reference["joints"]);
   }
 }
 
