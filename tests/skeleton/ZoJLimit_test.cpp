@@ -2,18 +2,7 @@
 // already inside is left alone, or for the hinge projected onto its arc),
 // centring, pivoting, duplication, and the stream bodies byte for byte, at
 // both sides of the version that added the hinge's long arc.
-#include <zoactor/skeleton/ZoJLimit.h>
-#include <zoactor/foundation/ZoXformMatrix3.h>
-#include <zoactor/serialization/ZoStreamConstructorEntry.h>
-
 #include "ZoSkeletonTestSupport.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <memory>
-#include <tuple>
-#include <utility>
 
 using namespace zoskeletontest;
 

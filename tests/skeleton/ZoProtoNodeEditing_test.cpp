@@ -1,12 +1,7 @@
 // Re-pivoting a node keeps everything that hangs from it where it was in
 // the parent's frame.
-#include <zoactor/geometry/ZoColModel.h>
 
 #include "skeleton/ZoSkeletonTestSupport.h"
-
-#include <gtest/gtest.h>
-
-#include <vector>
 
 using namespace zoskeletontest;
 

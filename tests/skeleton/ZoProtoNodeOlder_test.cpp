@@ -3,21 +3,7 @@
 // the README there), and the table below states, version by version, what
 // each must decode to. The bytes are fixed, so a reader that misplaces a
 // version threshold cannot agree with them.
-#include <zoactor/skeleton/ZoJLimit.h>
-#include <zoactor/skeleton/ZoProtoNode.h>
-#include <zoactor/skeleton/ZoProtoTraversal.h>
-#include <zoactor/geometry/ZoColModel.h>
-#include <zoactor/geometry/ZoTriangleSet.h>
-#include <zoactor/values/ZoProperty.h>
-
 #include "ZoSkeletonTestSupport.h"
-
-#include <gtest/gtest.h>
-
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
 
 using namespace zoskeletontest;
 

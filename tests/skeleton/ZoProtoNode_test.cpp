@@ -2,25 +2,9 @@
 // products, collision models and formats, marker shapes, deep copies, user
 // data, and the current body byte for byte with its version thresholds
 // (100, 103/104, 105/106), and a whole skeleton written and read back.
-#include <zoactor/skeleton/ZoJLimit.h>
-#include <zoactor/skeleton/ZoProtoNode.h>
-#include <zoactor/skeleton/ZoProtoTraversal.h>
 #include <zoactor/foundation/ZoAi.h>
-#include <zoactor/geometry/ZoColModel.h>
-#include <zoactor/geometry/ZoTriShapes.h>
-#include <zoactor/geometry/ZoTriangleSet.h>
-#include <zoactor/values/ZoProperty.h>
-#include <zoactor/values/ZoTypedValue.h>
 
 #include "ZoSkeletonTestSupport.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <memory>
-#include <string>
-#include <tuple>
-#include <vector>
 
 using namespace zoskeletontest;
 
@@ -320,49 +304,44 @@ TEST(ZoProtoNodeStream, CurrentBodyByteForByte) {
 }
 
 TEST(ZoProtoNodeStream, TheGeometryFollowsTheModelFormat) {
-  size_t const head = 4 + 28;  // empty name, transform
-  auto slice = [](Bytes const& bytes, size_t from, size_t size) {
-    EXPECT_GE(bytes.size(), from + size);
-    return Bytes(bytes.begin() + static_cast<long>(from), bytes.begin() + static_cast<long>(from + size));
+  constexpr size_t head = 4 + 28;  // empty name, transform
+  // The model format word of a node's body and the `size` bytes after it.
+  auto geometry = [&](ZoProtoNode const& n, size_t size) {
+    Bytes const bytes = Body(n);
+    EXPECT_GE(bytes.size(), head + 4 + size);
+    return Bytes(bytes.begin() + static_cast<long>(head), bytes.begin() + static_cast<long>(head + 4 + size));
   };
-  ZoTriangleSet* cube = Cube();
   ZoProtoNode node;
-  node.SetColModel(cube);
+  node.SetColModel(Cube());
 
-  // Format 2: the model's body.
-  Bytes two = Body(node);
-  Bytes modelBody = Body(*node.ColModel());
-  EXPECT_EQ(slice(two, head, 4), Bytes(ByteBuilder().i32(2)));
-  EXPECT_EQ(slice(two, head + 4, modelBody.size()), modelBody);
-
-  // Formats 1 and 3: the set's body.
+  // Format 2: the model's body; formats 1 and 3: the set's body.
+  Bytes const modelBody = Body(*node.ColModel());
+  EXPECT_EQ(geometry(node, modelBody.size()), ByteBuilder().i32(2).append(modelBody).get());
   for (int format : {1, 3}) {
     node.SetModelFormat(format);  // 3 builds the tree again, which may reorder the set
-    Bytes setBody = Body(*node.ColModel()->GetTriangleSet());
-    Bytes bytes = Body(node);
-    EXPECT_EQ(slice(bytes, head, 4), Bytes(ByteBuilder().i32(format)));
-    EXPECT_EQ(slice(bytes, head + 4, setBody.size()), setBody);
+    Bytes const setBody = Body(*node.ColModel()->GetTriangleSet());
+    EXPECT_EQ(geometry(node, setBody.size()), ByteBuilder().i32(format).append(setBody).get());
     ZoProtoNode read;
-    ASSERT_EQ(ReadBody(read, bytes), ZoStreamOk);
-    EXPECT_EQ(read.GetModelFormat(), format);
+    ASSERT_EQ(ReadBody(read, Body(node)), ZoStreamOk);
     ASSERT_NE(read.ColModel(), nullptr);
-    EXPECT_EQ(read.ColModel()->GetRoot() != nullptr, format == 3);  // rebuilt only for 3
-    EXPECT_EQ(Body(read).size(), bytes.size());
-    EXPECT_TRUE(format == 3 || Body(read) == bytes);  // the rebuild may reorder the triangles
+    // The tree rebuilt only for 3, whose rebuild may reorder the triangles.
+    EXPECT_EQ(std::make_tuple(read.GetModelFormat(), read.ColModel()->GetRoot() != nullptr, Body(read).size()),
+              std::make_tuple(format, format == 3, Body(node).size()));
+    EXPECT_TRUE(format == 3 || Body(read) == Body(node));
   }
 
   // Without a set, as a handle, or in a format without geometry: format 0.
   ZoProtoNode empty;
   empty.SetColModel(new ZoColModel);
   Bytes const zeroes = ByteBuilder().i32(0).i32(0);
-  EXPECT_EQ(slice(Body(empty), head, 8), zeroes);
+  EXPECT_EQ(geometry(empty, 4), zeroes);
   node.SetModelFormat(2);
   node.SetStyle(2);
-  EXPECT_EQ(slice(Body(node), head, 8), zeroes);
+  EXPECT_EQ(geometry(node, 4), zeroes);
   node.SetStyle(1);
   node.SetModelFormat(7);
-  Bytes bytes = Body(node);
-  EXPECT_EQ(slice(bytes, head, 8), zeroes);
+  Bytes const bytes = Body(node);
+  EXPECT_EQ(geometry(node, 4), zeroes);
 
   // Read with format 7 from a file: kept, nothing read for it, written as 0.
   Bytes seven = bytes;

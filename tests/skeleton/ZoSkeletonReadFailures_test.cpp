@@ -2,24 +2,14 @@
 // each read fails with the offset and reason it keeps, and a node whose read
 // failed keeps nothing of what failed. Under the sanitizers these also show
 // that nothing leaks or overruns.
-#include <zoactor/skeleton/ZoJLimit.h>
-#include <zoactor/skeleton/ZoProtoNode.h>
 #include <zoactor/animation/ZoSpline.h>
-#include <zoactor/geometry/ZoColModel.h>
-#include <zoactor/geometry/ZoTriangleSet.h>
 #include <zoactor/serialization/ZoReadLimits.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
 #include "ZoSkeletonTestSupport.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstring>
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
 
 using namespace zoskeletontest;
 

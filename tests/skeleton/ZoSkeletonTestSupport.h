@@ -8,7 +8,9 @@
 #include <zoactor/skeleton/ZoProtoTraversal.h>
 #include <zoactor/foundation/ZoRotation3.h>
 #include <zoactor/foundation/ZoTransform3.h>
+#include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriShapes.h>
+#include <zoactor/geometry/ZoTriangleSet.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoStream.h>
 #include <zoactor/values/ZoProperty.h>
@@ -21,6 +23,9 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace zoskeletontest {

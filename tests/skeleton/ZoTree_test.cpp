@@ -2,16 +2,9 @@
 // ownership on destruction, pre-order listing with filters, name look-up
 // ignoring case, unique names, and index maps between two traversals.
 #include <zoactor/skeleton/ZoPermutation.h>
-#include <zoactor/skeleton/ZoProtoNode.h>
-#include <zoactor/skeleton/ZoProtoTraversal.h>
-#include <zoactor/skeleton/ZoTreeNode.h>
 #include <zoactor/skeleton/ZoTreeTraversal.h>
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
-#include <vector>
+#include "ZoSkeletonTestSupport.h"
 
 namespace {
 
