@@ -230,19 +230,21 @@ TEST(ZoProtoSkill, CopiesDeepCopyJointsButNotRecordsOrFacing) {
   EXPECT_EQ(assigned.Joint(2)->NumKeyframes(), 1);
 }
 
+// Scaling a node of the actor scales its joint's subtree in every skill.
 TEST(ZoProtoSkill, ScaleWalksTheContiguousSubtree) {
   ActorRef actor = FigureActor("Dog");
-  SkillRef skill(OneKeyPerJoint(actor.get(), 0));
+  ZoProtoSkill* skill = OneKeyPerJoint(actor.get(), 0);
+  actor->AddSkill(skill);
   auto xs = [&] {
     std::vector<float> x;
     for (int j = 0; j < 4; ++j) x.push_back(FirstKey(*skill, j).localTransform.translation.x);
     return x;
   };
-  skill->ScaleJoint(2, ZoVector3(2, 1, 1));  // the head is a leaf joint
+  actor->ScaleSubtree(actor->GeomTraversal()->Node(2), ZoVector3(2, 1, 1));  // the head is a leaf joint
   EXPECT_EQ(xs(), (std::vector<float>{1, 1, 2, 1}));
-  skill->ScaleJoint(1, ZoVector3(3, 1, 1));  // spine and head, not the leg
+  actor->ScaleSubtree(actor->GeomTraversal()->Node(1), ZoVector3(3, 1, 1));  // spine and head, not the leg
   EXPECT_EQ(xs(), (std::vector<float>{1, 3, 6, 1}));
-  skill->ScaleJoint(0, ZoVector3(2, 1, 1));
+  actor->ScaleSubtree(actor->RootNode(), ZoVector3(2, 1, 1));
   skill->ScaleJoint(9, ZoVector3(5, 5, 5));
   skill->ScaleJoint(-1, ZoVector3(5, 5, 5));
   EXPECT_EQ(xs(), (std::vector<float>{2, 6, 12, 2}));
@@ -257,6 +259,7 @@ TEST(ZoProtoSkill, TransformJointRightMultipliesAndAdjustsChildren) {
 
   skill->TransformJoint(1, x, 0);
   ZoJointKeyframe moved = first(1);
+  EXPECT_EQ(moved.localTransform, spine.localTransform * x);
   EXPECT_EQ(moved.actorOut, spine.actorOut * x);
   EXPECT_EQ(moved.localIn, spine.localIn * x);
   EXPECT_EQ(moved.point, (~x) * spine.point);
