@@ -261,12 +261,7 @@ TEST(ZoKeyListStream, KeyframeAndListBodies) {
   ZoKeyframe kf;
   kf.setTime(0x01020304u);
   kf.tag = -2;
-  ByteBuilder key;
-  EXPECT_EQ(zotest::Framed(&kf), KeyFrame(key, 0x01020304u, -2).get());
-  zotest::Reader in(key);
-  std::unique_ptr<ZoKeyframe> back(in->ReadObjectAs<ZoKeyframe>());
-  ASSERT_NE(back, nullptr);
-  EXPECT_EQ(zotest::Framed(back.get()), key.get());
+  zotest::ExpectFramedLayout(kf, KeyFrame(0x01020304u, -2));  // and read back
 
   ZoKeyList list;
   list.Insert(Key(30, 3));
@@ -274,10 +269,5 @@ TEST(ZoKeyListStream, KeyframeAndListBodies) {
   ByteBuilder expected;
   expected.raw({0x4C, 0x79, 0x65, 0x4B}).i32(2);  // "KeyL", two framed keys in time order
   KeyFrame(KeyFrame(expected, 10, 1), 30, 3);
-  EXPECT_EQ(zotest::Framed(&list), expected.get()) << zotest::Hex(zotest::Framed(&list));
-  zotest::Reader listIn(expected);
-  std::unique_ptr<ZoKeyList> listBack(listIn->ReadObjectAs<ZoKeyList>());
-  ASSERT_NE(listBack, nullptr);
-  EXPECT_EQ(listIn->Status(), ZoStreamOk);
-  EXPECT_EQ(zotest::Framed(listBack.get()), expected.get());
+  zotest::ExpectFramedLayout(list, expected);
 }
