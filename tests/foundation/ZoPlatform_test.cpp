@@ -44,7 +44,7 @@ TEST(ZoPlatformPaths, SkillFileIsFoundUnderAnotherCaseAndSeparator) {
   EXPECT_EQ(std::make_pair(ZoPlatform::Exists("skills/walk.SKL"), ZoPlatform::Exists("SKILLS\\RUN.skl")),
             std::make_pair(true, false));
   // Opening and reading under another case and separator is driven by the
-  // file-stream and skill-cache tests. Only a letter and a colon make a
+  // actor-file and skill-cache tests. Only a letter and a colon make a
   // drive: "1:" is a folder's name.
   temp.WriteFile("1:/f.txt", Bytes{4});
   EXPECT_EQ(ZoPlatform::ResolveExisting("1:\\F.TXT"), "1:/f.txt");

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using zotest::Bytes;
@@ -37,12 +38,11 @@ struct Step {
   int32_t seek;
 };
 
-// What a stream did at each step.
+// What a stream did at each step: the bytes read, and its status, position
+// and bytes left after the step.
 struct Trace {
   std::vector<Bytes> reads;
-  std::vector<int> statuses;
-  std::vector<int64_t> positions;
-  std::vector<int64_t> left;
+  std::vector<std::tuple<int, int64_t, int64_t>> states;
 };
 
 Trace Replay(ZoStream& stream, std::vector<Step> const& steps) {
@@ -55,14 +55,12 @@ Trace Replay(ZoStream& stream, std::vector<Step> const& steps) {
     } else {
       stream.Seek(step.seek);
     }
-    trace.statuses.push_back(stream.Status());
-    trace.positions.push_back(stream.Position());
-    trace.left.push_back(stream.BytesLeft());
+    trace.states.emplace_back(stream.Status(), stream.Position(), stream.BytesLeft());
   }
   // Whatever the steps left, the window and the virtual reads agree.
   int32_t value = 0;
   stream >> value;
-  trace.statuses.push_back(stream.Status());
+  trace.states.emplace_back(stream.Status(), 0, 0);
   trace.reads.push_back(zotest::ToBytes(&value, sizeof value));
   return trace;
 }
@@ -74,7 +72,9 @@ class ZoDirectReadStreamTest : public ::testing::Test {
     if (fd >= 0) ::close(fd);
   }
 
+  // A new stream over the file (closing the one before).
   ZoDirectReadStream& Open(int64_t size = kFileSize) {
+    if (fd >= 0) ::close(fd);
     fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     stream.reset(new ZoDirectReadStream(fd, size));
     return *stream;
@@ -115,15 +115,11 @@ TEST_F(ZoDirectReadStreamTest, ReadsAsAMemoryStreamOverTheSameBytes) {
     Trace const expected = Replay(memory, c.steps);
     ZoDirectReadStream& file = Open();
     Trace const got = Replay(file, c.steps);
-    EXPECT_EQ(got.statuses, expected.statuses);
-    EXPECT_EQ(got.positions, expected.positions);
-    EXPECT_EQ(got.left, expected.left);
+    EXPECT_EQ(got.states, expected.states);
     EXPECT_TRUE(got.reads == expected.reads);
     EXPECT_EQ(file.FailureOffset(), memory.FailureOffset());
     EXPECT_STREQ(file.FailureStatus() == ZoStreamSeekError ? "" : file.FailureReason(),
                  memory.FailureStatus() == ZoStreamSeekError ? "" : memory.FailureReason());
-    ::close(fd);
-    fd = -1;
   }
 }
 
@@ -146,12 +142,8 @@ TEST_F(ZoDirectReadStreamTest, AFileCutShortUnderTheReaderFailsTheRead) {
     ASSERT_EQ(file.ReadBytes(c.first, got.data()), ZoStreamOk);
     ASSERT_EQ(::truncate(path.c_str(), 4096), 0);
     while (file.Status() == ZoStreamOk && file.BytesLeft() >= c.second) file.ReadBytes(c.second, got.data());
-    EXPECT_EQ(file.Status(), ZoStreamReadError);
-    EXPECT_EQ(file.FailureStatus(), ZoStreamReadError);
-    EXPECT_EQ(file.FailureOffset(), 4096);
-    EXPECT_STRNE(file.FailureReason(), "");
-    ::close(fd);
-    fd = -1;
+    EXPECT_EQ(std::make_tuple(file.Status(), file.FailureStatus(), file.FailureOffset(), *file.FailureReason() != '\0'),
+              std::make_tuple(ZoStreamReadError, ZoStreamReadError, int64_t{4096}, true));
   }
 }
 

@@ -374,13 +374,14 @@ TEST(ZoGltfExport, ViewWritesThePageTheModelAndThreeJs) {
   EXPECT_EQ(RunTool("view " + Quoted(Scratch() / "nothing") + " -o " + Quoted(out)).status, 1);
 }
 
-// The buffer: each array at a four-byte boundary, zero padding between,
-// bounds on request.
-TEST(ZoGltfBuffer, AlignsEveryArrayAndBoundsWhatIsAsked) {
+// The buffer: each array at a four-byte boundary, zero padding between.
+// The views' offsets and the bounds are checked by the glTF validator on
+// the exports.
+TEST(ZoGltfBuffer, AlignsEveryArray) {
   tinygltf::Model model;
   zotool::GltfBuffer buffer(model);
   int image = buffer.AddImageBytes({'a', 'b', 'c', 'd', 'e'});
-  int floats = buffer.AddFloats({1.5f, -2.0f, 3.0f, 0.5f, 4.0f, -1.0f}, 3, TINYGLTF_TARGET_ARRAY_BUFFER, true);
+  buffer.AddFloats({1.5f, -2.0f, 3.0f, 0.5f, 4.0f, -1.0f}, 3, TINYGLTF_TARGET_ARRAY_BUFFER, true);
   int indices = buffer.AddIndices({2, 0, 1});
   EXPECT_EQ(buffer.AddFloats({}, 3, 0, false), -1);
   Bytes expected = ByteBuilder()
@@ -392,12 +393,6 @@ TEST(ZoGltfBuffer, AlignsEveryArrayAndBoundsWhatIsAsked) {
   EXPECT_EQ(Bytes(model.buffers[0].data.begin(), model.buffers[0].data.end()), expected);
   ASSERT_EQ(model.bufferViews.size(), 3u);
   EXPECT_EQ(image, 0);
-  EXPECT_EQ(model.bufferViews[1].byteOffset, 8u);
-  EXPECT_EQ(model.bufferViews[2].byteOffset, 32u);
-  tinygltf::Accessor const& positions = model.accessors.at(static_cast<size_t>(floats));
-  EXPECT_EQ(positions.count, 2u);
-  EXPECT_EQ(positions.minValues, (std::vector<double>{0.5, -2.0, -1.0}));
-  EXPECT_EQ(positions.maxValues, (std::vector<double>{1.5, 4.0, 3.0}));
   EXPECT_EQ(model.accessors.at(static_cast<size_t>(indices)).componentType, TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT);
 }
 
