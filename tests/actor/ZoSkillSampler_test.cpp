@@ -137,7 +137,8 @@ int CompareWithKeyLists(ZoProtoSkill& skill, ZoSkillSampler& sampler, std::vecto
       want += sampled ? '1' : '0';
       bool untouched = local[j] == kUntouched && actor[j] == kUntouched;
       bool same = SameBits(local[j], reference.localTransform) && SameBits(actor[j], reference.actorTransform);
-      got += sampler.Covers(static_cast<int>(j), time) != sampled ? '2' : sampled ? (same ? '1' : '3') : untouched ? '0' : '2';
+      char const mark = sampled ? (same ? '1' : '3') : (untouched ? '0' : '2');
+      got += sampler.Covers(static_cast<int>(j), time) == sampled ? mark : '2';
     }
     int const count = static_cast<int>(std::count(want.begin(), want.end(), '1'));
     compared += count;
