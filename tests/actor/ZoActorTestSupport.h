@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -149,6 +150,18 @@ inline ActorRef SavableDog(TempFolder const& folder, std::vector<char const*> co
   ActorRef actor = FigureActor("Dog");
   actor->Path() = (folder.path() + "/Dog/").c_str();
   for (char const* name : names) actor->AddSkill(FigureSkill(actor.get(), name));
+  return actor;
+}
+
+// An actor of the figure whose folder is `folder`/Dog/, with skill files
+// written for it under `names` (each a FigureSkill of that name).
+inline ActorRef ActorWithSkillFiles(TempFolder const& folder, std::vector<char const*> const& names) {
+  ActorRef actor = SavableDog(folder, {});
+  std::filesystem::create_directories(folder / "Dog/Skills");
+  for (char const* name : names) {
+    SkillRef skill(FigureSkill(actor.get(), name));
+    EXPECT_EQ(ZoProtoActor::WriteSkillFile(actor->SkillPath() + name + ".skl", skill.get()), 1);
+  }
   return actor;
 }
 

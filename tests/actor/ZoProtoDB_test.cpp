@@ -84,18 +84,14 @@ TEST_F(ZoProtoDBTest, LoadsEachFileOnceUnderItsBaseName) {
 TEST_F(ZoProtoDBTest, TheHookSuppliesThePrototype) {
   TempFolder folder;
   PrototypeHook hook;
-  ZoProtoActor* supplied = FigureActor("Ghost").release();
-  supplied->Path() = (folder.path() + "/").c_str();
-  SkillRef walk(FigureSkill(supplied, "Walk"));
-  fs::create_directories(folder / "Skills");
-  ASSERT_EQ(ZoProtoActor::WriteSkillFile(supplied->SkillPath() + "Walk.skl", walk.get()), 1);
+  ZoProtoActor* supplied = ActorWithSkillFiles(folder, {"Walk"}).release();
   hook.supply = supplied;
   int status = -1;
-  EXPECT_EQ(ZoProtoDB::GetPrototype("nowhere/Ghost.act", status, 1), supplied);
+  EXPECT_EQ(ZoProtoDB::GetPrototype("nowhere/Dog.act", status, 1), supplied);
   // The hook's prototype comes as it is: its skills are not loaded.
   EXPECT_EQ(std::make_tuple(status, supplied->IsRegistered(), supplied->RefCount(), supplied->Skills().GetCount()),
             std::make_tuple(1, 1, 1, 0));
-  EXPECT_EQ(ZoProtoDB::GetPrototype("GHOST", status, 1), supplied);
+  EXPECT_EQ(ZoProtoDB::GetPrototype("DOG", status, 1), supplied);
   EXPECT_EQ(hook.requests, 1);
 }
 

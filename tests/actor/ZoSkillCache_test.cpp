@@ -24,18 +24,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// An actor of the figure whose folder is `folder`/Dog/, with skill files
-// written for it under `names` (each a FigureSkill of that name).
-ActorRef ActorWithSkillFiles(TempFolder const& folder, std::vector<char const*> const& names) {
-  ActorRef actor = SavableDog(folder, {});
-  fs::create_directories(folder / "Dog/Skills");
-  for (char const* name : names) {
-    SkillRef skill(FigureSkill(actor.get(), name));
-    EXPECT_EQ(ZoProtoActor::WriteSkillFile(actor->SkillPath() + name + ".skl", skill.get()), 1);
-  }
-  return actor;
-}
-
 std::string Cached(ZoProtoActor const& actor) {
   std::string names;
   ZoDblListItem* cursor = nullptr;
