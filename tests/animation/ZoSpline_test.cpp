@@ -112,14 +112,8 @@ TEST(ZoSplineArcLength, TablesAndDistanceLookups) {
   // A quarter circle: the table's length approaches the true arc length
   // from below.
   ZoSpline arc;
-  ZoSplineControlPoint a, b;
-  a.transform.translation = {1, 0, 0};
-  a.outControl.translation = {1, 0.5523f, 0};
-  b.time = 10;
-  b.inControl.translation = {0.5523f, 1, 0};
-  b.transform.translation = {0, 1, 0};
-  arc.AppendControlPoint(a);
-  arc.AppendControlPoint(b);
+  arc.AppendControlPoint({0, Along(1), Along(0), Along(1, 0.5523f)});  // time, point, in and out controls
+  arc.AppendControlPoint({10, Along(0, 1), Along(0.5523f, 1), Along(0)});
   ASSERT_EQ(arc.Integrate(), 1);
   EXPECT_NEAR(arc.Length(), 1.5708f, 2e-3f);
   EXPECT_LT(arc.Length(), 1.5708f);
@@ -191,11 +185,9 @@ TEST(ZoSplineEditing, TransformScaleAndDuration) {
   EXPECT_EQ(times, std::vector<uint32_t>({0, 16, 50, 0, 0xFFFFFFFFu, 0xFFFFFFFFu, 0, 0, 0, 0, 0, 0}));
 
   // Appending keeps times in order.
-  ZoSplineControlPoint early, late;
-  early.time = 5;
-  late.time = 10;
   ordered.SetLinear(kFrom, kTo, 10);
-  std::vector<bool> const appended{ordered.AppendControlPoint(early) != nullptr, ordered.AppendControlPoint(late) != nullptr};
+  std::vector<bool> const appended{ordered.AppendControlPoint(ZoSplineControlPoint{5, {}, {}, {}}) != nullptr,
+                                   ordered.AppendControlPoint(ZoSplineControlPoint{10, {}, {}, {}}) != nullptr};
   EXPECT_EQ(appended, std::vector<bool>({false, true}));
 }
 

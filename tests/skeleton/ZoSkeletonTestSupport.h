@@ -90,11 +90,7 @@ inline ZoProtoNode* Populated(char const* name, int style) {
   auto* limit = new ZoJLLinear;
   limit->SetValue(ZoVector3(0, 0, 0), ZoVector3(0, 0, 1));
   node->SetJointLimit(limit);
-  ZoColSphere sphere;
-  sphere.center = ZoVector3(1, 2, 3);
-  sphere.radius = 0.5f;
-  sphere.word4 = 0xABCDu;
-  node->ColSpheres().AppendCopy(sphere);
+  node->ColSpheres().AppendCopy(ZoColSphere{ZoVector3(1, 2, 3), 0.5f, 0xABCDu});
   node->Properties().Add(ZoProperty("mass", new ZoFloatValue(3.5f)));
   node->SetUVNormalized(0);
   node->Stiffness() = 0.25f;
