@@ -53,7 +53,7 @@ TEST(ZoBehaviorMap, EditsKeepEachNameOnceAndCompareExactly) {
   EXPECT_EQ(Active(&copy), "run;");
 }
 
-TEST(ZoBehaviorMap, ActorFindsRenamesAndRemovesAcrossSpaces) {
+TEST(ZoBehaviorMap, ActorFindsRenamesAndRemovesAcrossSpacesAndKeepsCompiledBehaviours) {
   ActorRef actor(new ZoProtoActor);
   actor->AddSpaceBhvrMap(Map("WALK", {"a", "b"}));
   actor->AddSpaceBhvrMap(Map("walk", {"a"}));
@@ -72,10 +72,8 @@ TEST(ZoBehaviorMap, ActorFindsRenamesAndRemovesAcrossSpaces) {
   actor->RemoveSpaceBhvrMap("Walk");  // the first of the two WALK maps only
   ASSERT_EQ(actor->BehaviorMaps().GetCount(), 2);
   EXPECT_EQ(actor->FindSpaceBhvrMap("walk")->SpaceName(), "walk");
-}
 
-TEST(ZoBehaviorMap, CompiledBehavioursAreASet) {
-  ActorRef actor(new ZoProtoActor);
+  // Compiled behaviours are a set.
   actor->UnregCompiledBhvr("never");
   actor->RegCompiledBhvr("x");
   actor->RegCompiledBhvr("x");

@@ -86,13 +86,6 @@ void ExpectFreshBounds(ZoProtoActor& actor) {
   zotest::ExpectNear(max, freshMax);
 }
 
-// Saves the actor (its file only) into `folder`, which clears its dirty flag.
-void SaveClean(ZoProtoActor& actor, TempFolder const& folder) {
-  actor.Path() = (folder.path() + "/").c_str();
-  ASSERT_EQ(actor.Save(ZoSkillFormatNone), 1);
-  ASSERT_EQ(actor.IsDirty(), 0);
-}
-
 void ExpectSameTransform(ZoTransform3 const& a, ZoTransform3 const& b) {
   zotest::ExpectNear(a.translation, b.translation, kWorldTolerance);
   EXPECT_TRUE(SameRotation(a.rotation, b.rotation, kWorldTolerance));
@@ -173,7 +166,8 @@ TEST(ZoSkeletonEditing, EachStructuralEditPermutesEverySkillOnceAndMisplacedEdit
     SCOPED_TRACE(c.name);
     ActorRef actor = FourSolids();
     std::vector<RecordingSkill*> skills = AddRecordingSkills(*actor);
-    SaveClean(*actor, folder);
+    actor->Path() = (folder.path() + "/").c_str();
+    ASSERT_EQ(actor->Save(ZoSkillFormatNone), 1);  // which clears the dirty flag
     ZoProtoNode* root = actor->RootNode();
     c.edit(*actor);
     bool const permuted = !c.newToOld.empty();
