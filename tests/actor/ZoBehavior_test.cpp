@@ -2,7 +2,6 @@
 // edits on the actor, the maximum definition, and the map body byte for
 // byte (the definition body is laid out in the actor body tests).
 #include <zoactor/actor/ZoFSMSpaceToBhvr.h>
-#include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/actor/ZoProtoProxDef.h>
 
 #include "ZoActorTestSupport.h"

@@ -1,9 +1,7 @@
 // The proto actor: its defaults, bounds, copies and references, the
 // skeleton it installs, the current body byte for byte, and actor files
 // that start with a container header (versions below 24, 33 and 34).
-#include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/geometry/ZoColModel.h>
-#include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/values/ZoProperty.h>
 #include <zoactor/values/ZoTypedValue.h>
 

@@ -2,8 +2,6 @@
 // in the "SklN" format, the older bodies and files by version, copies and
 // references, and the edits skeleton changes make (permute, transform,
 // scale).
-#include <zoactor/actor/ZoProtoActor.h>
-#include <zoactor/actor/ZoProtoSkill.h>
 
 #include "ZoActorTestSupport.h"
 

@@ -2,11 +2,9 @@
 // from files, skills of another skeleton, flushing, deleting and renaming;
 // saving the actor folder with its log messages, and atomic replacement of
 // every file under injected write, sync and rename failures.
-#include <zoactor/actor/ZoProtoActor.h>
 #include <zoactor/foundation/ZoLogger.h>
 #include <zoactor/foundation/ZoPlatform.h>
 #include <zoactor/geometry/ZoColModel.h>
-#include <zoactor/geometry/ZoTriShapes.h>
 #include <zoactor/serialization/ZoFileProgress.h>
 
 #include "ZoActorTestSupport.h"
