@@ -166,6 +166,10 @@ TEST(ZoJLLinear, ProjectsOntoTheSegmentAndAlwaysReportsAChange) {
   ExpectNear(s, ZoVector3(1, 0, 0));
   ExpectNear(e, ZoVector3(-1, 0, 0));
   EXPECT_EQ(linear.Direction(), ZoVector3(0, 1, 0));
+  std::unique_ptr<ZoJLimit> copy(linear.Duplicate());  // the same line, the same kept direction
+  EXPECT_EQ(Body(*copy), Body(linear));
+  auto const* line = static_cast<ZoJLLinear const*>(copy.get());
+  EXPECT_EQ(std::make_tuple(line->Direction(), line->Length()), std::make_tuple(ZoVector3(0, 1, 0), linear.Length()));
   linear.SetValue(s, e);
   ExpectNear(linear.Direction(), ZoVector3(-1, 0, 0));
 }
@@ -222,6 +226,12 @@ TEST(ZoJLimitStream, BodiesByteForByte) {
       {&bare, ByteBuilder().chars("JLim")},
   };
   for (auto const& [limit, framed] : cases) zotest::ExpectFramedLayout(*limit, framed);  // and read back
+
+  // The bare limit holds nothing and changes nothing.
+  ZoTransform3 t = WithRotation(About(1.0f, kX));
+  bare.PivotLimit(About(1.0f, kY));
+  EXPECT_EQ(std::make_pair(bare.GetType(), bare.FixTransform(t)), std::make_pair(0, 0));
+  EXPECT_EQ(t, WithRotation(About(1.0f, kX)));
 }
 
 TEST(ZoJLimitStream, ReadingKeepsStoredCoefficientsAndRecomputesTheLine) {
@@ -247,20 +257,6 @@ TEST(ZoJLimitStream, ReadingKeepsStoredCoefficientsAndRecomputesTheLine) {
   ZoVector3 s, e;
   partial.GetValue(s, e);
   EXPECT_EQ(s, ZoVector3(0, -1, 0));
-}
-
-// Every kind reads back as its class and duplicates whole inside the skeleton
-// round trip and copy of the node tests; here what a body does not show.
-TEST(ZoJLimitStream, ALinearCopyKeepsItsLineAndABareLimitChangesNothing) {
-  ZoJLLinear linear;
-  linear.SetValue(ZoVector3(0, 0, -1), ZoVector3(0, 2, 0));
-  std::unique_ptr<ZoJLLinear> copy(static_cast<ZoJLLinear*>(linear.Duplicate()));
-  EXPECT_EQ(std::make_tuple(copy->Direction(), copy->Length()), std::make_tuple(linear.Direction(), linear.Length()));
-  ZoJLimit bare;
-  ZoTransform3 t = WithRotation(About(1.0f, kX));
-  bare.PivotLimit(About(1.0f, kY));
-  EXPECT_EQ(std::make_pair(bare.GetType(), bare.FixTransform(t)), std::make_pair(0, 0));
-  EXPECT_EQ(t, WithRotation(About(1.0f, kX)));
 }
 
 }  // namespace
