@@ -164,10 +164,19 @@ TEST(ZoKeyListLookups, KeyframesBetweenInPlayingOrder) {
             std::vector<Times>({{0, 10}, {20, 10}, {10}, {}, {0xFFFFFFFFu, 0x80000000u, 0x7FFFFFFFu}}));
 }
 
-TEST(ZoKeyListCursor, ResumesRestartsAndFollowsRemoval) {
-  ZoKeyList list, late;
+TEST(ZoKeyListCursor, IteratesPeeksResumesRestartsAndFollowsRemoval) {
+  ZoKeyList list, late, one;
   Fill(list, {0, 10, 20});
   Fill(late, {10, 20});
+  one.Insert(Key(7));
+  ZoKeyListNode* p = nullptr;
+  // Nothing before the head; past the tail, PeekPrev gives the tail's prev.
+  Times const iterated{TimeOf(list.GetFirst(p)), TimeOf(list.PeekNext(p)), TimeOf(list.PeekPrev(p)),
+                       TimeOf(list.GetNext(p)),  TimeOf(list.PeekPrev(p)), TimeOf(list.GetNext(p)),
+                       p == nullptr ? kNone : 0u, TimeOf(list.PeekPrev(p)), TimeOf(list.PeekNext(p)),
+                       TimeOf(list.GetNext(p)),  TimeOf(one.GetFirst(p)),  TimeOf(one.PeekPrev(p))};
+  EXPECT_EQ(iterated, (Times{0, 10, kNone, 10, 0, 20, kNone, 10, kNone, kNone, 7, kNone}));
+
   // Past the tail the cursor is null; behind the cursor a lookup restarts;
   // earlier than the head, with the cursor further along: none.
   Times const seen{TimeOf(list.KeyframeAtTime(20)), TimeOf(list.Cursor()->keyframe),
@@ -197,7 +206,6 @@ TEST(ZoKeyListCursor, ResumesRestartsAndFollowsRemoval) {
   EXPECT_EQ(other.NumKeyframes() + list.NumKeyframes(), 2);
 
   // Emptying the list by removal leaves consistent ends.
-  ZoKeyListNode* p = nullptr;
   std::unique_ptr<ZoKeyframe> head(list.GetFirst(p));
   EXPECT_EQ(list.Remove(head.get()), 1);
   EXPECT_EQ(TimesOf(list), Times{});
@@ -229,19 +237,6 @@ TEST(ZoKeyListCursor, LookupsSeeATimeChangedInPlace) {
   std::unique_ptr<ZoKeyframe> taken(list.Remove(list.Cursor()));
   taken->setTime(50);
   EXPECT_EQ(std::make_pair(list.FirstTime(), TimesOf(list)), std::make_pair(12u, Times{12, 40}));
-}
-
-TEST(ZoKeyListCursor, IterationAndPeeking) {
-  ZoKeyList list, one;
-  Fill(list, {0, 10, 20});
-  one.Insert(Key(7));
-  ZoKeyListNode* p = nullptr;
-  // Nothing before the head; past the tail, PeekPrev gives the tail's prev.
-  Times const seen{TimeOf(list.GetFirst(p)), TimeOf(list.PeekNext(p)), TimeOf(list.PeekPrev(p)),
-                   TimeOf(list.GetNext(p)),  TimeOf(list.PeekPrev(p)), TimeOf(list.GetNext(p)),
-                   p == nullptr ? kNone : 0u, TimeOf(list.PeekPrev(p)), TimeOf(list.PeekNext(p)),
-                   TimeOf(list.GetNext(p)),  TimeOf(one.GetFirst(p)),  TimeOf(one.PeekPrev(p))};
-  EXPECT_EQ(seen, (Times{0, 10, kNone, 10, 0, 20, kNone, 10, kNone, kNone, 7, kNone}));
 }
 
 // That copies keep the keys' classes shows in the joint-list read tests.
