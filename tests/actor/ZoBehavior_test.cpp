@@ -40,31 +40,23 @@ ZoProtoProxDef* Def(char const* name, float radius, float range1, float range2) 
   return def;
 }
 
-TEST(ZoBehaviorMap, EditsKeepEachNameOnceAndCompareExactly) {
-  std::unique_ptr<ZoFSMSpaceToBhvr> map(Map("Walk", {"idle", "idle", "run"}));
-  EXPECT_EQ(Active(map.get()), "idle;run;");
-  EXPECT_EQ(map->IsActive("IDLE"), 0);  // behaviour names keep their case
-  map->RemoveActiveBhvr("missing");
-  map->RemoveActiveBhvr("idle");
-  EXPECT_EQ(Active(map.get()), "run;");
-  ZoFSMSpaceToBhvr copy(*map);
-  map->AddActiveBhvr("jump");
-  EXPECT_EQ(Active(&copy), "run;");
-}
-
 TEST(ZoBehaviorMap, ActorFindsRenamesAndRemovesAcrossSpacesAndKeepsCompiledBehaviours) {
   ActorRef actor(new ZoProtoActor);
-  actor->AddSpaceBhvrMap(Map("WALK", {"a", "b"}));
+  actor->AddSpaceBhvrMap(Map("WALK", {"a", "b", "a"}));  // each name once
   actor->AddSpaceBhvrMap(Map("walk", {"a"}));
   actor->AddSpaceBhvrMap(Map("Swim", {"b", "c"}));
   ZoFSMSpaceToBhvr* first = actor->FindSpaceBhvrMap("walk");
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(first->SpaceName(), "WALK");
+  EXPECT_EQ(Active(first), "a;b;");
+  EXPECT_EQ(first->IsActive("A"), 0);  // behaviour names keep their case
   EXPECT_EQ(actor->FindSpaceBhvrMap("fly"), nullptr);
+  ZoFSMSpaceToBhvr copy(*first);
 
   // a and b both active: only b stays; where only a was, b replaces it.
   actor->RenameBehaviorForSpaces("a", "b");
   EXPECT_EQ(Active(first), "b;");
+  EXPECT_EQ(Active(&copy), "a;b;");  // the copy owns its names
   actor->RemoveBehaviorFromAllSpaces("c");
   EXPECT_EQ(Active(actor->FindSpaceBhvrMap("SWIM")), "b;");
 
