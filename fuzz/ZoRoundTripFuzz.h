@@ -110,16 +110,6 @@ void ReadAndCheck(ZoMemoryStream& in, Read const& read, Write const& write) {
   if (object != nullptr) CheckRoundTrip(*object, read, write);
 }
 
-// The entry of a harness that reads the fuzzer's bytes as they are.
-template <class Read, class Write>
-int RunOnInput(uint8_t const* data, size_t size, Read const& read, Write const& write) {
-  if (size > kMaxInput) return 0;
-  std::vector<uint8_t> input(data, data + size);
-  ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
-  ReadAndCheck(in, read, write);
-  return 0;
-}
-
 // The entry of a harness that reads the fuzzer's bytes as a whole file of
 // class T with `Read` and writes it with `Write`; a refused file must say why.
 template <class T, T* (*Read)(ZoStream&, ZoReadReport*), ZoStreamError (*Write)(ZoStream&, T const*)>
@@ -131,7 +121,11 @@ int RunFileHarness(uint8_t const* data, size_t size) {
     return object;
   };
   auto write = [](ZoMemoryStream& out, ZoStreamObject const& object) { Write(out, static_cast<T const*>(&object)); };
-  return RunOnInput(data, size, read, write);
+  if (size > kMaxInput) return 0;
+  std::vector<uint8_t> input(data, data + size);
+  ZoMemoryStream in(input.data(), static_cast<int32_t>(input.size()));
+  ReadAndCheck(in, read, write);
+  return 0;
 }
 
 }  // namespace zoroundtrip

@@ -74,6 +74,7 @@ class ZoDirectReadStreamTest : public ::testing::Test {
 
   // A new stream over the file (closing the one before).
   ZoDirectReadStream& Open(int64_t size = kFileSize) {
+    stream.reset();
     if (fd >= 0) ::close(fd);
     fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     stream.reset(new ZoDirectReadStream(fd, size));
