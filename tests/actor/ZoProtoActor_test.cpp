@@ -184,7 +184,7 @@ TEST(ZoProtoActorFile, ContainerHeaderFilesReadTheOlderBody) {
   }
 }
 
-TEST(ZoProtoActorFile, FilesOnDiskKeepTheirFolderAndRefuseActorsWithoutSkeleton) {
+TEST(ZoProtoActorFile, FilesOnDiskKeepTheirFolderAndRefuseActorsWithoutSkeletonOrFolder) {
   TempFolder folder;
   ActorRef actor = FigureActor("Dog");
   std::string path = folder / "Dog.act";
@@ -200,6 +200,8 @@ TEST(ZoProtoActorFile, FilesOnDiskKeepTheirFolderAndRefuseActorsWithoutSkeleton)
   ActorRef bare(new ZoProtoActor);
   EXPECT_EQ(ZoProtoActor::WriteActorFile((folder / "Bare.act").c_str(), bare.get()), 0);
   EXPECT_TRUE(FileBytes(folder / "Bare.act").empty());
+  // A folder that does not exist takes no file.
+  EXPECT_EQ(ZoProtoActor::WriteSkillFile((folder / "none/Walk.skl").c_str(), SkillRef(new ZoProtoSkill).get()), 0);
 }
 
 }  // namespace

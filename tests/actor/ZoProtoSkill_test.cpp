@@ -190,14 +190,6 @@ TEST(ZoProtoSkillFile, OlderLayoutsByVersion) {
   }
 }
 
-// The skill cache's tests write and read skill files; here, a folder that
-// does not exist takes no file.
-TEST(ZoProtoSkillFile, AFolderThatDoesNotExistTakesNoFile) {
-  TempFolder folder;
-  SkillRef skill(new ZoProtoSkill);
-  EXPECT_EQ(ZoProtoActor::WriteSkillFile((folder / "none/Walk.skl").c_str(), skill.get()), 0);
-}
-
 TEST(ZoProtoSkill, CopiesDeepCopyJointsButNotRecordsOrFacing) {
   ActorRef actor = FigureActor("Dog");
   SkillRef source(FigureSkill(actor.get(), "Walk"));
