@@ -54,7 +54,6 @@ TEST(ZoTreeNode, InsertChildPutsTheChildAtItsIndexOrAtAnEnd) {
     parent.insertChild(n[4], 2);
     parent.insertChild(n[5], 99);  // past the end: the last
     EXPECT_EQ(Children(parent), Nodes({n[3], n[2], n[4], n[0], n[1], n[5]}));
-    EXPECT_EQ(n[5]->nextSibling(), nullptr);
     for (ZoTreeNode* child : n) EXPECT_EQ(child->parent(), &parent);
   }
   EXPECT_EQ(destroyed, 6);
@@ -168,7 +167,7 @@ TEST(ZoTreeTraversal, ListsInPreOrderWithTheTypeFilter) {
             std::vector<int>({-1, 2, 0, 0, 1, 0}));
 }
 
-TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
+TEST(ZoProtoTraversal, FiltersByStyleFindsNamesIgnoringCaseAndMakesUniqueOnes) {
   ZoProtoNode* root = Named("Root", ZoProtoNode::Handle);
   ZoProtoNode* hips = Named("hips");
   ZoProtoNode* light = Named("Lamp", ZoProtoNode::Light);
@@ -177,10 +176,11 @@ TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
   root->addChild(arm);
   hips->addChild(light);
   light->addChild(Named("Thigh"));
+  arm->addChild(Named("ARM1"));
   using Strings = std::vector<std::string>;
   ZoProtoTraversal joints(root, ZoProtoNode::Geometry), all(root, 0);
-  EXPECT_EQ(Names(joints), Strings({"hips", "Thigh", "arm"}));
-  EXPECT_EQ(Names(all), Strings({"Root", "hips", "Lamp", "Thigh", "arm"}));
+  EXPECT_EQ(Names(joints), Strings({"hips", "Thigh", "arm", "ARM1"}));
+  EXPECT_EQ(Names(all), Strings({"Root", "hips", "Lamp", "Thigh", "arm", "ARM1"}));
   // Copies hold the same nodes and outlive their source.
   ZoProtoTraversal copy(joints), assigned(root, ZoProtoNode::Light);
   EXPECT_EQ(Names(copy), Names(joints));
@@ -200,20 +200,12 @@ TEST(ZoProtoTraversal, FiltersByStyleAndFindsNamesIgnoringCase) {
   EXPECT_EQ(std::make_pair(all.NodeWithName("LaMp"), all.NodeWithName("tail")),
             std::make_pair(light, static_cast<ZoProtoNode*>(nullptr)));
   EXPECT_STREQ(light->Name().c_str(), "Lamp");  // names are compared on copies
-  delete root;
-}
 
-TEST(ZoProtoTraversal, UniqueNamesCountUpPastNamesTakenInAnyCase) {
-  ZoProtoNode* root = Named("Body");
-  root->addChild(Named("arm"));
-  root->addChild(Named("ARM1"));
-  root->addChild(Named("leg2"));
-  ZoProtoTraversal all(root, 0);
-  // "Leg" is free as it stands.
-  EXPECT_EQ(std::vector<std::string>({all.UniqueNameWithPrefix("Arm").c_str(), all.UniqueNameWithPrefix("Leg").c_str(),
-                                      all.UniqueNameWithPrefix("body").c_str(),
-                                      ZoProtoTraversal(nullptr, 0).UniqueNameWithPrefix("Joint").c_str()}),
-            std::vector<std::string>({"Arm2", "Leg", "body1", "Joint"}));
+  // Unique names count up past names taken in any case; a free prefix is
+  // returned as it stands.
+  EXPECT_EQ(Strings({all.UniqueNameWithPrefix("Arm").c_str(), all.UniqueNameWithPrefix("Leg").c_str(),
+                     all.UniqueNameWithPrefix("root").c_str(), ZoProtoTraversal(nullptr, 0).UniqueNameWithPrefix("Joint").c_str()}),
+            Strings({"Arm2", "Leg", "root1", "Joint"}));
   delete root;
 }
 
