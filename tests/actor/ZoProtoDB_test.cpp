@@ -68,8 +68,7 @@ TEST_F(ZoProtoDBTest, LoadsEachFileOnceUnderItsBaseName) {
   TempFolder folder;
   SaveDog(folder);
   int status = -1;
-  std::string dos = folder.path() + "\\Dog\\Dog.act";
-  ZoProtoActor* first = ZoProtoDB::GetPrototype(dos.c_str(), status, 0);
+  ZoProtoActor* first = ZoProtoDB::GetPrototype((folder.path() + "\\Dog\\Dog.act").c_str(), status, 0);
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(std::make_tuple(status, first->IsRegistered(), first->Skills().GetCount()), std::make_tuple(1, 1, 0));
   EXPECT_EQ(ZoProtoDB::GetPrototype((folder / "dog/dog.ACT").c_str(), status, 1), first);
@@ -128,8 +127,7 @@ TEST_F(ZoProtoDBTest, AddRemoveRenameAndUniqueNames) {
 
 TEST_F(ZoProtoDBTest, RemoveAllReleasesEveryPrototype) {
   zotest::CountingAi data;
-  ZoProtoActor* lone = Added("Lone");
-  lone->SetUserData(&data);
+  Added("Lone")->SetUserData(&data);
   ActorRef held = ActorRef::Share(Added("Kept"));
   EXPECT_EQ(ZoProtoDB::RemoveAllPrototypes(), 1);
   EXPECT_EQ(data.releases, 1);  // destroyed

@@ -155,27 +155,19 @@ struct Logged {
   }
 };
 
-TEST(ZoSkillCacheSave, CleaningATriangleSetRebuildsItsStoredTree) {
+// A folder whose parent is missing is not made: nothing is written or
+// logged, and the actor stays dirty. A save cleans every triangle set.
+TEST(ZoSkillCacheSave, CreatesTheFolderWithItsSubfoldersWhereItsParentIsFoundAndCleansTriangleSets) {
   TempFolder folder;
-  ActorRef actor = SavableDog(folder, {});
+  Logged log;
+  ZoLogger::SetSink(&Logged::Sink, &log);
+  ActorRef actor = SavableDog(folder, {"Walk"});
   ZoProtoNode* hips = actor->RootNode();
   hips->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(1, 1, 1)));
   ASSERT_NE(hips->ColModel()->GetRoot(), nullptr);
   ZoTriangleSet* set = hips->ColModel()->GetTriangleSet();
   int32_t const triangles = set->GetNumTriangles();
   set->Triangle(0)[1] = set->Triangle(0)[0];  // names one vertex twice: dropped on saving
-  ASSERT_EQ(actor->Save(ZoSkillFormatNone), 1);
-  EXPECT_EQ(set->GetNumTriangles(), triangles - 1);
-  EXPECT_EQ(hips->ColModel()->GetNumLeaves(), triangles - 1);  // one leaf a triangle, rebuilt
-}
-
-// A folder whose parent is missing is not made: nothing is written or
-// logged, and the actor stays dirty.
-TEST(ZoSkillCacheSave, CreatesTheFolderWithItsSubfoldersWhereItsParentIsFound) {
-  TempFolder folder;
-  Logged log;
-  ZoLogger::SetSink(&Logged::Sink, &log);
-  ActorRef actor = SavableDog(folder, {"Walk"});
   actor->Path() = (folder.path() + "/missing/Dog/").c_str();
   EXPECT_EQ(actor->Save(ZoSkillFormatKeyframed), 0);
   ZoLogger::SetSink(nullptr, nullptr);
@@ -185,6 +177,8 @@ TEST(ZoSkillCacheSave, CreatesTheFolderWithItsSubfoldersWhereItsParentIsFound) {
   actor->Path() = (folder.path() + "/Dog/").c_str();
   ASSERT_EQ(actor->Save(ZoSkillFormatNone), 1);
   EXPECT_EQ(actor->IsDirty(), 0);
+  EXPECT_EQ(set->GetNumTriangles(), triangles - 1);
+  EXPECT_EQ(hips->ColModel()->GetNumLeaves(), triangles - 1);  // one leaf a triangle, rebuilt
   EXPECT_EQ(Listing(folder / "Dog"),
             (std::vector<std::string>{folder / "Dog/Behaviors", folder / "Dog/Dog.act", folder / "Dog/Skills",
                                       folder / "Dog/Sounds", folder / "Dog/Textures"}));
