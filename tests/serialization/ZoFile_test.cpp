@@ -1,5 +1,6 @@
 // The chunked container on files and memory, why its reads failed, and the
-// progress reporter.
+// progress reporter. Putting a type back across the end of a file's read
+// buffer is driven by the container fuzz corpus (records_across_buffer).
 #include <zoactor/serialization/ZoFile.h>
 #include <zoactor/serialization/ZoFileProgress.h>
 
@@ -183,24 +184,6 @@ TEST_F(ZoFileTest, WrongTypeIsPutBackWithErrorFiveAndArraysStopAtTheFirstFailure
   EXPECT_EQ(reader.Read(3, targets), 2);
   EXPECT_EQ(y.number, 2);
   EXPECT_EQ(reader.Read(0, targets), 0);
-}
-
-TEST_F(ZoFileTest, WrongTypeOnAFileAcrossABufferBoundaryIsPutBackExactly) {
-  // Records of 14 bytes after the 16-byte header: the type of the 146th
-  // straddles the end of the first 2048-byte read buffer.
-  ZoFile file;
-  file.Open(Path("objects.bin"), 1);
-  Pair pair;
-  pair.text = "pp";
-  for (pair.number = 0; pair.number < 400; ++pair.number) file.Write(pair);
-  file.Close();
-  ASSERT_EQ(file.Open(Path("objects.bin"), 0), 1);
-  Other other;
-  for (int i = 0; i < 400; ++i) {
-    ASSERT_EQ((std::pair{file.Read(other), file.GetLastError()}), std::pair(0, 5)) << i;
-    ASSERT_EQ(file.Read(pair), 1) << i;
-    ASSERT_EQ(pair.number, i);
-  }
 }
 
 TEST_F(ZoFileTest, ReadObjectUsesTheFirstRegistration) {
