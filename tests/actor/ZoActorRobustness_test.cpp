@@ -25,8 +25,7 @@ namespace {
 ActorRef RichActor() {
   ActorRef actor = FigureActor("Dog");
   actor->GeomTraversal()->Node(1)->SetColModel(new ZoTriCube(ZoMaterial(), ZoVector3(0.2f, 0.4f, 0.2f)));
-  auto* def = new ZoProtoProxDef;
-  actor->ProximityDefs().Add(def);
+  actor->ProximityDefs().Add(new ZoProtoProxDef);
   actor->SetSkeleton(actor->RootNode());
   return actor;
 }

@@ -86,10 +86,7 @@ TEST(ZoSkillCache, FileNamesWinAndOtherSkeletonsAreRefused) {
   TempFolder folder;
   ActorRef actor = ActorWithSkillFiles(folder, {"Walk", "Run"});
   fs::rename(folder / "Dog/Skills/Walk.skl", folder / "Dog/Skills/Stroll.skl");
-  ActorRef small(new ZoProtoActor);
-  small->SetSkeleton(Joint("only", ZoProtoNode::Geometry, 0));
-  SkillRef other(FigureSkill(actor.get(), "Other"));
-  other->SetupFromPrototype(small.get());
+  SkillRef other(FlatSkill(1));
   ASSERT_EQ(ZoProtoActor::WriteSkillFile(actor->SkillPath() + "Other.skl", other.get()), 1);
   folder.WriteFile("Dog/Skills/broken.SKL", ByteBuilder().i32(0x5A4F536B).i32(0x536B6C50).i32(106));
   fs::create_directories(folder / "Dog/Skills/folder.skl");
