@@ -27,9 +27,7 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
   int64_t const splineFrame = static_cast<int64_t>(Framed(spline).size());
   ByteBuilder deep;
   for (int i = 0; i <= ZoReadLimits::MaxDepth(); ++i) deep.raw({0x4C, 0x79, 0x65, 0x4B}).i32(1);
-  ByteBuilder points;
-  points.i32(2);
-  for (int i = 0; i < 136; ++i) points.u8(0);  // room for one point only
+  Bytes points = ByteBuilder().i32(2).append(Bytes(136, 0));  // room for one point only
   Bytes eight = ByteBuilder().i32(8).append(Bytes(8 * 136, 0)).f32(0.0f);
   BadInput const cases[] = {
       {"key count past the data", ByteBuilder().i32(0x40000000).append(KeyFrame(5, 0)), ZoTypeCode::KeyList,

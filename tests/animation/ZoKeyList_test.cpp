@@ -61,7 +61,7 @@ uint32_t TimeOf(ZoKeyframe const* kf) { return kf != nullptr ? kf->time() : kNon
 
 }  // namespace
 
-TEST(ZoKeyListBasics, EmptyListAnswersWithItsSentinels) {
+TEST(ZoKeyListBasics, EmptyListAnswersWithItsSentinelsAndInsertSorts) {
   ZoKeyList list;
   EXPECT_EQ(std::make_pair(list.FirstTime(), list.LastTime()), std::make_pair(0x7FFFFFFFu, 0u));
   auto* p = reinterpret_cast<ZoKeyListNode*>(&list);  // any non-null value: reset to null
@@ -74,11 +74,9 @@ TEST(ZoKeyListBasics, EmptyListAnswersWithItsSentinels) {
   EXPECT_EQ(found, std::vector<void const*>(found.size(), nullptr));
   EXPECT_FALSE(list.KeyframesBetween(0, 0xFFFFFFFFu, out) || list.KeyframesBetween(10, 0, out));
   EXPECT_EQ(out.GetCount(), 0);
-}
 
-TEST(ZoKeyListBasics, InsertSortsAndReplacesAnEqualTime) {
+  // Inserting sorts and replaces a key of an equal time.
   int destroyed = 0;
-  ZoKeyList list;
   list.Insert(new CountedKey(20, 1, &destroyed));
   ZoKeyListNode* at10 = list.Insert(new CountedKey(10, 2, &destroyed));
   list.Insert(new CountedKey(30, 3, &destroyed));

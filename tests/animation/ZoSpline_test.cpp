@@ -118,7 +118,7 @@ TEST(ZoSplineArcLength, TablesAndDistanceLookups) {
   EXPECT_LT(arc.Length(), 1.5708f);
 }
 
-TEST(ZoSplineSearch, ClosestApproachSamplesAHundredTimes) {
+TEST(ZoSplineSampling, ClosestApproachSamplesAHundredTimesAndAxesAlign) {
   ZoSpline spline, still, longest;
   spline.SetLinear(Along(0), Along(990), 990);
   // With every sample equally near the earliest wins.
@@ -130,10 +130,9 @@ TEST(ZoSplineSearch, ClosestApproachSamplesAHundredTimes) {
   // At the top of the time range the sample times stay in range.
   longest.SetLinear(Along(0), Along(99), 0xFFFFFFFFu);
   EXPECT_GT(longest.ClosestApproach({98.9f, 0, 0}, 0.0f), 0xF0000000u);
-}
 
-TEST(ZoSplineAlign, ChosenAxisPointsAlongTheCurvePoint) {
-  ZoSpline spline;
+  // Aligned, the chosen axis points along the curve point; 6 and others
+  // outside 0 to 5 leave the sample as it is.
   spline.SetLinear(ZoTransform3({1, 0, 0}, About(0.3f, {1, 1, 1})),
                    ZoTransform3({1, 4, 2}, About(-0.8f, {0, 1, 1})), 60);
   ZoVector3 const axes[] = {{1, 0, 0}, {-1, 0, 0}, {0, 1, 0}, {0, -1, 0}, {0, 0, 1}, {0, 0, -1}};

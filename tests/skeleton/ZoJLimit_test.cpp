@@ -75,7 +75,7 @@ TEST(ZoJLHinge, WorkedCases) {
   EXPECT_EQ(std::make_tuple(lo, hi, arc, hinge.CoefA(), hinge.CoefB()), std::make_tuple(r * one, r * quarter, 1, a, b));
 }
 
-TEST(ZoJLEuler, WorkedCasesIncludingRangesThatWrapThroughPi) {
+TEST(ZoJLEuler, WorkedCasesIncludingRangesThatWrapThroughPiCentringAndPivoting) {
   // Index 0 limits the angle about z, index 2 the angle about x; y cannot
   // reach π (getEuler keeps it within ±π/2).
   struct Case {
@@ -116,14 +116,13 @@ TEST(ZoJLEuler, WorkedCasesIncludingRangesThatWrapThroughPi) {
   ZoTransform3 t = WithRotation(Euler(0.1f, -0.4f, 1.5f));
   EXPECT_EQ(three.FixTransform(t), 1);
   EXPECT_TRUE(SameRotation(t.rotation, Euler(0.1f, 0.0f, 1.0f)));
-}
 
-TEST(ZoJLEuler, CentreAndPivot) {
+  // Centring and pivoting.
   ZoJLEuler euler;
   euler.SetValue(0, -0.5f, 0.9f);
   euler.SetValue(1, 0.1f, 0.3f);
   euler.SetValue(2, 3.0f, -3.0f);  // averaged plainly: 0, not π
-  ZoTransform3 t = WithRotation(About(2.0f, kY));
+  t = WithRotation(About(2.0f, kY));
   EXPECT_EQ(euler.CenterTransform(t), 1);
   EXPECT_TRUE(SameRotation(t.rotation, Euler(0.2f, 0.2f, 0.0f)));
   EXPECT_EQ(t.translation, ZoVector3(1, 2, 3));

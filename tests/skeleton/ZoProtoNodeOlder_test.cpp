@@ -46,9 +46,7 @@ TEST(ZoProtoNodeOlder, GoldenSkeletonsDecodeToTheirFacts) {
     ZoProtoNode root;
     ASSERT_EQ(ReadBody(root, Golden(v), v), ZoStreamOk);
     ZoProtoTraversal all(&root, 0);
-    std::vector<std::string> names;
-    for (int i = 0; i < all.NumNodes(); ++i) names.emplace_back(all.Node(i)->Name().c_str());
-    ASSERT_EQ(names, std::vector<std::string>({"root", "arm", "hand", "lamp", "floor", "plate", "path", "odd"}));
+    ASSERT_EQ(Names(all), std::vector<std::string>({"root", "arm", "hand", "lamp", "floor", "plate", "path", "odd"}));
     EXPECT_EQ(root.HomeTransform(), ZoTransform3(ZoVector3(1, 2, 3), ZoRotation3(0, 0, 1, 0)));
     ASSERT_NE(root.CameraInfo(), nullptr);
     EXPECT_EQ(root.CameraInfo()->angle, v >= 48 ? 0.8f : 1.0f);

@@ -334,7 +334,7 @@ TEST(ZoProtoNodeStream, TheGeometryFollowsTheModelFormat) {
   EXPECT_EQ(Body(odd), bytes);
 }
 
-TEST(ZoProtoNodeStream, StoredTreesAreKeptFrom106AndRebuiltBefore) {
+TEST(ZoProtoNodeStream, ReadingKeepsStoredTreesFrom106AndReplacesTheStyleRecord) {
   // A model stored without a tree (depth 0): version 105 rebuilds it, 106
   // keeps what was stored.
   auto* model = new ZoColModel;
@@ -350,9 +350,7 @@ TEST(ZoProtoNodeStream, StoredTreesAreKeptFrom106AndRebuiltBefore) {
   }
   // A stored tree read back as written: the older-layout tests write every
   // decoded skeleton back at 106 and read it again.
-}
 
-TEST(ZoProtoNodeStream, ReadingReplacesTheStyleRecord) {
   // A node that already has a spline with points: the read replaces them.
   ZoProtoNode source, target;
   source.SetStyle(6);

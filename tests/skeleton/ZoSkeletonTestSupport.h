@@ -68,6 +68,13 @@ inline Bytes Rewritten(Bytes const& bytes, int32_t version = kZoCurrentVersion) 
   return Body(node, version);
 }
 
+// The names of a traversal's nodes in its order.
+inline std::vector<std::string> Names(ZoProtoTraversal const& t) {
+  std::vector<std::string> names;
+  for (int i = 0; i < t.NumNodes(); ++i) names.emplace_back(t.Node(i)->Name().c_str());
+  return names;
+}
+
 // True when the two rotations are within `tolerance` component-wise, up to
 // sign (q and −q are the same rotation).
 inline bool SameRotation(ZoRotation3 const& a, ZoRotation3 const& b, float tolerance = 1e-5f) {

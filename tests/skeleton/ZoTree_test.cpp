@@ -6,6 +6,8 @@
 
 #include "ZoSkeletonTestSupport.h"
 
+using zoskeletontest::Names;
+
 namespace {
 
 // A tree node of a chosen type that counts its destructions.
@@ -33,12 +35,6 @@ ZoProtoNode* Named(char const* name, int32_t style = ZoProtoNode::Geometry) {
   node->SetName(name);
   node->SetStyle(style);
   return node;
-}
-
-std::vector<std::string> Names(ZoProtoTraversal const& t) {
-  std::vector<std::string> names;
-  for (int i = 0; i < t.NumNodes(); ++i) names.emplace_back(t.Node(i)->Name().c_str());
-  return names;
 }
 
 TEST(ZoTreeNode, InsertChildPutsTheChildAtItsIndexOrAtAnEnd) {
