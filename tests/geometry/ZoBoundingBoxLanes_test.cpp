@@ -2,15 +2,9 @@
 // bits the point-by-point rule gives (a point replaces a bound only when
 // strictly beyond it), whatever lane the extremes, NaNs and signed zeros
 // land in, and however many points are left over behind the last four.
-#include <zoactor/geometry/ZoTriangleSet.h>
+#include "ZoGeometryTestSupport.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
 #include <limits>
-#include <random>
-#include <vector>
 
 namespace {
 
@@ -55,6 +49,10 @@ TEST(ZoBoundingBox, LanesGiveThePointByPointBits) {
         ZoTriangleSet::FindBoundingBox(points.data(), count, lo, hi);
         Folded(points, wantLo, wantHi);
         ASSERT_TRUE(SameBits(lo, wantLo) && SameBits(hi, wantHi)) << c.name << ", " << count << " points";
+        // No points: the outputs are kept.
+        ZoTriangleSet::FindBoundingBox(nullptr, count, lo, hi);
+        ZoTriangleSet::FindBoundingBox(points.data(), 0, lo, hi);
+        ASSERT_TRUE(SameBits(lo, wantLo) && SameBits(hi, wantHi));
       }
   }
 }

@@ -2,40 +2,19 @@
 // axes checked against Eigen's eigen solver) and ground rectangles.
 #include "ZoGeometryTestSupport.h"
 
-#include <zoactor/geometry/ZoOrientedBox.h>
 #include <zoactor/geometry/ZoRect.h>
-#include <zoactor/geometry/ZoTriangleSet.h>
 
 #include <Eigen/Dense>
-#include <gtest/gtest.h>
 
-#include <cmath>
-#include <random>
-#include <tuple>
-#include <vector>
+using namespace zogeotest;
 
 namespace {
-
-using zotest::ExpectNear;
 
 ZoVector3 Axis(ZoOrientedBox const& box, int i) {
   return box.transform.rotation * ZoVector3(i == 0 ? 1.0f : 0.0f, i == 1 ? 1.0f : 0.0f, i == 2 ? 1.0f : 0.0f);
 }
 
 }  // namespace
-
-TEST(ZoBoundingBox, ExtremesAndUntouchedOutputs) {
-  ZoVector3 const points[4] = {{1, 5, 3}, {-2, 7, 0}, {4, -1, 2}, {0, 0, 9}};
-  ZoVector3 lo(99, 99, 99), hi(99, 99, 99);
-  ZoTriangleSet::FindBoundingBox(points, 1, lo, hi);
-  EXPECT_EQ(lo, ZoVector3(1, 5, 3));
-  EXPECT_EQ(hi, ZoVector3(1, 5, 3));
-  ZoTriangleSet::FindBoundingBox(points, 4, lo, hi);
-  ZoTriangleSet::FindBoundingBox(nullptr, 4, lo, hi);  // no points: outputs kept
-  ZoTriangleSet::FindBoundingBox(points, 0, lo, hi);
-  EXPECT_EQ(lo, ZoVector3(-2, -1, 0));
-  EXPECT_EQ(hi, ZoVector3(4, 7, 9));
-}
 
 TEST(ZoBoundingSphere, SeedPairGrowthAndRandomClouds) {
   ZoVector3 center(7, 7, 7), one(1, 2, 3);

@@ -2,19 +2,7 @@
 // trees a walk from the root accepts.
 #include "ZoGeometryTestSupport.h"
 
-#include <zoactor/geometry/ZoColModel.h>
-#include <zoactor/geometry/ZoTriangleSet.h>
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <random>
-#include <vector>
-
-using zogeotest::ReadBody;
-using zotest::Body;
-using zotest::Bytes;
+using namespace zogeotest;
 
 namespace {
 

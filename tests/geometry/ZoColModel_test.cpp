@@ -2,27 +2,9 @@
 // splitting, hooks, user data, copies and the stream body at its versions.
 #include "ZoGeometryTestSupport.h"
 
-#include <zoactor/foundation/ZoMath.h>
-#include <zoactor/geometry/ZoColModel.h>
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <memory>
-#include <random>
-#include <tuple>
-#include <utility>
-#include <vector>
-
-using zogeotest::ReadBody;
-using zotest::Body;
-using zotest::ByteBuilder;
+using namespace zogeotest;
 
 namespace {
-
-using zotest::ExpectNear;
 
 // Opens the building steps to the tests.
 class OpenModel : public ZoColModel {
@@ -87,7 +69,7 @@ void CheckTree(ZoColModel const& model) {
     ASSERT_EQ(spheres[k].type, 1u);
     links.insert(links.end(), {spheres[k].left, spheres[k].right});
   }
-  ASSERT_TRUE(zogeotest::WalkAccepts(links, n, model.GetDepth()));
+  ASSERT_TRUE(WalkAccepts(links, n, model.GetDepth()));
 
   // Every sphere holds every corner of its subtree (children come later in
   // pre-order). No sphere is larger than the merge of its children; one
@@ -163,7 +145,7 @@ TEST(ZoColModelBuild, InvariantsOnRandomMeshes) {
   for (int n : {1, 2, 3, 4, 5, 7, 16, 33, 100, 257, 1000, 10000}) {
     SCOPED_TRACE(n);
     ZoColModel model;
-    ZoTriangleSet* soup = zogeotest::RandomSoup(random, n, n > 100 ? 50.0f : 5.0f);
+    ZoTriangleSet* soup = RandomSoup(random, n, n > 100 ? 50.0f : 5.0f);
     auto before = TriangleMultiset(*soup);
     model.SetTriangleSet(soup);
     model.UpdateSphereTree();
@@ -177,7 +159,7 @@ TEST(ZoColModelBuild, InvariantsOnRandomMeshes) {
   for (int side : {1, 3, 40, 70}) {
     SCOPED_TRACE(side);
     ZoColModel grid;
-    grid.SetTriangleSet(zogeotest::RandomGrid(random, side, side + 1));
+    grid.SetTriangleSet(RandomGrid(random, side, side + 1));
     grid.UpdateSphereTree();
     CheckTree(grid);
   }
@@ -195,7 +177,7 @@ TEST(ZoColModelBuild, CleansAndSkipsWhatItCannotBuild) {
   ZoColModel model;
   model.SetTriangleSet(set);
   model.UpdateSphereTree();
-  EXPECT_EQ(zogeotest::Describe(*set), "type 0, flags 0, 3 vertices, 1 triangles, 0 textures, 0 materials");
+  EXPECT_EQ(Describe(*set), "type 0, flags 0, 3 vertices, 1 triangles, 0 textures, 0 materials");
   EXPECT_EQ(model.GetDepth(), 1);
 
   // Smaller than the 0.0001 diagonal: a box but no tree.
@@ -216,7 +198,7 @@ TEST(ZoColModelBuild, CleansAndSkipsWhatItCannotBuild) {
   chain->Create(ZoTriSetPolyline, 0, 0, 3, 0);
   line.SetTriangleSet(chain);
   std::mt19937 random(1);
-  std::unique_ptr<ZoTriangleSet> source(zogeotest::RandomSoup(random, 4));
+  std::unique_ptr<ZoTriangleSet> source(RandomSoup(random, 4));
   auto* derived = new ZoTriangleSet;
   derived->Create(source.get(), 0, 0);
   view.SetTriangleSet(derived);
@@ -230,7 +212,7 @@ TEST(ZoColModelBuild, CleansAndSkipsWhatItCannotBuild) {
 TEST(ZoColModelBuild, SplitNeverLeavesASideEmpty) {
   OpenModel model;
   std::mt19937 random(9);
-  model.SetTriangleSet(zogeotest::RandomSoup(random, 4, 1.0f, 0.1f));
+  model.SetTriangleSet(RandomSoup(random, 4, 1.0f, 0.1f));
   model.UpdateSphereTree();
   ASSERT_NE(model.GetLeaves(), nullptr);
   std::vector<ZoVector3> corners(12);  // no triangle changes sides below
@@ -268,11 +250,11 @@ TEST(ZoColModelBuild, SplitNeverLeavesASideEmpty) {
 }
 
 TEST(ZoColModelHooks, RequestsAndTakeOver) {
-  zogeotest::FakeHookManager hooks;
+  FakeHookManager hooks;
   using Request = std::pair<int32_t, ZoColModel*>;
   {
     ZoColModel model;
-    zogeotest::BuildRandomModel(model, 4, 5);
+    BuildRandomModel(model, 4, 5);
     EXPECT_EQ(hooks.requests, (std::vector<Request>{{36, &model}, {37, &model}}));
     EXPECT_NE(model.GetRoot(), nullptr);
 
@@ -318,12 +300,12 @@ TEST(ZoColModelOwnership, UserDataSetsAndCopies) {
     EXPECT_EQ(model.GetUserData(), &second);
 
     std::mt19937 random(6);
-    model.SetTriangleSet(zogeotest::RandomSoup(random, 20));
+    model.SetTriangleSet(RandomSoup(random, 20));
     model.UpdateSphereTree();
     ZoColModel copy(model);  // the same set, and a tree built again
     EXPECT_EQ(copy.GetUserData(), nullptr);
     EXPECT_NE(copy.GetTriangleSet(), model.GetTriangleSet());
-    zogeotest::ExpectSameSet(*copy.GetTriangleSet(), *model.GetTriangleSet());
+    ExpectSameSet(*copy.GetTriangleSet(), *model.GetTriangleSet());
     CheckTree(copy);
 
     ZoColModel assigned;
@@ -336,7 +318,7 @@ TEST(ZoColModelOwnership, UserDataSetsAndCopies) {
     EXPECT_EQ(first.releases, 2);
 
     // Installing another set drops the tree and the old set.
-    model.SetTriangleSet(zogeotest::RandomSoup(random, 3));
+    model.SetTriangleSet(RandomSoup(random, 3));
     EXPECT_EQ(model.GetRoot(), nullptr);
   }
   EXPECT_EQ(second.releases, 1);
@@ -371,20 +353,10 @@ zotest::Bytes HandBuiltBody(ZoColModel const& model, int32_t version) {
 
 TEST(ZoColModelStream, BodyByteForByteAtEachVersion) {
   EXPECT_EQ(Body(ZoColModel()), ByteBuilder().i32(0).get());
-  ZoColModel model;
-  auto* set = new ZoTriangleSet;
-  set->Create(ZoTriSetIndexed, 0, 2, 6, 0);
-  ZoVector3 const points[6] = {{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {10, 0, 0}, {12, 0, 0}, {10, 0, 2}};
-  for (int v = 0; v < 6; ++v) set->Vertex(v) = points[v];
-  set->Triangle(0).Set(0, 1, 2);
-  set->Triangle(1).Set(3, 4, 5);
-  model.SetTriangleSet(set);
-  model.UpdateSphereTree();
-  ASSERT_EQ(model.GetDepth(), 2);
-  ZoColModel nine;
-  zogeotest::BuildRandomModel(nine, 14, 9);
-
-  for (ZoColModel const* built : {&model, &nine})
+  ZoColModel two, nine;
+  BuildRandomModel(two, 2, 2);
+  BuildRandomModel(nine, 14, 9);
+  for (ZoColModel const* built : {&two, &nine})
     for (int32_t version : {106, 105, 101, 100}) {
       SCOPED_TRACE(testing::Message() << built->GetNumLeaves() << " leaves, version " << version);
       zotest::Bytes expected = HandBuiltBody(*built, version);
@@ -405,7 +377,7 @@ TEST(ZoColModelStream, BodyByteForByteAtEachVersion) {
 
 TEST(ZoColModelStream, AStaleTreeIsNotWritten) {
   ZoColModel model;
-  zogeotest::BuildRandomModel(model, 77, 20);
+  BuildRandomModel(model, 77, 20);
   // An edited set no longer matches its tree: written as a model without
   // one, depth 0 after the set.
   ZoTriangleSet* set = model.GetTriangleSet();

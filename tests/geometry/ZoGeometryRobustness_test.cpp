@@ -3,24 +3,7 @@
 // half-valid behind; every truncation fails cleanly.
 #include "ZoGeometryTestSupport.h"
 
-#include <zoactor/geometry/ZoColModel.h>
-#include <zoactor/geometry/ZoTriangleSet.h>
-#include <zoactor/serialization/ZoReadLimits.h>
-#include <zoactor/serialization/ZoTypeCodes.h>
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <cstring>
-#include <memory>
-#include <random>
-#include <utility>
-#include <vector>
-
-using zogeotest::ReadBody;
-using zotest::Body;
-using zotest::ByteBuilder;
-using zotest::Bytes;
+using namespace zogeotest;
 
 namespace {
 

@@ -1,30 +1,42 @@
-// Helpers for the geometry tests: bodies read back, random meshes,
-// comparison of triangle sets, a fake hook manager and a
-// fake user-data object.
+// Helpers for the geometry tests, with the headers and names they share:
+// bodies read back, random meshes, comparison of triangle sets and a fake
+// hook manager.
 #ifndef ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
 #define ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
 
 #include <zoactor/foundation/ZoAi.h>
 #include <zoactor/foundation/ZoHookRecords.h>
 #include <zoactor/foundation/ZoInterfaceRegistry.h>
+#include <zoactor/foundation/ZoMath.h>
 #include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/geometry/ZoTriangleSet.h>
 #include <zoactor/serialization/ZoMemoryStream.h>
+#include <zoactor/serialization/ZoReadLimits.h>
+#include <zoactor/serialization/ZoTypeCodes.h>
 
 #include "support/ZoTestObjects.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <functional>
+#include <memory>
 #include <random>
+#include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace zogeotest {
 
+using zotest::Body;
+using zotest::ByteBuilder;
 using zotest::Bytes;
+using zotest::ExpectNear;
 
 // Reads a body from exactly `bytes` at `version`; returns the status and,
 // when asked, the number of bytes read.
@@ -107,6 +119,13 @@ inline std::string Describe(ZoTriangleSet const& set) {
          std::to_string(set.GetNumVertices()) + " vertices, " + std::to_string(set.GetNumTriangles()) + " triangles, " +
          std::to_string(set.GetNumTexturesPerVertex()) + " textures, " + std::to_string(set.GetNumMaterials()) +
          " materials";
+}
+
+// The listed vertices of a set: "x y z, x y z".
+inline std::string Points(ZoTriangleSet const& set, std::initializer_list<int> vertices) {
+  std::ostringstream out;
+  for (int v : vertices) out << (v == *vertices.begin() ? "" : ", ") << set.Vertex(v).x << ' ' << set.Vertex(v).y << ' ' << set.Vertex(v).z;
+  return out.str();
 }
 
 // Whether a walk from the root accepts the links: sphere nodes met in

@@ -2,22 +2,14 @@
 // random inputs checked against FCL and against double-precision oracles.
 #include "ZoGeometryTestSupport.h"
 
-#include <zoactor/geometry/ZoOrientedBox.h>
-#include <zoactor/foundation/ZoMath.h>
-#include <zoactor/geometry/ZoTriangleSet.h>
-
 #include <Eigen/Dense>
 #include <fcl/math/bv/OBB.h>
 #include <fcl/narrowphase/detail/primitive_shape_algorithm/triangle_distance.h>
 #include <fcl/narrowphase/detail/traversal/collision/intersect.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
-#include <random>
+using namespace zogeotest;
 
 namespace {
-
-using zotest::ExpectNear;
 
 using Vec = Eigen::Vector3d;
 

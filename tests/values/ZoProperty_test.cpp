@@ -1,24 +1,11 @@
 // Properties and the two property containers: framed bytes, the three
 // reading rules by stream version, ownership, list order under Find and
 // Replace, and the container bodies.
-#include <zoactor/values/ZoListValue.h>
-#include <zoactor/values/ZoOpaqueValue.h>
-#include <zoactor/values/ZoProperty.h>
-#include <zoactor/values/ZoPropertyList.h>
-#include <zoactor/values/ZoPropertyTable.h>
 
 #include "ZoValuesTestSupport.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
 #include <type_traits>
-#include <utility>
-#include <vector>
 
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::Hex;
 using namespace zovaluestest;
 
 namespace {

@@ -1,23 +1,9 @@
 // Render attributes: colour, material, light and camera bodies against
 // hand-built layouts, the opacity mask, and the older material, camera and
 // light records on both sides of every version threshold.
-#include <zoactor/values/ZoCamera.h>
-#include <zoactor/values/ZoColor.h>
-#include <zoactor/values/ZoLight.h>
-#include <zoactor/values/ZoMaterial.h>
 
 #include "ZoValuesTestSupport.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <sstream>
-#include <string>
-#include <vector>
-
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::Hex;
 using namespace zovaluestest;
 
 namespace {

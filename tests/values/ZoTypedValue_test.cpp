@@ -3,24 +3,9 @@
 // callback, list and array ownership, and opaque values. Reading every class
 // back is covered by the round trips in ZoValuesReadFailures_test.cpp.
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
-#include <zoactor/values/ZoArrayValue.h>
-#include <zoactor/values/ZoListValue.h>
-#include <zoactor/values/ZoOpaqueValue.h>
-#include <zoactor/values/ZoTypedValue.h>
 
 #include "ZoValuesTestSupport.h"
 
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <limits>
-#include <sstream>
-#include <string>
-#include <tuple>
-
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::Hex;
 using namespace zovaluestest;
 
 namespace {

@@ -2,31 +2,11 @@
 // and bare; every body truncated at every length; and why bad bodies fail.
 // Under the sanitizers these also show that nothing leaks and nothing is read
 // out of bounds.
-#include <zoactor/serialization/ZoReadLimits.h>
-#include <zoactor/serialization/ZoTypeCodes.h>
-#include <zoactor/values/ZoArrayValue.h>
-#include <zoactor/values/ZoCamera.h>
-#include <zoactor/values/ZoColor.h>
-#include <zoactor/values/ZoLight.h>
-#include <zoactor/values/ZoListValue.h>
-#include <zoactor/values/ZoMaterial.h>
-#include <zoactor/values/ZoOpaqueValue.h>
-#include <zoactor/values/ZoProperty.h>
-#include <zoactor/values/ZoPropertyList.h>
-#include <zoactor/values/ZoPropertyTable.h>
 
 #include "ZoValuesTestSupport.h"
 
-#include <gtest/gtest.h>
-
 #include <typeinfo>
-#include <string>
-#include <utility>
-#include <vector>
 
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::Hex;
 using namespace zovaluestest;
 
 namespace {

@@ -1,10 +1,23 @@
-// Helpers for the value tests: writing objects to bytes, reading them back
-// from fixed buffers, owning typed values, and a value that counts its live
-// instances so that ownership rules can be checked.
+// Helpers for the value tests, with the headers and names they share:
+// writing objects to bytes, reading them back from fixed buffers, owning
+// typed values, and a value that counts its live instances so that
+// ownership rules can be checked.
 #ifndef ZOACTOR_TESTS_VALUES_ZOVALUESTESTSUPPORT_H
 #define ZOACTOR_TESTS_VALUES_ZOVALUESTESTSUPPORT_H
 
 #include <zoactor/serialization/ZoMemoryStream.h>
+#include <zoactor/serialization/ZoReadLimits.h>
+#include <zoactor/serialization/ZoTypeCodes.h>
+#include <zoactor/values/ZoArrayValue.h>
+#include <zoactor/values/ZoCamera.h>
+#include <zoactor/values/ZoColor.h>
+#include <zoactor/values/ZoLight.h>
+#include <zoactor/values/ZoListValue.h>
+#include <zoactor/values/ZoMaterial.h>
+#include <zoactor/values/ZoOpaqueValue.h>
+#include <zoactor/values/ZoProperty.h>
+#include <zoactor/values/ZoPropertyList.h>
+#include <zoactor/values/ZoPropertyTable.h>
 #include <zoactor/values/ZoTypedValue.h>
 
 #include "support/ZoTestObjects.h"
@@ -12,14 +25,22 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
+#include <limits>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 namespace zovaluestest {
 
 using zotest::Body;
+using zotest::ByteBuilder;
 using zotest::Bytes;
 using zotest::Framed;
+using zotest::Hex;
 using zotest::Reader;
 using zotest::Written;
 
