@@ -198,11 +198,9 @@ TEST(ZoSkillCacheSave, EveryInjectedFailureIsLoggedAndLeavesEachFileWholeAndNoTe
       std::vector<Bytes> before;
       for (auto const& file : files) before.push_back(FileBytes(file));
 
-      actor->Version() = 2;
-      ZoProtoNode* head = actor->GeomTraversal()->Node(2);
+      actor->Version() = 2;  // every file changes
       actor->GetSkill("walk", 0)->InitJoint(1)->Insert(Key(10, 9.0f));
       actor->GetSkill("run", 0)->SetSampleRate(60);
-      head->SetName("Skull");
       actor->MarkDirty();
       log.lines.clear();
       ZoPlatform::InjectFault(kind, nth);
