@@ -25,8 +25,6 @@ using zotest::ByteBuilder;
 using zotest::Bytes;
 using zotest::TempFolder;
 
-char const* const kExists = "The selected sequence folder already exists.\nPlease choose another sequence name.";
-
 // The frame `frame` of a record: `size` transforms seeded by record and frame.
 std::vector<ZoTransform3> Frame(int record, int frame, int size) {
   std::vector<ZoTransform3> poses;
@@ -162,21 +160,13 @@ TEST_F(SequenceTest, FrameOperationsRefuseWhatTheyCannotServe) {
 
 TEST_F(SequenceTest, FolderSetUpFailuresShowTheirMessageAndCreateNothing) {
   temp.WriteFile("Taken/keep.txt", {7});
-  struct Case {
-    char const* name;
-    std::string file;
-    char const* message;
-  } const cases[] = {
-      {"folder exists", temp / "Taken/run.seq", kExists},
-      {"parent missing", temp / "No/Such/run.seq", "Could not create folder for sequence files."},
-  };
-  for (Case const& c : cases) {
-    messages.texts.clear();
-    ZoAnimSequence sequence;
-    EXPECT_EQ(sequence.Open(c.file.c_str(), 1), 0) << c.name;
-    EXPECT_TRUE(!sequence.IsOpen() && sequence.HasFailure());
-    EXPECT_EQ(messages.texts, std::vector<std::string>{c.message});
-  }
+  ZoAnimSequence taken, orphan;
+  EXPECT_EQ(taken.Open((temp / "Taken/run.seq").c_str(), 1), 0);  // the folder exists
+  EXPECT_EQ(orphan.Open((temp / "No/Such/run.seq").c_str(), 1), 0);  // its parent is missing
+  EXPECT_TRUE(!taken.IsOpen() && taken.HasFailure() && !orphan.IsOpen() && orphan.HasFailure());
+  EXPECT_EQ(messages.texts,
+            (std::vector<std::string>{"The selected sequence folder already exists.\nPlease choose another sequence name.",
+                                      "Could not create folder for sequence files."}));
   EXPECT_FALSE(ZoPlatform::Exists((temp / "Taken/run.seq").c_str()));
   EXPECT_FALSE(ZoPlatform::Exists((temp / "Taken/Motion").c_str()));
   EXPECT_FALSE(ZoPlatform::Exists((temp / "No").c_str()));
