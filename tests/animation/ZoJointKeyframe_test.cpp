@@ -6,7 +6,6 @@
 #include <zoactor/animation/ZoJointKeyList.h>
 #include <zoactor/animation/ZoJointKeyframe.h>
 #include <zoactor/animation/ZoKeyList.h>
-#include <zoactor/serialization/ZoTypeCodes.h>
 
 #include "ZoAnimationTestSupport.h"
 
@@ -85,9 +84,9 @@ TEST(ZoJointKeyframeBlends, LinearControlsLieAThirdOfTheWayToTheNeighbours) {
 
 // The smooth controls of the actor transforms, with one neighbour or two,
 // are checked against Eigen by the sampling oracle; here that the local
-// transforms take their own neighbours, and that without neighbours the
-// outputs are left as they were.
-TEST(ZoJointKeyframeBlends, SmoothControlsUseTangentsOfEachTransform) {
+// transforms take their own neighbours, what a key without neighbours gets,
+// and that other modes leave the controls as they were.
+TEST(ZoJointKeyframeBlends, SmoothControlsWithAndWithoutNeighboursAndOtherModes) {
   ZoTransform3 p({0, 0, 0}, About(0.4f, {1, 2, 0}));
   ZoTransform3 q({6, 0, 0}, About(1.1f, {0, 1, 1}));
   ZoTransform3 r({6, 12, 6}, About(-0.7f, {1, 0, 1}));
@@ -95,18 +94,16 @@ TEST(ZoJointKeyframeBlends, SmoothControlsUseTangentsOfEachTransform) {
   ZoVector3 tangent(7, 8, 9);
   ZoJointKeyframe::ComputeControlPoint(nullptr, &q, nullptr, in, out, tangent);
   EXPECT_EQ(std::make_tuple(in, out, tangent), std::make_tuple(ZoRotation3(0, 1, 0, 0), ZoRotation3(0, 0, 1, 0), ZoVector3(7, 8, 9)));
-  ZoJointKeyframe::ComputeControlPoint(&p, &q, &r, in, out, tangent);
 
   ZoJointKeyframe kp, kq, kr;
   kp.actorTransform = kr.localTransform = p;
   kq.actorTransform = kq.localTransform = q;
   kr.actorTransform = kp.localTransform = r;
   kq.ComputeBlends(&kp, &kr, 1);
-  EXPECT_EQ(std::make_pair(kq.blendMode, kq.actorOut.rotation), std::make_pair(1, out));
+  EXPECT_EQ(kq.blendMode, 1);
   ExpectNear(kq.localOut.translation, ZoVector3(5, -2, -1));  // neighbours swapped
-}
 
-TEST(ZoJointKeyframeBlends, SmoothWithoutNeighboursAndOtherModes) {
+  // Without neighbours: the key's translations, no turn.
   ZoJointKeyframe kf;
   kf.actorTransform = ZoTransform3({1, 2, 3}, About(0.5f, {0, 1, 0}));
   kf.localTransform = ZoTransform3({4, 5, 6}, About(0.5f, {1, 0, 0}));
@@ -214,10 +211,9 @@ TEST(ZoJointKeyListStream, WrittenUnderTheKeyListCodeAndReadBackAsAKeyList) {
   ZoJointKeyList list;
   list.Insert(JointKey(10, {1, 0, 0}), 1);
   list.Insert(JointKey(20, {2, 0, 0}), 1);
-  Bytes written = zotest::Framed(&list);
-  ASSERT_EQ(written.size(), 4u + 4u + 2u * (4u + 208u));
-  EXPECT_EQ(Bytes(written.begin(), written.begin() + 4), Bytes(ByteBuilder().i32(ZoTypeCode::KeyList)));
-  zotest::Reader in(written);
+  // Written under the key list's code (the skill body layouts check the
+  // bytes), it reads back as a plain key list.
+  zotest::Reader in(zotest::Framed(&list));
   std::unique_ptr<ZoStreamObject> back(in->ReadObject(nullptr));
   EXPECT_EQ(dynamic_cast<ZoJointKeyList*>(back.get()), nullptr);
   auto* plain = dynamic_cast<ZoKeyList*>(back.get());
