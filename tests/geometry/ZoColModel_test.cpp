@@ -167,13 +167,9 @@ TEST(ZoColModelBuild, InvariantsOnRandomMeshes) {
 
 TEST(ZoColModelBuild, CleansAndSkipsWhatItCannotBuild) {
   // Degenerate triangles and unused vertices go; the rest gets a tree.
+  // Vertex 4 is unused, vertex 5 at the origin: the last two are degenerate.
   auto* set = new ZoTriangleSet;
-  set->Create(ZoTriSetIndexed, 0, 3, 6, 0);
-  ZoVector3 const points[5] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {7, 7, 7}};  // 4 unused
-  std::copy(points, points + 5, &set->Vertex(0));
-  set->Triangle(0).Set(0, 1, 2);
-  set->Triangle(1).Set(0, 1, 1);  // degenerate
-  set->Triangle(2).Set(0, 3, 5);  // 5 is at the origin: degenerate
+  Build(*set, 0, 6, {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {7, 7, 7}}, {{0, 1, 2}, {0, 1, 1}, {0, 3, 5}});
   ZoColModel model;
   model.SetTriangleSet(set);
   model.UpdateSphereTree();

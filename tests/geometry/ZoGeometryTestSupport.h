@@ -48,6 +48,16 @@ inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_
   return reader->Status();
 }
 
+// An indexed set of the given vertices (the rest at the origin) and
+// triangles.
+inline void Build(ZoTriangleSet& set, int flags, int vertices, std::initializer_list<ZoVector3> points,
+           std::initializer_list<std::array<int, 3>> triangles) {
+  set.Create(ZoTriSetIndexed, flags, static_cast<int>(triangles.size()), vertices, 0);
+  int v = 0, i = 0;
+  for (ZoVector3 const& p : points) set.Vertex(v++) = p;
+  for (auto const& t : triangles) set.Triangle(i++).Set(t[0], t[1], t[2]);
+}
+
 inline ZoVector3 RandomPoint(std::mt19937& random, float extent) {
   std::uniform_real_distribution<float> coordinate(-extent, extent);
   return {coordinate(random), coordinate(random), coordinate(random)};

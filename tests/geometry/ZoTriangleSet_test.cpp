@@ -6,16 +6,6 @@ using namespace zogeotest;
 
 namespace {
 
-// An indexed set of the given vertices (the rest at the origin) and
-// triangles.
-void Build(ZoTriangleSet& set, int flags, int vertices, std::initializer_list<ZoVector3> points,
-           std::initializer_list<std::array<int, 3>> triangles) {
-  set.Create(ZoTriSetIndexed, flags, static_cast<int>(triangles.size()), vertices, 0);
-  int v = 0, i = 0;
-  for (ZoVector3 const& p : points) set.Vertex(v++) = p;
-  for (auto const& t : triangles) set.Triangle(i++).Set(t[0], t[1], t[2]);
-}
-
 std::unique_ptr<ZoTriangleSet> OneTriangle(ZoVector3 p, ZoVector3 q, ZoVector3 r, int flags = 0) {
   auto set = std::make_unique<ZoTriangleSet>();
   Build(*set, flags, 3, {p, q, r}, {{0, 1, 2}});

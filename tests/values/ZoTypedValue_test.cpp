@@ -30,6 +30,12 @@ std::string Conversions(ZoTypedValue const& value) {
 
 void Notify(ZoTypedValue*, intptr_t) {}
 
+// An int value and its callback: "4, callback, data 5".
+std::string Callback(ZoTypedValue const& value) {
+  return std::to_string(AsInt(value)) + (value.GetModCallBack() == &Notify ? ", callback" : ", no callback") +
+         ", data " + std::to_string(value.GetModCallBackData());
+}
+
 }  // namespace
 
 // The framed layouts of every value are checked in ZoValuesReadFailures_test.cpp.
@@ -114,17 +120,12 @@ TEST(ZoTypedValueCopy, CopyConstructorKeepsTheCallbackCopyAndAssignmentDoNot) {
   ZoIntValue source(4);
   intptr_t const data = reinterpret_cast<intptr_t>(&source);  // pointer-sized data survives unchanged
   source.SetModCallBack(&Notify, data);
-  ZoIntValue constructed(source);
-  EXPECT_EQ(constructed.GetModCallBack(), &Notify);
-  EXPECT_EQ(constructed.GetModCallBackData(), data);
+  ZoIntValue constructed(source), target(9);
   ValuePtr copy(source.Copy());
-  EXPECT_EQ(copy->GetModCallBack(), nullptr);
-  EXPECT_EQ(copy->GetModCallBackData(), 0);
-  EXPECT_EQ(static_cast<int>(static_cast<ZoIntValue&>(*copy)), 4);
-  ZoIntValue target(9);
   target = source;
-  EXPECT_EQ(static_cast<int>(target), 4);
-  EXPECT_EQ(target.GetModCallBack(), nullptr);
+  EXPECT_EQ(Callback(constructed), Callback(source));
+  EXPECT_EQ(Callback(*copy), "4, no callback, data 0");
+  EXPECT_EQ(Callback(target), "4, no callback, data 0");
 }
 
 // --- Lists and arrays ------------------------------------------------------------------
