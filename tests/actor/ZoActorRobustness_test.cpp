@@ -193,9 +193,8 @@ ZoColModel* PartModel(ZoProtoActor const* actor, int part) {
 TEST(ZoActorFileLarge, ReadsFromTheFileAndWritesItsBytesBack) {
   TempFolder folder;
   ActorRef original(BigActor());
-  std::string const path = folder / "Boulder.act";
-  ASSERT_EQ(ZoProtoActor::WriteActorFile(path.c_str(), original.get()), 1);
-  Bytes file = FileBytes(path);
+  Bytes const file = ActorFile(original.get());
+  std::string const path = folder.WriteFile("Boulder.act", file);
   ASSERT_GT(file.size(), size_t{1} << 20);
   ASSERT_GT(PartModel(original.get(), 0)->GetNumSpheres() * 28, 1 << 20);
 
@@ -212,15 +211,14 @@ TEST(ZoActorFileLarge, ABrokenLinkInALaterRunIsRefusedAsFromMemory) {
   // The last sphere node's right child names the first leaf again.
   ZoColModel* model = PartModel(original.get(), 1);
   model->GetRoot()[model->GetNumSpheres() - 1].right = ZoSphereNode::LeafReference(0);
-  std::string const path = folder / "Boulder.act";
-  ASSERT_EQ(ZoProtoActor::WriteActorFile(path.c_str(), original.get()), 1);
-  Bytes file = FileBytes(path);
+  Bytes const file = ActorFile(original.get());
+  std::string const path = folder.WriteFile("Boulder.act", file);
 
   ZoReadReport fromFile;
   EXPECT_EQ(ZoProtoActor::ReadActorFile(path.c_str(), &fromFile), nullptr);
   ZoReadReport fromMemory;
-  ZoMemoryStream memory(file.data(), static_cast<int32_t>(file.size()));
-  EXPECT_EQ(ZoProtoActor::ReadActorFrom(memory, &fromMemory), nullptr);
+  Reader memory(file, 0);
+  EXPECT_EQ(ZoProtoActor::ReadActorFrom(*memory, &fromMemory), nullptr);
   EXPECT_EQ(fromFile.status, ZoStreamFormatError);
   EXPECT_STREQ(fromFile.reason, fromMemory.reason);
   EXPECT_NE(std::strstr(fromFile.reason, "links do not form a tree"), nullptr) << fromFile.reason;
