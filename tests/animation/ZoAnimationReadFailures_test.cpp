@@ -11,12 +11,7 @@
 
 using namespace zoanimationtest;
 using zotest::Body;
-
-namespace {
-
-Bytes Framed(ZoStreamObject const& object) { return zotest::Framed(&object); }
-
-}  // namespace
+using zotest::Framed;
 
 // A truncated and a corrupted input of each reader of this layer: the read
 // fails, keeping the offset where it failed and a reason naming what.
@@ -24,7 +19,7 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
   using zotest::BadInput;
   ZoSpline spline;
   spline.SetLinear(ZoTransform3(), ZoTransform3(), 10);
-  int64_t const splineFrame = static_cast<int64_t>(Framed(spline).size());
+  int64_t const splineFrame = static_cast<int64_t>(Framed(&spline).size());
   ByteBuilder deep;
   for (int i = 0; i <= ZoReadLimits::MaxDepth(); ++i) deep.raw({0x4C, 0x79, 0x65, 0x4B}).i32(1);
   Bytes points = ByteBuilder().i32(2).append(Bytes(136, 0));  // room for one point only
@@ -32,7 +27,7 @@ TEST(ZoAnimationReadFailures, EachReaderNamesWhereAndWhy) {
   BadInput const cases[] = {
       {"key count past the data", ByteBuilder().i32(0x40000000).append(KeyFrame(5, 0)), ZoTypeCode::KeyList,
        ZoStreamReadError, 0, "count 1073741824 of 4-byte elements exceeds the 12 bytes left"},
-      {"a spline among the keys", ByteBuilder().i32(3).append(KeyFrame(5, 1)).append(Framed(spline)),
+      {"a spline among the keys", ByteBuilder().i32(3).append(KeyFrame(5, 1)).append(Framed(&spline)),
        ZoTypeCode::KeyList, ZoStreamFormatError, 16 + splineFrame, "an object of type code 0x53706C69 in a key list"},
       {"key lists nested past the cap", deep.i32(-2), 0, ZoStreamFormatError, 8 * ZoReadLimits::MaxDepth() + 4,
        "nesting deeper than"},

@@ -62,17 +62,13 @@ TEST(ZoTreeNode, RemoveChildUnlinksChildrenAndClearsTheLinksOfStrangers) {
 
   // A node of another parent: that parent's list is left alone, the node's
   // own links are cleared.
-  ZoTreeNode other;
-  auto* stranger = new ZoTreeNode;
-  auto* strangerSibling = new ZoTreeNode;
-  other.addChild(stranger);
-  other.addChild(strangerSibling);
-  parent.removeChild(stranger);
+  ZoTreeNode other, stranger, strangerSibling;
+  other.DestroyChildrenOnDestruct(0);  // its children are locals
+  other.addChild(&stranger);
+  other.addChild(&strangerSibling);
+  parent.removeChild(&stranger);
   EXPECT_EQ(Children(parent), Nodes({kids[0], kids[1], kids[2]}));
-  EXPECT_EQ(Nodes({stranger->parent(), stranger->nextSibling(), other.firstChild()}), Nodes({nullptr, nullptr, stranger}));
-  delete strangerSibling;  // unlinked by hand: other would reach it no more
-  other.DestroyChildrenOnDestruct(0);
-  delete stranger;
+  EXPECT_EQ(Nodes({stranger.parent(), stranger.nextSibling(), other.firstChild()}), Nodes({nullptr, nullptr, &stranger}));
 
   parent.removeChild(kids[1]);  // middle, first, then the last
   EXPECT_EQ(Children(parent), Nodes({kids[0], kids[2]}));
