@@ -165,6 +165,17 @@ inline ActorRef ActorWithSkillFiles(TempFolder const& folder, std::vector<char c
   return actor;
 }
 
+// The names `name` gives the items (of type Item) of `list`, each followed
+// by ';'.
+template <class Item, class Name>
+std::string Joined(ZoDblList const& list, Name name) {
+  std::string text;
+  ZoDblListItem* cursor = nullptr;
+  for (void* item = list.GetFirst(cursor); item != nullptr; item = list.GetNext(cursor))
+    text += std::string(name(*static_cast<Item const*>(item)).c_str()) + ";";
+  return text;
+}
+
 // The bytes of a file on disk, or empty.
 inline Bytes FileBytes(std::string const& path) {
   std::ifstream in(path, std::ios::binary);

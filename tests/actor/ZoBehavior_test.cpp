@@ -23,12 +23,7 @@ ZoFSMSpaceToBhvr* Map(char const* space, std::initializer_list<char const*> acti
 }
 
 std::string Active(ZoFSMSpaceToBhvr const* map) {
-  std::string text;
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = map->ActiveBehaviors().GetFirst(cursor); item != nullptr;
-       item = map->ActiveBehaviors().GetNext(cursor))
-    text += std::string(static_cast<ZoString*>(item)->c_str()) + ";";
-  return text;
+  return Joined<ZoString>(map->ActiveBehaviors(), [](ZoString const& name) { return name; });
 }
 
 ZoProtoProxDef* Def(char const* name, float radius, float range1, float range2) {

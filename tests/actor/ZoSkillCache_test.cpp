@@ -23,11 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string Cached(ZoProtoActor const& actor) {
-  std::string names;
-  ZoDblListItem* cursor = nullptr;
-  for (void* item = actor.Skills().GetFirst(cursor); item != nullptr; item = actor.Skills().GetNext(cursor))
-    names += std::string(static_cast<ZoProtoSkill*>(item)->Name().c_str()) + ";";
-  return names;
+  return Joined<ZoProtoSkill>(actor.Skills(), [](ZoProtoSkill const& skill) { return skill.Name(); });
 }
 
 std::vector<std::string> Listing(std::string const& folder) {
