@@ -106,20 +106,25 @@ inline ZoProtoNode* Solid(char const* name, ZoTransform3 const& home, float edge
   return node;
 }
 
-inline ActorRef FigureActor(char const* name) {
+// A new actor holding the skeleton `root`.
+inline ActorRef ActorOf(ZoProtoNode* root) {
   ActorRef actor(new ZoProtoActor);
+  actor->SetSkeleton(root);
+  return actor;
+}
+
+inline ActorRef FigureActor(char const* name) {
+  ActorRef actor = ActorOf(Figure());
   actor->SetName(name);
-  actor->SetSkeleton(Figure());
   return actor;
 }
 
 // A skill, no keys yet, over a flat skeleton: `joints` geometry joints
 // j0 … below j0.
 inline ZoProtoSkill* FlatSkill(int joints) {
-  ActorRef actor(new ZoProtoActor);
   ZoProtoNode* root = Joint("j0", ZoProtoNode::Geometry, 0);
   for (int j = 1; j < joints; ++j) root->addChild(Joint(("j" + std::to_string(j)).c_str(), ZoProtoNode::Geometry, 0));
-  actor->SetSkeleton(root);
+  ActorRef actor = ActorOf(root);
   auto* skill = new ZoProtoSkill;
   skill->SetupFromPrototype(actor.get());
   return skill;

@@ -69,8 +69,7 @@ TEST(ZoProtoActor, BoundsComeFromMeasuredNodesOnly) {
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(c.name);
-    ActorRef actor(new ZoProtoActor);
-    actor->SetSkeleton(c.skeleton());
+    ActorRef actor = ActorOf(c.skeleton());
     ZoVector3 min, max, center;
     float radius = 0, height = 0, sphere = 0;
     actor->GetBoundingBox(min, max);

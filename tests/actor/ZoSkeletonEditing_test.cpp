@@ -67,9 +67,7 @@ ActorRef FourSolids() {
   ZoProtoNode* d = Solid("D", ZoTransform3(ZoVector3(-2, 0, 0.5f), About(0.8f, ZoVector3(0, 1, 0))));
   d->addChild(Joint("H", ZoProtoNode::Handle, 0.1f));
   a->addChild(d);
-  ActorRef actor(new ZoProtoActor);
-  actor->SetSkeleton(a);
-  return actor;
+  return ActorOf(a);
 }
 
 ZoProtoNode* Named(ZoProtoActor& actor, char const* name) { return actor.NodeTraversal()->NodeWithName(name); }
@@ -77,8 +75,7 @@ ZoProtoNode* Named(ZoProtoActor& actor, char const* name) { return actor.NodeTra
 // Bounds of a fresh actor given a copy of the skeleton: what up-to-date
 // bounds must be.
 void ExpectFreshBounds(ZoProtoActor& actor) {
-  ActorRef fresh(new ZoProtoActor);
-  fresh->SetSkeleton(new ZoProtoNode(*actor.RootNode()));
+  ActorRef fresh = ActorOf(new ZoProtoNode(*actor.RootNode()));
   ZoVector3 min, max, freshMin, freshMax;
   actor.GetBoundingBox(min, max);
   fresh->GetBoundingBox(freshMin, freshMax);
@@ -200,8 +197,7 @@ TEST(ZoSkeletonEditing, CollapseMergesTheSubtreeIntoTheNodesFrameAndDestroysTheC
     n->addChild(Solid("G2", Offset(0, 1, 0)));
     ZoProtoNode* root = Solid("Root", Offset(0, 0, 0));
     root->addChild(n);
-    ActorRef actor(new ZoProtoActor);
-    actor->SetSkeleton(root);
+    ActorRef actor = ActorOf(root);
     std::vector<RecordingSkill*> skills = AddRecordingSkills(*actor);
 
     // Every geometry node's vertices placed in N's frame.
@@ -262,8 +258,7 @@ TEST(ZoSkeletonEditing, ScalingASubtreeChangesExactlyItsSizesAndTheBoundsFollow)
     root->addChild(Solid("body", Offset(1, 0, 0)));
     ZoProtoNode expected(*root);
     ScaleByHand(expected, s, true);
-    ActorRef actor(new ZoProtoActor);
-    actor->SetSkeleton(root.release());
+    ActorRef actor = ActorOf(root.release());
     ZoVector3 boxMin, boxMax, min, max;
     actor->GetBoundingBox(boxMin, boxMax);
     ZoProtoNode original(*actor->RootNode());
@@ -371,8 +366,7 @@ TEST(ZoSkeletonEditing, RandomEditsKeepEveryJointsKeysWithItsNode) {
   for (uint32_t seed = 1; seed <= 20; ++seed) {
     SCOPED_TRACE(::testing::Message() << "seed " << seed);
     EditModel model(seed);
-    ActorRef actor(new ZoProtoActor);
-    actor->SetSkeleton(model.NewSubtree(12, true));
+    ActorRef actor = ActorOf(model.NewSubtree(12, true));
     std::vector<ZoProtoSkill*> skills;
     for (int s = 0; s < kSkills; ++s) {
       skills.push_back(TaggedSkill(actor.get(), model, s));
