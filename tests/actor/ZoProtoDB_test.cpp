@@ -59,14 +59,9 @@ ZoProtoActor* Added(char const* name) {
   return actor;
 }
 
-// Saves an actor "Dog" with two skills into `folder`/Dog/.
-void SaveDog(TempFolder const& folder) {
-  ASSERT_EQ(SavableDog(folder, {"Walk", "Run"})->Save(ZoSkillFormatKeyframed), 1);
-}
-
 TEST_F(ZoProtoDBTest, LoadsEachFileOnceUnderItsBaseName) {
   TempFolder folder;
-  SaveDog(folder);
+  ASSERT_EQ(SavableDog(folder, {"Walk", "Run"})->Save(ZoSkillFormatKeyframed), 1);  // Dog with two skills
   int status = -1;
   ZoProtoActor* first = ZoProtoDB::GetPrototype((folder.path() + "\\Dog\\Dog.act").c_str(), status, 0);
   ASSERT_NE(first, nullptr);
@@ -137,7 +132,7 @@ TEST_F(ZoProtoDBTest, RemoveAllReleasesEveryPrototype) {
 
 TEST_F(ZoProtoDBTest, FolderSavedAndLoadedOnAnotherCaseRoundTripsByteForByte) {
   TempFolder saved, mixed;
-  SaveDog(saved);
+  ASSERT_EQ(SavableDog(saved, {"Walk", "Run"})->Save(ZoSkillFormatKeyframed), 1);
   // The same files under names of other case than the actor asks for.
   fs::create_directories(mixed / "DOG/sKILLS");
   std::pair<char const*, char const*> const files[] = {
