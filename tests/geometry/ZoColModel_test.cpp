@@ -207,9 +207,7 @@ TEST(ZoColModelBuild, CleansAndSkipsWhatItCannotBuild) {
 
 TEST(ZoColModelBuild, SplitNeverLeavesASideEmpty) {
   OpenModel model;
-  std::mt19937 random(9);
-  model.SetTriangleSet(RandomSoup(random, 4, 1.0f, 0.1f));
-  model.UpdateSphereTree();
+  BuildRandomModel(model, 9, 4);
   ASSERT_NE(model.GetLeaves(), nullptr);
   std::vector<ZoVector3> corners(12);  // no triangle changes sides below
   int first1 = -1, count1 = -1, first2 = -1, count2 = -1;

@@ -134,8 +134,7 @@ TEST(ZoTriShapesSurfaces, SquareAndCube) {
   for (int v = 0; v < 4; ++v) EXPECT_EQ(square.Normal(v), ZoVector3(0, 0, 1));
 
   ZoTriCube cube(TexturedMaterial(2), ZoVector3(2, 4, 6));
-  EXPECT_EQ(cube.GetFlags(), 11);
-  ASSERT_EQ(cube.GetNumTexturesPerVertex(), 2);
+  ASSERT_EQ(Describe(cube), "type 0, flags 11, 8 vertices, 12 triangles, 2 textures, 1 materials");
   ZoVector3 lo, hi;
   cube.FindBoundingBox(lo, hi);
   EXPECT_EQ(lo, ZoVector3(-1, -2, -3));

@@ -171,11 +171,10 @@ TEST(ZoTriangleSetMaterials, FlagsAndIndicesAgreeAfterSetNumMaterials) {
   set.Material(2).scalar = 7.0f;
   EXPECT_TRUE(set.SetNumMaterials(3));  // same count: kept
   EXPECT_EQ(set.Material(2).scalar, 7.0f);
-  EXPECT_TRUE(set.SetNumMaterials(0));
-  EXPECT_EQ(set.GetNumMaterials(), 0);
-  EXPECT_FALSE(set.HasMaterialIndices());
+  EXPECT_TRUE(set.SetNumMaterials(0));  // no materials: no indices
+  EXPECT_EQ(Describe(set), "type 0, flags 0, 3 vertices, 2 triangles, 0 textures, 0 materials");
   EXPECT_TRUE(set.SetNumMaterials(1));  // materials without indices do not grow them
-  EXPECT_FALSE(set.HasMaterialIndices());
+  EXPECT_EQ(Describe(set), "type 0, flags 0, 3 vertices, 2 triangles, 0 textures, 1 materials");
 }
 
 TEST(ZoTriangleSetEditing, FindTriangleNormal) {
