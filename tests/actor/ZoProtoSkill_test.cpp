@@ -132,7 +132,7 @@ TEST(ZoProtoSkillBody, Version106WithJointsAndEveryRecord) {
 
 // An old or current skill file in memory, by the version that selects its
 // layout; `body` is everything behind the skill's type code.
-Bytes SkillFile(int32_t headerVersion, int32_t headerFormat, std::function<void(ByteBuilder&)> const& body) {
+Bytes LaidOutSkillFile(int32_t headerVersion, int32_t headerFormat, std::function<void(ByteBuilder&)> const& body) {
   ByteBuilder file;
   if (headerVersion == 0) {
     file.i32(ZoProtoSkill::fileType);
@@ -153,28 +153,28 @@ TEST(ZoProtoSkillFile, OlderLayoutsByVersion) {
     Bytes file;
     char const* facts;
   } const cases[] = {
-      {"30: format from the header, no facing", SkillFile(30, kKeyframed, [&](ByteBuilder& b) {
+      {"30: format from the header, no facing", LaidOutSkillFile(30, kKeyframed, [&](ByteBuilder& b) {
          joints(b.i32(2).str("Old"));
        }), "Old v2 SklK type 0 rate 33 keys 10"},
-      {"30 in the SklN format", SkillFile(30, kNone, [&](ByteBuilder& b) { b.i32(2).str("Old").i32(2); }),
+      {"30 in the SklN format", LaidOutSkillFile(30, kNone, [&](ByteBuilder& b) { b.i32(2).str("Old").i32(2); }),
        "Old v2 SklN type 0 rate 33 keys 00"},
-      {"37: the facing transform", SkillFile(37, kKeyframed, [&](ByteBuilder& b) {
+      {"37: the facing transform", LaidOutSkillFile(37, kKeyframed, [&](ByteBuilder& b) {
          joints(b.i32(2).str("Old"));
          AddTransform(b, facing);
        }), "Old v2 SklK type 0 rate 33 keys 10 facing"},
-      {"38: own version and format, rate", SkillFile(38, 0, [&](ByteBuilder& b) {
+      {"38: own version and format, rate", LaidOutSkillFile(38, 0, [&](ByteBuilder& b) {
          joints(b.i32(38).i32(kKeyframed).i32(2).str("Old"));
          AddTransform(b, facing).i32(25).i32(1);
        }), "Old v2 SklK type 0 rate 25 keys 10 facing"},
-      {"101", SkillFile(0, 0, [&](ByteBuilder& b) {
+      {"101", LaidOutSkillFile(0, 0, [&](ByteBuilder& b) {
          joints(b.i32(101).i32(kKeyframed).i32(2).str("Old"));
          AddTransform(b, facing).i32(25).i32(1);
        }), "Old v2 SklK type 0 rate 25 keys 10 facing"},
-      {"102: type and records", SkillFile(0, 0, [&](ByteBuilder& b) {
+      {"102: type and records", LaidOutSkillFile(0, 0, [&](ByteBuilder& b) {
          joints(b.i32(102).i32(kKeyframed).i32(2).str("Old").i32(9));
          AddTransform(b, facing).i32(25).i32(1).i32(1).i32(1).i32(0x50724844).i32(4);
        }), "Old v2 SklK type 9 rate 25 keys 10 facing records"},
-      {"103: the conversion", SkillFile(0, 0, [&](ByteBuilder& b) {
+      {"103: the conversion", LaidOutSkillFile(0, 0, [&](ByteBuilder& b) {
          joints(b.i32(103).i32(kKeyframed).i32(2).str("Old").i32(9));
          AddTransform(b, facing).i32(25).i32(1).i32(0).f32(0).f32(1).f32(0).f32(0);
        }), "Old v2 SklK type 9 rate 25 keys 10 facing conversion"},
