@@ -1,6 +1,7 @@
 // Untrusted bodies: counts, indices, flags, types and tree links that a
 // file may get wrong fail the read with an error status and leave nothing
-// half-valid behind; every truncation fails cleanly.
+// half-valid behind; every truncation fails cleanly; the one-pass link check
+// accepts exactly the trees a walk from the root accepts.
 #include "ZoGeometryTestSupport.h"
 
 using namespace zogeotest;
@@ -88,7 +89,7 @@ TEST(ZoTriangleSetRobustness, CountsThatCannotBeTrue) {
     if (c.expected == ZoStreamOk)
       EXPECT_EQ(set.GetNumTriangles(), 1);
     else
-      EXPECT_EQ(zogeotest::Describe(set) + (set.GetVertices() != nullptr ? ", holding vertices" : ""),
+      EXPECT_EQ(Describe(set) + (set.GetVertices() != nullptr ? ", holding vertices" : ""),
                 "type 4, flags 0, 0 vertices, 0 triangles, 0 textures, 0 materials");
   }
   // Ten vertices take 120 bytes: at a cap of 120 they read, at 119 not.
@@ -112,7 +113,7 @@ struct ModelBody {
 
 ModelBody MakeModelBody(int n, int32_t version = kZoCurrentVersion) {
   ZoColModel model;
-  zogeotest::BuildRandomModel(model, static_cast<unsigned>(n), n);
+  BuildRandomModel(model, static_cast<unsigned>(n), n);
   EXPECT_NE(model.GetRoot(), nullptr);
   ModelBody body;
   body.bytes = Body(model, version);
@@ -133,6 +134,12 @@ ZoStreamError Patched(Bytes bytes, std::initializer_list<std::pair<size_t, uint3
     EXPECT_EQ(model.GetDepth(), 0);
   }
   return status;
+}
+
+uint32_t Word(Bytes const& bytes, size_t offset) {
+  uint32_t word = 0;
+  std::memcpy(&word, &bytes[offset], 4);
+  return word;
 }
 
 }  // namespace
@@ -212,6 +219,35 @@ TEST(ZoColModelRobustness, BrokenTreesAreRefused) {
   EXPECT_EQ(held.GetRoot(), nullptr);
 }
 
+// Every child reference of a few built trees replaced by every leaf and
+// sphere reference in range (and one past), and the depth moved by one: the
+// one-pass link check accepts a body exactly when a walk from the root does.
+TEST(ZoColModelRobustness, LinkCheckAcceptsWhatAWalkFromTheRootAccepts) {
+  int accepted = 0, refused = 0;
+  for (int n : {2, 3, 5, 8, 13}) {
+    ModelBody const built = MakeModelBody(n);
+    auto linkAt = [&](size_t slot) { return built.spheresAt + 28 * (slot / 2) + 20 + 4 * (slot % 2); };
+    int const depth = static_cast<int>(Word(built.bytes, built.depthAt));
+    std::vector<uint32_t> links, candidates;
+    for (size_t slot = 0; slot < 2 * static_cast<size_t>(n - 1); ++slot) links.push_back(Word(built.bytes, linkAt(slot)));
+    for (int i = 0; i <= n; ++i) candidates.push_back(static_cast<uint32_t>(i));
+    for (int k = 0; k < n; ++k) candidates.push_back(ZoSphereNode::SphereReference(static_cast<uint32_t>(k)));
+    for (size_t slot = 0; slot < links.size(); ++slot) {
+      for (uint32_t value : candidates) {
+        std::vector<uint32_t> changed = links;
+        changed[slot] = value;
+        bool reads = Patched(built.bytes, {{linkAt(slot), value}}) == ZoStreamOk;
+        EXPECT_EQ(reads, WalkAccepts(changed, n, depth)) << n << " slot " << slot << " " << value;
+        (reads ? accepted : refused) += 1;
+      }
+    }
+    for (int delta : {-1, 1})
+      EXPECT_NE(Patched(built.bytes, {{built.depthAt, static_cast<uint32_t>(depth + delta)}}), ZoStreamOk) << n << delta;
+  }
+  EXPECT_GT(accepted, 0);  // swaps of leaves keep a tree
+  EXPECT_GT(refused, accepted);
+}
+
 TEST(ZoColModelRobustness, DeepDegenerateTreesBuildAndReadWithoutRecursion) {
   // Triangles at exponentially growing distances make every split peel off
   // one triangle: a tree as deep as the set is long.
@@ -238,7 +274,7 @@ TEST(ZoColModelRobustness, DeepDegenerateTreesBuildAndReadWithoutRecursion) {
 
 TEST(ZoColModelRobustness, NotANumberVerticesDoNotHangTheBuild) {
   std::mt19937 random(2);
-  auto* set = zogeotest::RandomSoup(random, 10);
+  auto* set = RandomSoup(random, 10);
   set->Vertex(4) = ZoVector3(std::nanf(""), 0, 0);
   ZoColModel model, back;
   model.SetTriangleSet(set);

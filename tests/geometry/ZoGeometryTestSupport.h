@@ -1,6 +1,6 @@
 // Helpers for the geometry tests, with the headers and names they share:
-// bodies read back, random meshes, comparison of triangle sets and a fake
-// hook manager.
+// bodies read back, random meshes, set descriptions and a fake hook
+// manager.
 #ifndef ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
 #define ZOACTOR_TESTS_GEOMETRY_ZOGEOMETRYTESTSUPPORT_H
 
@@ -114,12 +114,6 @@ inline ZoTriangleSet* RandomGrid(std::mt19937& random, int rows, int columns) {
       set->Triangle(t++).Set(a, e, d);
     }
   return set;
-}
-
-// Equality of two sets through their bodies: every stored array by its
-// flag, the counts, the type and the materials.
-inline void ExpectSameSet(ZoTriangleSet const& a, ZoTriangleSet const& b) {
-  EXPECT_EQ(zotest::Hex(zotest::Body(a)), zotest::Hex(zotest::Body(b)));
 }
 
 // The layout of a set in one line: "type 0, flags 9, 7 vertices, 5

@@ -222,7 +222,7 @@ TEST(ZoTriangleSetEditing, RemoveUnusedVerticesKeepsOrderAndAttributes) {
   float const kept[3] = {2, 5, 7};
   for (int v = 0; v < 3; ++v) FillVertex(expected, v, kept[v]);
   expected.Triangle(0).Set(2, 0, 1);
-  ExpectSameSet(set, expected);
+  EXPECT_EQ(zotest::Hex(Body(set)), zotest::Hex(Body(expected)));
   // A corner outside the vertices (a set built by hand) leaves it alone.
   set.Triangle(0).Set(0, 1, 9);
   set.RemoveUnusedVertices();
