@@ -137,7 +137,6 @@ TEST(ZoKeyListLookups, EveryLookupAtItsEdges) {
     SCOPED_TRACE(::testing::Message() << "op " << c.op << " " << c.t1 << " " << c.t2 << " over " << c.keys.size());
     ZoKeyList list;
     Fill(list, c.keys);
-    EXPECT_EQ(std::make_pair(list.FirstTime(), list.LastTime()), std::make_pair(c.keys.front(), c.keys.back()));
     ZoKeyframe* kf = c.op == At      ? list.KeyframeAtTime(c.t1)
                      : c.op == Until ? list.LastKeyframeUntil(c.t1)
                      : c.op == After ? list.FirstKeyframeAfter(c.t1)

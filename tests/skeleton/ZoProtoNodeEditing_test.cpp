@@ -30,13 +30,6 @@ ZoJLHinge* Hinge() {
   return hinge;
 }
 
-ZoRotation3 MinRot(ZoJLimit const* limit) {
-  ZoRotation3 lo, hi;
-  int arc = 0;
-  static_cast<ZoJLHinge const*>(limit)->GetValue(lo, hi, arc);
-  return lo;
-}
-
 }  // namespace
 
 TEST(ZoProtoNodeEditing, TransformPivotKeepsShapesSpheresSplineAndChildrenInPlace) {
@@ -59,7 +52,7 @@ TEST(ZoProtoNodeEditing, TransformPivotKeepsShapesSpheresSplineAndChildrenInPlac
     splineWorld.push_back(home * node->SplineInfo()->ControlPoint(i)->transform);
   for (ZoTreeNode* c = node->firstChild(); c != nullptr; c = c->nextSibling())
     childWorld.push_back(home * static_cast<ZoProtoNode*>(c)->HomeTransform());
-  ZoRotation3 const limitMin = MinRot(node->JointLimit());
+  ZoRotation3 const limitMin = std::get<0>(HingeValue(node->JointLimit()));
 
   ZoTransform3 const t(ZoVector3(0.3f, -0.2f, 0.1f), About(0.9f, ZoVector3(0.6f, 0.8f, 0)));
   node->TransformPivot(t);
@@ -76,8 +69,8 @@ TEST(ZoProtoNodeEditing, TransformPivotKeepsShapesSpheresSplineAndChildrenInPlac
   for (ZoTreeNode* c = node->firstChild(); c != nullptr; c = c->nextSibling(), ++k)
     ExpectSameTransform(moved * static_cast<ZoProtoNode*>(c)->HomeTransform(), childWorld[k]);
   // The node's limit turns with its frame; a child's limit turns back.
-  EXPECT_TRUE(SameRotation(MinRot(node->JointLimit()), t.rotation * limitMin));
-  EXPECT_TRUE(SameRotation(MinRot(arm->JointLimit()), ~t.rotation * limitMin));
+  EXPECT_TRUE(SameRotation(std::get<0>(HingeValue(node->JointLimit())), t.rotation * limitMin));
+  EXPECT_TRUE(SameRotation(std::get<0>(HingeValue(arm->JointLimit())), ~t.rotation * limitMin));
 }
 
 TEST(ZoProtoNodeEditing, TransformPivotLeavesAModelWithoutTreeAsItIs) {

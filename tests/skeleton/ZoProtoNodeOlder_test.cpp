@@ -58,10 +58,7 @@ TEST(ZoProtoNodeOlder, GoldenSkeletonsDecodeToTheirFacts) {
 
     ZoProtoNode const* arm = all.Node(1);
     ASSERT_NE(arm->JointLimit(), nullptr);
-    ZoRotation3 lo, hi;
-    int arc = -1;
-    static_cast<ZoJLHinge*>(arm->JointLimit())->GetValue(lo, hi, arc);
-    EXPECT_EQ(arc, v >= 27 ? 1 : 0);  // the long arc
+    EXPECT_EQ(std::get<2>(HingeValue(arm->JointLimit())), v >= 27 ? 1 : 0);  // the long arc
     ZoProtoGeomInfo const* g = arm->GeomInfo();
     ASSERT_NE(g, nullptr);
     // The older record's square, width and material, or the defaults.

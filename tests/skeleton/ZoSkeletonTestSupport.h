@@ -75,6 +75,14 @@ inline std::vector<std::string> Names(ZoProtoTraversal const& t) {
   return names;
 }
 
+// The ends and the long-arc flag of a hinge limit.
+inline std::tuple<ZoRotation3, ZoRotation3, int> HingeValue(ZoJLimit const* limit) {
+  ZoRotation3 lo, hi;
+  int arc = -1;
+  static_cast<ZoJLHinge const*>(limit)->GetValue(lo, hi, arc);
+  return {lo, hi, arc};
+}
+
 // True when the two rotations are within `tolerance` component-wise, up to
 // sign (q and −q are the same rotation).
 inline bool SameRotation(ZoRotation3 const& a, ZoRotation3 const& b, float tolerance = 1e-5f) {
