@@ -12,13 +12,7 @@
 
 namespace {
 
-using zoseqtest::AddTransform;
-using zoseqtest::ContainerHeader;
-using zoseqtest::MotionHeader;
-using zoseqtest::Pose;
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::TempFolder;
+using namespace zoseqtest;
 
 TEST(AnimFile, HeaderIsRewrittenAtCloseAndOpenForReadingRecounts) {
   TempFolder temp;

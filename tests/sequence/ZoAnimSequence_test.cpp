@@ -14,16 +14,9 @@
 
 namespace {
 
+using namespace zoseqtest;
 using zoacttest::ActorRef;
 using zoacttest::FigureActor;
-using zoseqtest::ContainerHeader;
-using zoseqtest::AddTransform;
-using zoseqtest::MessageCollector;
-using zoseqtest::MotionHeader;
-using zoseqtest::Pose;
-using zotest::ByteBuilder;
-using zotest::Bytes;
-using zotest::TempFolder;
 
 // The frame `frame` of a record: `size` transforms seeded by record and frame.
 std::vector<ZoTransform3> Frame(int record, int frame, int size) {

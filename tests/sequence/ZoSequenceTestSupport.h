@@ -17,6 +17,7 @@ namespace zoseqtest {
 
 using zotest::ByteBuilder;
 using zotest::Bytes;
+using zotest::TempFolder;
 // A transform's 28 bytes, as a motion file stores a pose.
 using zoskeletontest::AddTransform;
 
