@@ -149,36 +149,38 @@ TEST(ZoMaterialOlderRecord, FlagsFromTheOldBitsOnBothSidesOfVersions10And20) {
 
 // --- Light -----------------------------------------------------------------------------
 
-TEST(ZoLightOlderRecord, LayoutsOnBothSidesOfVersions44And46) {
-  for (int32_t version : {43, 44, 45, 46, 106}) {
-    SCOPED_TRACE(version);
-    ZoLight light;
-    ReadRecord(Golden("light-v" + std::to_string(version)), version, light, ReadOldLight);
-    std::string map = version == 43 ? "" : "map" + std::to_string(version);
-    EXPECT_EQ(Describe(light), "kind 3, angle 30, colours 0 0 0 0 / 0.25 0.5 0.75 1, properties 1, map '" + map + "'");
-  }
-}
-
-TEST(ZoLightOlderRecord, TypesMapToKindsAndAmbientSetsOnlyTheColours) {
+// The layouts on both sides of versions 44 and 46, then the light types of
+// version 46: each maps to a kind (unknown types keep the kind held), and
+// ambient sets only the colours.
+TEST(ZoLightOlderRecord, LayoutsOnBothSidesOfVersions44And46AndTypesToKinds) {
+  std::string const layout = "kind 3, angle 30, colours 0 0 0 0 / 0.25 0.5 0.75 1, properties 1, map '";
+  std::string const typed = ", angle 45, colours 0 0 0 0 / 0.1 0.2 0.3 1, properties ";
   struct Case {
-    int32_t type;
-    char const* described;
+    char const* record;
+    int32_t version;
+    std::string described;
+  } const cases[] = {
+      {"light-v43", 43, layout + "'"},
+      {"light-v44", 44, layout + "map44'"},
+      {"light-v45", 45, layout + "map45'"},
+      {"light-v46", 46, layout + "map46'"},
+      {"light-v106", 106, layout + "map106'"},
+      {"light-type0-v46", 46, "kind 0" + typed + "0"},
+      {"light-type2-v46", 46, "kind 1" + typed + "0"},
+      {"light-type1-v46", 46, "kind 2" + typed + "0"},
+      {"light-type4-v46", 46, "kind 3" + typed + "1, map 'n'"},
+      {"light-type7-v46", 46, "kind 9" + typed + "0"},
+      {"light-type-1-v46", 46, "kind 9" + typed + "0"},
+      {"light-ambient-v44", 44, "kind 9, angle 1, colours 0.4 0.5 0.6 1 / 0 0 0 0, properties 0"},
   };
-  for (Case c : {Case{0, "kind 0"}, Case{2, "kind 1"}, Case{1, "kind 2"}, Case{7, "kind 9"}, Case{-1, "kind 9"}}) {
-    SCOPED_TRACE(c.type);
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.record);
     ZoLight light;
     light.kind = 9;
-    ReadRecord(Golden("light-type" + std::to_string(c.type) + "-v46"), 46, light, ReadOldLight);
-    EXPECT_EQ(Describe(light), std::string(c.described) + ", angle 45, colours 0 0 0 0 / 0.1 0.2 0.3 1, properties 0");
+    light.angle = 1.0f;
+    ReadRecord(Golden(c.record), c.version, light, ReadOldLight);
+    EXPECT_EQ(Describe(light), c.described);
   }
-  ZoLight lit;
-  ReadRecord(Golden("light-type4-v46"), 46, lit, ReadOldLight);
-  EXPECT_EQ(Describe(lit), "kind 3, angle 45, colours 0 0 0 0 / 0.1 0.2 0.3 1, properties 1, map 'n'");
-  ZoLight ambient;
-  ambient.kind = 5;
-  ambient.angle = 1.0f;
-  ReadRecord(Golden("light-ambient-v44"), 44, ambient, ReadOldLight);
-  EXPECT_EQ(Describe(ambient), "kind 5, angle 1, colours 0.4 0.5 0.6 1 / 0 0 0 0, properties 0");
 }
 
 // A record cut short changes nothing; a name filling its whole field, in a
