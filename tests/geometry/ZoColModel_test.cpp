@@ -156,13 +156,6 @@ TEST(ZoColModelBuild, InvariantsOnRandomMeshes) {
     // used vertices 3t .. 3t + 2 and material t mod 2).
     for (int i = 0; i < set.GetNumTriangles(); ++i) EXPECT_EQ(set.MaterialIndex(i), (set.Triangle(i)[0] / 3) % 2);
   }
-  for (int side : {1, 3, 40, 70}) {
-    SCOPED_TRACE(side);
-    ZoColModel grid;
-    grid.SetTriangleSet(RandomGrid(random, side, side + 1));
-    grid.UpdateSphereTree();
-    CheckTree(grid);
-  }
 }
 
 TEST(ZoColModelBuild, CleansAndSkipsWhatItCannotBuild) {

@@ -95,27 +95,6 @@ inline void BuildRandomModel(ZoColModel& model, unsigned seed, int triangles) {
   model.UpdateSphereTree();
 }
 
-// A connected grid of rows × columns quads (two triangles each) on a wavy
-// height field.
-inline ZoTriangleSet* RandomGrid(std::mt19937& random, int rows, int columns) {
-  auto* set = new ZoTriangleSet;
-  set->Create(ZoTriSetIndexed, 0, 2 * rows * columns, (rows + 1) * (columns + 1), 0);
-  std::uniform_real_distribution<float> jitter(-0.3f, 0.3f);
-  for (int r = 0; r <= rows; ++r)
-    for (int c = 0; c <= columns; ++c)
-      set->Vertex(r * (columns + 1) + c) =
-          ZoVector3(static_cast<float>(c) + jitter(random), std::sin(0.3f * static_cast<float>(r + c)) + jitter(random),
-                    static_cast<float>(r) + jitter(random));
-  int t = 0;
-  for (int r = 0; r < rows; ++r)
-    for (int c = 0; c < columns; ++c) {
-      int a = r * (columns + 1) + c, b = a + 1, d = a + columns + 1, e = d + 1;
-      set->Triangle(t++).Set(a, b, e);
-      set->Triangle(t++).Set(a, e, d);
-    }
-  return set;
-}
-
 // The layout of a set in one line: "type 0, flags 9, 7 vertices, 5
 // triangles, 0 textures, 1 materials".
 inline std::string Describe(ZoTriangleSet const& set) {
