@@ -36,14 +36,6 @@ std::string Callback(ZoTypedValue const& value) {
          ", data " + std::to_string(value.GetModCallBackData());
 }
 
-// Reads one framed object with opaque values as the fallback: "status S:
-// the object framed again".
-std::string ReadOpaque(Bytes const& bytes) {
-  ZoStreamError status;
-  ObjectPtr object = ReadFramed(bytes, status, kZoCurrentVersion, &ZoOpaqueValue::Create);
-  return "status " + std::to_string(status) + ": " + (object != nullptr ? Hex(Framed(object.get())) : "none");
-}
-
 }  // namespace
 
 // The framed layouts of every value are checked in ZoValuesReadFailures_test.cpp.
@@ -239,14 +231,15 @@ TEST(ZoArrayValueTest, ResizingKeepsTheFrontDestroysTheRestAndAddsNulls) {
 TEST(ZoOpaqueValueTest, UnknownFramesWriteBackTheirBytesAndBadSizesLeaveThemEmpty) {
   Bytes const unknown{0xFF, 0xFF, 0xFF, 0xFF, 0x44, 0x43, 0x42, 0x41, 0x05, 0x00, 0x00, 0x00, 1, 2, 3, 4, 5};
   ASSERT_EQ(ZoStreamConstructorEntry::Find(0x41424344), nullptr);
-  EXPECT_EQ(ReadOpaque(unknown), "status 0: " + Hex(unknown));
+  EXPECT_EQ(Reread(unknown, &ZoOpaqueValue::Create), "status 0: " + Hex(unknown));
   // A zero-size frame gives an empty value under the frame's code; a
   // negative size, or one past the data, fails and leaves it empty.
   std::string const empty = Hex(SizedFrame(0x41424344, 0));
-  EXPECT_EQ(ReadOpaque(SizedFrame(0x41424344, 0)), "status 0: " + empty);
-  EXPECT_EQ(ReadOpaque(SizedFrame(0x41424344, -4).i32(0)), "status " + std::to_string(ZoStreamFormatError) + ": " + empty);
+  auto create = &ZoOpaqueValue::Create;
+  EXPECT_EQ(Reread(SizedFrame(0x41424344, 0), create), "status 0: " + empty);
+  EXPECT_EQ(Reread(SizedFrame(0x41424344, -4).i32(0), create), "status " + std::to_string(ZoStreamFormatError) + ": " + empty);
   for (int32_t size : {6, INT32_MAX})
-    EXPECT_EQ(ReadOpaque(SizedFrame(0x41424344, size).i32(0)), "status " + std::to_string(ZoStreamReadError) + ": " + empty);
+    EXPECT_EQ(Reread(SizedFrame(0x41424344, size).i32(0), create), "status " + std::to_string(ZoStreamReadError) + ": " + empty);
 
   // A copy keeps the bytes and the code it came under.
   ZoStreamError status;

@@ -71,6 +71,14 @@ inline ObjectPtr ReadFramed(Bytes const& bytes, ZoStreamError& status, int32_t v
   return object;
 }
 
+// Reads one framed object from `bytes` and frames it again: "status S:
+// the bytes written" ("none" when nothing was read).
+inline std::string Reread(Bytes const& bytes, ZoStreamObject* (*fallback)() = nullptr) {
+  ZoStreamError status;
+  ObjectPtr object = ReadFramed(bytes, status, kZoCurrentVersion, fallback);
+  return "status " + std::to_string(status) + ": " + (object != nullptr ? Hex(Framed(object.get())) : "none");
+}
+
 // Reads `object`'s body from exactly `bytes` at `version`; returns "status S,
 // N bytes": the stream's status and how many bytes were read.
 inline std::string ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_t version = kZoCurrentVersion) {
