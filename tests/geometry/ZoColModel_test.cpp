@@ -370,6 +370,4 @@ TEST(ZoColModelStream, AStaleTreeIsNotWritten) {
   ZoTriangleSet* set = model.GetTriangleSet();
   set->Create(ZoTriSetIndexed, 0, 1, 3, 0);
   EXPECT_EQ(Body(model), ByteBuilder().i32(1).append(Body(*set)).i32(0).get());
-  model.DeleteSphereTree();
-  EXPECT_EQ(Body(model), ByteBuilder().i32(1).append(Body(*set)).i32(0).get());
 }

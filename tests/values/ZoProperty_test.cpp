@@ -49,8 +49,6 @@ TEST(ZoPropertyStream, FromVersion100AnUnknownValueIsKeptAndWrittenBackUnchanged
 
 // Each kind reads to the sentinel behind it.
 TEST(ZoPropertyStream, EveryKindOfTheOldestLayout) {
-  ZoListValue list;
-  list.Append(new ZoIntValue(3));
   struct Case {
     int32_t kind;
     Bytes value;
@@ -63,7 +61,7 @@ TEST(ZoPropertyStream, EveryKindOfTheOldestLayout) {
       {3, ByteBuilder().i32(1).i32(2), {}},
       {4, ByteBuilder().f32(1).f32(2).f32(3), SizedFrame(0x56566533, 12).f32(1).f32(2).f32(3)},
       {5, ByteBuilder().f32(4).f32(5).f32(6), SizedFrame(0x56547232, 12).f32(4).f32(5).f32(6)},
-      {6, ByteBuilder().i32(1).append(FramedInt(3)), Framed(&list)},
+      {6, ByteBuilder().i32(1).append(FramedInt(3)), SizedFrame(0x564C6973, 0).i32(1).append(FramedInt(3))},
       {7, ByteBuilder().f32(1).f32(2).f32(3).f32(0).f32(1).f32(0).f32(0),
        SizedFrame(0x56547233, 28).f32(1).f32(2).f32(3).f32(0).f32(1).f32(0).f32(0)},
       {8, FramedInt(12), FramedInt(12)},
