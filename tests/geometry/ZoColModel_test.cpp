@@ -238,11 +238,10 @@ TEST(ZoColModelBuild, SplitNeverLeavesASideEmpty) {
 
 TEST(ZoColModelHooks, RequestsAndTakeOver) {
   FakeHookManager hooks;
-  using Request = std::pair<int32_t, ZoColModel*>;
   {
     ZoColModel model;
     BuildRandomModel(model, 4, 5);
-    EXPECT_EQ(hooks.requests, (std::vector<Request>{{36, &model}, {37, &model}}));
+    EXPECT_EQ(hooks.requests, (std::vector<std::pair<int32_t, ZoColModel*>>{{36, &model}, {37, &model}}));
     EXPECT_NE(model.GetRoot(), nullptr);
 
     // The engine builds the tree: the model is left as it was.
