@@ -218,8 +218,7 @@ TEST(ZoColModelBuild, SplitNeverLeavesASideEmpty) {
 
   // Ties go to the later axis: x only when strictly longest, y when
   // strictly longer than z, else z.
-  ZoRotation3 turn;
-  turn.setValue(ZoMath::HALF_PI, ZoVector3(0, 0, 1));
+  ZoRotation3 const turn = zotest::About(ZoMath::HALF_PI, ZoVector3(0, 0, 1));
   ZoOrientedBox box(ZoTransform3(ZoVector3(1, 2, 3), turn), ZoVector3(2, 2, 1));
   struct Case {
     ZoVector3 size, normal;

@@ -96,8 +96,7 @@ TEST(ZoRayTriangle, HitsMissesAndTheParameter) {
   }
 
   // With a placement the corners move, not the ray.
-  ZoRotation3 flip;
-  flip.setValue(ZoMath::PI, ZoVector3(1, 0, 0));
+  ZoRotation3 const flip = zotest::About(ZoMath::PI, ZoVector3(1, 0, 0));
   ZoTransform3 placement(ZoVector3(0, 0, 10), flip);  // now at z = 10, facing −z, y mirrored
   float param = 100;
   EXPECT_TRUE(t.set.CheckRayIntersection(tri, ZoVector3(1, -1, 0), ZoVector3(0, 0, 1), placement, param, 1));
@@ -194,8 +193,7 @@ TEST(ZoSphereTriangle, FaceEdgeAndPlacement) {
   ExpectNear(contact, ZoVector3(-10, 0, -10));
 
   // Placed: the centre is carried into the set's frame and the contact back.
-  ZoRotation3 turn;
-  turn.setValue(ZoMath::HALF_PI, ZoVector3(1, 0, 0));  // the plane y = 0 becomes z = 0
+  ZoRotation3 const turn = zotest::About(ZoMath::HALF_PI, ZoVector3(1, 0, 0));  // the plane y = 0 becomes z = 0
   ZoTransform3 placement(ZoVector3(0, 0, 3), turn);
   EXPECT_TRUE(t.set.CheckSphereIntersection(0, ZoVector3(0, 0, 3.5f), 1.0f, placement, contact, distance));
   EXPECT_NEAR(distance, -0.5f, 1e-5f);
@@ -282,14 +280,12 @@ TEST(ZoOrientedBoxQueries, TouchingBoxesAndRays) {
   EXPECT_TRUE(unit.CheckIntersection(&unit, here, ZoTransform3(ZoVector3(1, 0, 0), ZoRotation3())));
   EXPECT_FALSE(unit.CheckIntersection(&unit, here, ZoTransform3(ZoVector3(1.01f, 0, 0), ZoRotation3())));
   // A box turned 45° about z reaches √½ along x.
-  ZoRotation3 diagonal;
-  diagonal.setValue(ZoMath::PI / 4, ZoVector3(0, 0, 1));
+  ZoRotation3 const diagonal = zotest::About(ZoMath::PI / 4, ZoVector3(0, 0, 1));
   EXPECT_TRUE(unit.CheckIntersection(&unit, here, ZoTransform3(ZoVector3(1.2f, 0, 0), diagonal)));
   EXPECT_FALSE(unit.CheckIntersection(&unit, here, ZoTransform3(ZoVector3(1.22f, 0, 0), diagonal)));
   // Two thin bars crossed at right angles, one just above the other.
   ZoOrientedBox thin(ZoTransform3(), ZoVector3(3, 0.1f, 0.1f));
-  ZoRotation3 across;
-  across.setValue(ZoMath::HALF_PI, ZoVector3(0, 1, 0));
+  ZoRotation3 const across = zotest::About(ZoMath::HALF_PI, ZoVector3(0, 1, 0));
   EXPECT_FALSE(thin.CheckIntersection(&thin, here, ZoTransform3(ZoVector3(0, 0.2f, 0), across)));
   EXPECT_TRUE(thin.CheckIntersection(&thin, here, ZoTransform3(ZoVector3(0, 0.09f, 0), across)));
 

@@ -258,8 +258,7 @@ TEST(ZoTriangleSetEditing, AssignAverageNormals) {
 TEST(ZoTriangleSetEditing, TransformRotatesNormalsAndScaleLeavesThem) {
   auto set = OneTriangle({1, 0, 0}, {0, 1, 0}, {0, 0, 1}, ZoTriSetNormals);
   set->Normal(0) = ZoVector3(1, 0, 0);
-  ZoRotation3 quarter;
-  quarter.setValue(ZoMath::HALF_PI, ZoVector3(0, 0, 1));
+  ZoRotation3 const quarter = zotest::About(ZoMath::HALF_PI, ZoVector3(0, 0, 1));
   set->ApplyTransform(ZoTransform3(ZoVector3(0, 0, 5), quarter));
   ExpectNear(set->Normal(0), ZoVector3(0, 1, 0));  // turned, not moved
   set->ApplyScale(ZoVector3(2, 3, -1));
@@ -275,8 +274,7 @@ TEST(ZoTriangleSetMerge, AppendsPlacedTriangles) {
   b->MaterialIndex(0) = 2;  // past the other's materials: shifted all the same
   b->Material(1).scalar = 42.0f;
   for (int v = 0; v < 3; ++v) a->Normal(v) = b->Normal(v) = ZoVector3(0, 0, 1);
-  ZoRotation3 turn;
-  turn.setValue(ZoMath::HALF_PI, ZoVector3(1, 0, 0));
+  ZoRotation3 const turn = zotest::About(ZoMath::HALF_PI, ZoVector3(1, 0, 0));
   int32_t id = a->GetID();
   ASSERT_TRUE(a->Merge(*b, ZoTransform3(ZoVector3(10, 0, 0), turn)));
   EXPECT_EQ(Describe(*a), "type 0, flags 9, 6 vertices, 2 triangles, 0 textures, 3 materials");
