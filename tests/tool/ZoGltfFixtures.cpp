@@ -25,9 +25,7 @@ void WriteBytes(std::string const& path, void const* bytes, size_t size) {
 
 ZoProtoNode* Node(char const* name, int32_t style, ZoVector3 const& offset, ZoProtoNode* parent,
                   ZoRotation3 const& turn = ZoRotation3()) {
-  auto* node = new ZoProtoNode;
-  node->SetName(name);
-  node->SetStyle(style);
+  ZoProtoNode* node = zoacttest::Joint(name, style, 0);
   node->SetHomeTransform(ZoTransform3(offset, turn));
   if (parent != nullptr) parent->addChild(node);
   return node;

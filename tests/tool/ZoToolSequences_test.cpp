@@ -38,28 +38,25 @@ Bytes SequenceFile(int32_t frames, Bytes const& lists = ByteBuilder().i32(0).i32
 
 TEST(ZoToolSequences, InfoAndDumpReadTheRecordedWalk) {
   Json const info = RunOk("info --json " + Quoted(DemoSequence())).at(0);
-  Json const& sequence = info["sequence"];
   EXPECT_EQ(info["kind"], "sequence");
-  EXPECT_EQ(sequence["frames"], kRecordedFrames);
-  ASSERT_EQ(sequence["actors"].size(), 1u);
   // Header 16, name 4 + 6, frame size and count 8: frames from byte 34.
-  Json const summary{{"name", "Walker"}, {"frameSize", kDemoJoints},  {"frames", kRecordedFrames},
+  Json const motion{{"name", "Walker"}, {"frameSize", kDemoJoints},  {"frames", kRecordedFrames},
                     {"storedFrames", kRecordedFrames}, {"dataStart", 34},
                     {"dataBytes", kRecordedFrames * kDemoJoints * 28}, {"tornBytes", 0}};
-  EXPECT_EQ(sequence["actors"][0], (Json{{"name", "Walker"}, {"prototype", "Robo"}, {"offset", 24},
-                                         {"prototypeFile", "Actors/Robo/Robo.act"}, {"joints", kDemoJoints},
-                                         {"nodes", 10}, {"motionFile", "Motion/Walker.anm"}, {"motion", summary}}));
-  EXPECT_EQ(sequence["events"], (Json{{"addActor", 0}, {"removeActor", 0}, {"sound", 0}, {"material", 0}}));
+  Json const actor{{"name", "Walker"}, {"prototype", "Robo"}, {"offset", 24}, {"prototypeFile", "Actors/Robo/Robo.act"},
+                   {"joints", kDemoJoints}, {"nodes", 10}, {"motionFile", "Motion/Walker.anm"}, {"motion", motion}};
+  Json const events{{"addActor", 0}, {"removeActor", 0}, {"sound", 0}, {"material", 0}};
+  EXPECT_EQ(info["sequence"], (Json{{"recorded", true}, {"frames", kRecordedFrames}, {"actors", Json::array({actor})},
+                                    {"events", events}}));
 
   // Frame 3 of the motion file is Walk's pose at 3 × 50 ms.
-  std::string motion = (fs::path(DemoSequence()).parent_path() / "Motion" / "Walker.anm").string();
-  Json const dump = RunOk("dump " + Quoted(motion));
+  std::string motionFile = (fs::path(DemoSequence()).parent_path() / "Motion" / "Walker.anm").string();
+  Json const dump = RunOk("dump " + Quoted(motionFile));
   EXPECT_EQ(dump["kind"], "motion");
   ASSERT_EQ(dump["motion"]["frameData"].size(), static_cast<size_t>(kRecordedFrames));
   Json const pose = RunOk("sample " + Quoted(DemoFolder()) + " Walk --time 150 --json");
   for (int j = 0; j < kDemoJoints; ++j)
     EXPECT_EQ(dump["motion"]["frameData"][3][j], pose["joints"][j]["actor"]) << "joint " << j;
-  EXPECT_EQ(RunOk("dump " + Quoted(DemoSequence()))["sequence"]["events"]["sound"], Json::array());
 
   ToolRun text = RunTool("info " + Quoted(DemoSequence()));
   EXPECT_NE(text.out.find("sequence: 20 frames, 1 actors"), std::string::npos) << text.out;
@@ -132,11 +129,9 @@ TEST(ZoToolSequences, EventListsAreDumpedAndAnOverlongCountIsRefused) {
   events.i32(0);
   std::string const file = folder.WriteFile("Events.seq", SequenceFile(2, events));
   Json const listed = RunOk("dump " + Quoted(file))["sequence"]["events"];
-  EXPECT_EQ(listed["addActor"], Json::parse(R"([{"type":1,"frameTime":0,"actor":"Walker"}])"));
-  EXPECT_EQ(listed["removeActor"], Json::array());
-  EXPECT_EQ(listed["sound"], Json::parse(R"([{"type":7,"frameTime":40,"actor":""},)"
-                                          R"({"type":8,"frameTime":4294967295,"actor":"Walker"}])"));
-  EXPECT_EQ(listed["material"], Json::array());
+  EXPECT_EQ(listed, Json::parse(R"({"addActor":[{"type":1,"frameTime":0,"actor":"Walker"}],"removeActor":[],)"
+                                R"("sound":[{"type":7,"frameTime":40,"actor":""},)"
+                                R"({"type":8,"frameTime":4294967295,"actor":"Walker"}],"material":[]})"));
 
   // Header 16, frames and count 8, record 4 + 6 + 4 + 4: the first count at 42.
   ByteBuilder overlong;

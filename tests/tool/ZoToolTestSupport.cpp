@@ -5,31 +5,22 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 
 namespace zotooltest {
 
 namespace {
 
-constexpr int32_t kKeyCode = 0x79654B4A;          // "JKey"
-constexpr int32_t kKeyframed = 0x4B6C6B53;        // "SklK"
-constexpr uint32_t kEaseIn = 0x3F2AAAAB;          // 2/3
-constexpr uint32_t kEaseOut = 0x3EAAAAAB;         // 1/3
+constexpr int32_t kKeyframed = 0x4B6C6B53;  // "SklK"
 
-ByteBuilder& Transform(ByteBuilder& b, float x, float w) { return b.f32(x).f32(0).f32(0).f32(w).f32(0).f32(0).f32(0); }
-
+// A key with every transform at translation x = `k.x`, rotation w = `k.w`,
+// blending smooth.
 ByteBuilder& FramedKey(ByteBuilder& b, HandKey const& k) {
-  b.i32(kKeyCode).u32(k.time).i32(0).i32(0);
-  for (int i = 0; i < 6; ++i) Transform(b, k.x, k.w);
-  return b.f32(0).f32(0).f32(0).i32(0).u32(kEaseIn).u32(kEaseOut).i32(1);
-}
-
-std::string ReadText(std::string const& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
+  ZoJointKeyframe key;
+  key.setTime(k.time);
+  ZoTransform3 const t(ZoVector3(k.x, 0, 0), ZoRotation3(k.w, 0, 0, 0));
+  key.localTransform = key.localIn = key.localOut = key.actorTransform = key.actorIn = key.actorOut = t;
+  key.blendMode = ZoJointKeyframe::Smooth;
+  return zoacttest::AddFramedKey(b, key);
 }
 
 }  // namespace
@@ -48,7 +39,8 @@ ToolRun RunTool(std::string const& arguments) {
   while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) run.out.append(buffer, got);
   int status = pclose(pipe);
   run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  run.err = ReadText(errors);
+  Bytes err = FileBytes(errors);
+  run.err.assign(err.begin(), err.end());
   run.json = Json::parse(run.out, nullptr, false);
   if (run.json.is_discarded()) run.json = nullptr;
   return run;
@@ -85,7 +77,7 @@ Bytes SkillFileBytes(char const* name, int32_t joints, int32_t keyed, std::vecto
       FramedKey(b, k);
     }
   }
-  Transform(b, 0, 1).i32(33).i32(0).i32(0);
+  zotest::AddTransform(b, ZoTransform3()).i32(33).i32(0).i32(0);
   return b.f32(1).f32(0).f32(0).f32(0);
 }
 
