@@ -22,6 +22,9 @@ Bytes Container(char const* type, uint16_t version, int32_t object) {
   return ContainerHeader(type, version).i32(object);
 }
 
+// Current and older actors and skills, sequences and motion files are told
+// apart by the info tests on real files; these are the remaining kinds and
+// the headers too short to tell.
 TEST(ZoToolFiles, KindsAndVersionsFromTheFirstBytes) {
   struct Case {
     char const* name;
@@ -31,12 +34,7 @@ TEST(ZoToolFiles, KindsAndVersionsFromTheFirstBytes) {
     bool container;
     bool truncated;
   } const cases[] = {
-      {"current actor", ByteBuilder().i32(0x5A4F5041).i32(0x50746341).i32(106), FileKind::Actor, 106, false, false},
       {"current skill", ByteBuilder().i32(0x5A4F536B).i32(0x536B6C50).i32(104), FileKind::Skill, 104, false, false},
-      {"older actor", Container("Actr", 33, 0x50746341), FileKind::Actor, 33, true, false},
-      {"older skill", Container("SklK", 30, 0x536B6C50), FileKind::Skill, 30, true, false},
-      {"sequence", Container("Sequ", 1, 0), FileKind::Sequence, 1, true, false},
-      {"motion", Container("Aazo", 1, 0), FileKind::Motion, 1, true, false},
       {"other container", Container("Xtra", 5, 0x11223344), FileKind::Container, 5, true, false},
       {"container header only", ContainerHeader("Sequ", 7), FileKind::Sequence, 7, true, false},
       {"short container", ByteBuilder().i32(0x424F5A20).u16(2), FileKind::Unknown, -1, true, true},
