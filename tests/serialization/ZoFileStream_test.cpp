@@ -15,6 +15,8 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 using zotest::Bytes;
@@ -109,13 +111,12 @@ TEST_F(ZoFileStreamTest, ShortReadFailsWithItsReasonAndStays) {
     int32_t a = 0;
     double b = 77;
     stream >> a >> b;
-    EXPECT_EQ(stream.Status(), ZoStreamReadError);
-    EXPECT_EQ(b, 77);  // a primitive is stored only when read whole
+    EXPECT_EQ(std::make_pair(stream.Status(), b), std::make_pair(ZoStreamReadError, 77.0));  // stored only when read whole
     zotest::ExpectFailure(stream, 6, buffered ? "the file ends 6 bytes short" : "8 bytes wanted, 2 read");
     stream.Seek(-2);  // nothing pending: the flush keeps the error
     int16_t c = 0;
-    EXPECT_EQ((stream >> c).Status(), ZoStreamReadError);
-    EXPECT_EQ(c, 0);
+    EXPECT_EQ((std::pair<ZoStreamError, int16_t>{(stream >> c).Status(), c}),
+              std::make_pair(ZoStreamReadError, int16_t{0}));
   }
 }
 
@@ -130,18 +131,17 @@ TEST_F(ZoFileStreamTest, FlushRealignsAndClearsTheErrorAndSeekIsRelativeToTheByt
   EXPECT_EQ(stream.Seek(2500), ZoStreamOk);
   char one = 0;
   stream >> one;
-  EXPECT_EQ(static_cast<uint8_t>(one), Counting(3000)[2510]);
-  EXPECT_EQ(stream.BytesLeft(), 3000 - 2511);
+  EXPECT_EQ(std::make_pair(static_cast<uint8_t>(one), stream.BytesLeft()),
+            std::make_pair(Counting(3000)[2510], int64_t{3000 - 2511}));
 }
 
 // Opening names under another case is driven by the platform's and the
 // actor files' tests.
 TEST_F(ZoFileStreamTest, MissingFilesFailToOpen) {
   ZoFileStream missing(Path("missing.act"), ZoFileRead, true);
-  EXPECT_EQ(missing.Status(), ZoStreamOpenError);
+  EXPECT_EQ(std::make_tuple(missing.Status(), missing.GetHandle(), missing.IsBuffered()),
+            std::make_tuple(ZoStreamOpenError, kZoInvalidFileHandle, false));
   zotest::ExpectFailure(missing, -1, "could not be opened");
-  EXPECT_EQ(missing.GetHandle(), kZoInvalidFileHandle);
-  EXPECT_FALSE(missing.IsBuffered());
   int32_t v;
   EXPECT_NE((missing >> v).Status(), ZoStreamOk);
 }
@@ -159,8 +159,8 @@ TEST_F(ZoFileStreamTest, NoPlatformWriteUntilTheNextByteNeedsRoom) {
   }
   // Destruction writes the last partial buffer.
   ASSERT_FALSE(recorder.events.empty());
-  EXPECT_EQ(recorder.events.front().kind, ZoIoEvent::Write);
-  EXPECT_EQ(recorder.events.front().result, 1);
+  EXPECT_EQ(std::make_pair(recorder.events.front().kind, recorder.events.front().result),
+            std::make_pair(ZoIoEvent::Write, int64_t{1}));
   EXPECT_EQ(temp.ReadFile("out.bin"), content);
 }
 
@@ -259,13 +259,12 @@ TEST_F(ZoFileStreamTest, HookManagerThatAnswersOpensTheFileInstead) {
     EXPECT_EQ((stream >> v).Status(), ZoStreamOk);
     EXPECT_EQ(v, 0x18110A03);
   }
-  EXPECT_EQ(manager.requests, 1);
-  EXPECT_EQ(manager.seen, "no/such/file.act " + std::to_string(ZoFileRead));
+  EXPECT_EQ(std::make_pair(manager.requests, manager.seen),
+            std::make_pair(1, "no/such/file.act " + std::to_string(ZoFileRead)));
 
   manager.answer = 0;  // declines: the stream opens the file itself
   ZoFileStream own(Path("real.bin"), ZoFileRead, true);
-  EXPECT_EQ(own.Status(), ZoStreamOk);
-  EXPECT_EQ(manager.requests, 2);
+  EXPECT_EQ(std::make_pair(own.Status(), manager.requests), std::make_pair(ZoStreamOk, 2));
   ZoInterfaceRegistry::Unregister("ZoAiHookManager");
 }
 

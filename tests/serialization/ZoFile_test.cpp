@@ -139,8 +139,7 @@ TEST_F(ZoFileTest, WriteTypeOfWritesOnlyTheTypeAndOnlyForWriting) {
   ZoFile onMemory;
   OpenOver(onMemory, body);
   Pair pair;
-  EXPECT_EQ(onMemory.WriteTypeOf(pair), 0);
-  EXPECT_EQ(onMemory.GetLastError(), 1);
+  EXPECT_EQ((std::pair<int, int>{onMemory.WriteTypeOf(pair), onMemory.GetLastError()}), std::make_pair(0, 1));
   ZoFile writer;
   ASSERT_EQ(writer.Open(1, nullptr, 0), 1);
   EXPECT_EQ(writer.WriteTypeOf(pair), 1);
@@ -164,16 +163,13 @@ TEST_F(ZoFileTest, WrongTypeIsPutBackWithErrorFiveAndArraysStopAtTheFirstFailure
   ZoFile reader;
   OpenOver(reader, bytes);
   Other other;
-  EXPECT_EQ(reader.Read(other), 0);
-  EXPECT_EQ(reader.GetLastError(), 5);
-  Pair back;
-  EXPECT_EQ(reader.Read(back), 1);
-  EXPECT_EQ(back.text, "three");
-  Pair x, y;
+  Pair back, x, y;
   ZoFileObject* targets[] = {&x, &y, &other};
-  EXPECT_EQ(reader.Read(3, targets), 2);
-  EXPECT_EQ(y.number, 2);
-  EXPECT_EQ(reader.Read(0, targets), 0);
+  // Each read's result, the error after the wrong type coming second.
+  std::vector<int> const results{reader.Read(other), reader.GetLastError(), reader.Read(back), reader.Read(3, targets),
+                                 reader.Read(0, targets)};
+  EXPECT_EQ(results, (std::vector<int>{0, 5, 1, 2, 0}));
+  EXPECT_EQ(std::make_pair(std::string(back.text.c_str()), y.number), std::make_pair(std::string("three"), 2));
 }
 
 TEST_F(ZoFileTest, ReadObjectUsesTheFirstRegistration) {
@@ -253,16 +249,15 @@ TEST_F(ZoFileTest, FailuresNameWhereAndWhy) {
       EXPECT_EQ(file.Read(skipped), 1);
       EXPECT_EQ(file.Read(text), 0);
     }
-    EXPECT_EQ(text, "kept");
-    EXPECT_EQ(file.GetLastError(), c.lastError);
-    EXPECT_EQ(file.IsOpen(), opened != 0);
-    EXPECT_EQ(file.FailureOffset(), c.offset) << file.FailureReason();
+    EXPECT_EQ(std::make_tuple(std::string(text.c_str()), file.GetLastError(), file.IsOpen(), file.FailureOffset()),
+              std::make_tuple(std::string("kept"), c.lastError, opened != 0, c.offset))
+        << file.FailureReason();
     EXPECT_NE(std::strstr(file.FailureReason(), c.words), nullptr) << file.FailureReason();
   }
   ZoFile missing;
-  EXPECT_EQ(missing.Open(Path("missing.seq"), 0), 0);
-  EXPECT_EQ(missing.GetLastError(), 1);
-  EXPECT_STREQ(missing.FailureReason(), "the file could not be opened");
+  int opened = missing.Open(Path("missing.seq"), 0);
+  EXPECT_EQ(std::make_tuple(opened, missing.GetLastError(), std::string(missing.FailureReason())),
+            std::make_tuple(0, 1, std::string("the file could not be opened")));
   // Only the first failure is kept, until it is reset.
   Bytes bytes = ByteBuilder().i32(300).i32(-1);
   ZoFile file;
@@ -271,8 +266,7 @@ TEST_F(ZoFileTest, FailuresNameWhereAndWhy) {
   EXPECT_EQ(file.Read(text) + file.Read(text), 0);
   EXPECT_STREQ(file.FailureReason(), "string length 300 is outside 0 to 255");
   file.ResetFailure();
-  EXPECT_FALSE(file.HasFailure());
-  EXPECT_EQ(file.FailureOffset(), -1);
+  EXPECT_EQ(std::make_pair(file.HasFailure(), file.FailureOffset()), std::make_pair(false, int64_t{-1}));
 }
 
 // --- Progress -----------------------------------------------------------------

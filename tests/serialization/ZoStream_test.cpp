@@ -109,17 +109,10 @@ TEST_F(ZoStreamTest, PrimitivesOfEveryWidthAreLittleEndianAndReadBack) {
   EXPECT_EQ(Hex(Written(stream)),
             Hex(ByteBuilder().u8('A').u8(1).i16(-2).i32(0x01020304).u32(0xA0B0C0D0u).f32(1.0f).f64(-2.0)));
   Reader reader(ByteBuilder().u8('z').u8(7).i16(-300).i32(-5).u32(4000000000u).f32(0.25f).f64(1e300));
-  char c = 0;
-  bool b = false;
-  int16_t s = 0;
-  int32_t i = 0;
-  uint32_t u = 0;
-  float f = 0;
-  double d = 0;
-  *reader >> c >> b >> s >> i >> u >> f >> d;
+  std::tuple<char, bool, int16_t, int32_t, uint32_t, float, double> got;
+  std::apply([&reader](auto&... field) { (*reader >> ... >> field); }, got);
   EXPECT_EQ(reader->Status(), ZoStreamOk);
-  EXPECT_EQ(std::make_tuple(c, b, s, i, u, f, d),
-            std::make_tuple('z', true, int16_t{-300}, -5, 4000000000u, 0.25f, 1e300));  // any byte but 0 is true
+  EXPECT_EQ(got, std::make_tuple('z', true, int16_t{-300}, -5, 4000000000u, 0.25f, 1e300));  // any byte but 0 is true
   EXPECT_EQ(ZoStream::SizeOf(int16_t{1}) + ZoStream::SizeOf(1.0) + ZoStream::SizeOf(ZoString("Walk")), 18);
 }
 
@@ -208,12 +201,11 @@ TEST_F(ZoStreamTest, NullSizedAndUnsizedFrames) {
   EXPECT_EQ(reader->ReadObject(nullptr), nullptr);
   std::unique_ptr<Named> back(reader->ReadObjectAs<Named>());
   ASSERT_NE(back, nullptr);
-  EXPECT_EQ(reader->Status(), ZoStreamOk);
-  EXPECT_EQ(back->name, "a");
-  ASSERT_NE(back->child, nullptr);
-  auto& child = dynamic_cast<SizedInt&>(*back->child);
-  EXPECT_EQ(std::make_tuple(child.value, child.seenType, child.seenSize), std::make_tuple(7, ZoTypeCode::IntValue, 4));
-  EXPECT_EQ(std::make_pair(reader->currentType, reader->currentSize), std::make_pair(77, 88));
+  auto* child = dynamic_cast<SizedInt*>(back->child.get());
+  ASSERT_NE(child, nullptr);
+  EXPECT_EQ(std::make_tuple(reader->Status(), std::string(back->name.c_str()), child->value, child->seenType, child->seenSize,
+                            reader->currentType, reader->currentSize),
+            std::make_tuple(ZoStreamOk, std::string("a"), 7, ZoTypeCode::IntValue, 4, 77, 88));
 }
 
 // Skipping a sized frame of an unknown class is driven by the values tests.
@@ -303,18 +295,15 @@ TEST_F(ZoStreamTest, FixedBufferFullRefusesWritesUntilReset) {
   EXPECT_EQ(stream.Status(), ZoStreamOk);
   EXPECT_EQ(storage[0], 'y');
 
-  // Seeking: the capacity is exclusive, and a successful seek does not clear an error.
+  // Seeking: the capacity is exclusive, and a successful seek does not clear
+  // an error. Each seek's result with the position after it.
+  auto seek = [&stream](int32_t by) { return std::pair<ZoStreamError, uint32_t>{stream.Seek(by), stream.GetPosition()}; };
   stream.Seek(-1);
-  EXPECT_EQ(stream.Seek(8), ZoStreamSeekError);
-  EXPECT_EQ(stream.GetPosition(), 0u);
+  EXPECT_EQ(seek(8), std::make_pair(ZoStreamSeekError, 0u));
   stream.SetStatus(ZoStreamOk);
-  EXPECT_EQ(stream.Seek(7), ZoStreamOk);
-  EXPECT_EQ(stream.BytesLeft(), 1);
-  EXPECT_EQ(stream.Seek(-7), ZoStreamOk);
-  EXPECT_EQ(stream.Seek(-1), ZoStreamSeekError);
-  EXPECT_EQ(stream.GetPosition(), 0u);
-  EXPECT_EQ(stream.Seek(3), ZoStreamSeekError);
-  EXPECT_EQ(stream.GetPosition(), 3u);
+  std::vector<std::pair<ZoStreamError, uint32_t>> const seen{seek(7), seek(-7), seek(-1), seek(3)};
+  EXPECT_EQ(seen, (std::vector<std::pair<ZoStreamError, uint32_t>>{
+                      {ZoStreamOk, 7}, {ZoStreamOk, 0}, {ZoStreamSeekError, 0}, {ZoStreamSeekError, 3}}));
 }
 
 // --- Untrusted counts and nesting ---------------------------------------------
@@ -352,11 +341,10 @@ TEST_F(ZoStreamTest, NestingIsCountedAndRefusedBeyondTheCap) {
   {
     ZoStreamNesting one(stream);
     ZoStreamNesting two(stream);
-    EXPECT_TRUE(two.Entered());
-    EXPECT_EQ(stream.Depth(), 2);
+    int depth = stream.Depth();
     ZoStreamNesting three(stream);
-    EXPECT_FALSE(three.Entered());
-    EXPECT_EQ(stream.Status(), ZoStreamFormatError);
+    EXPECT_EQ(std::make_tuple(two.Entered(), depth, three.Entered(), stream.Status()),
+              std::make_tuple(true, 2, false, ZoStreamFormatError));
   }
   EXPECT_EQ(stream.Depth(), 0);
 }
@@ -423,21 +411,21 @@ TEST_F(ZoStreamTest, OnlyTheFirstFailureIsKeptUntilReset) {
   Reader reader(ByteBuilder().i32(0).i32(-3).i16(1));
   int32_t n = 0;
   *reader >> n;
-  EXPECT_FALSE(reader->HasFailure());
-  EXPECT_EQ(reader->FailureOffset(), -1);
-  EXPECT_STREQ(reader->FailureReason(), "");
+  // Whether a failure is kept, with its offset, reason and status.
+  auto failure = [&reader] {
+    return std::make_tuple(reader->HasFailure(), reader->FailureOffset(), std::string(reader->FailureReason()),
+                           reader->FailureStatus());
+  };
+  EXPECT_EQ(failure(), std::make_tuple(false, int64_t{-1}, std::string(), ZoStreamOk));
   EXPECT_FALSE(reader->ReadCount(n, 4));
   *reader >> n;  // a second failure, then a good read that clears the status
   int16_t s = 0;
   reader->SetStatus(ZoStreamOk);
   *reader >> s;
   EXPECT_EQ(reader->Status(), ZoStreamOk);
-  ExpectFailure(*reader, 4, "count -3 is negative");
-  EXPECT_EQ(reader->FailureStatus(), ZoStreamFormatError);
+  EXPECT_EQ(failure(), std::make_tuple(true, int64_t{4}, std::string("count -3 is negative"), ZoStreamFormatError));
   reader->ResetFailure();
-  EXPECT_FALSE(reader->HasFailure());
-  EXPECT_EQ(reader->FailureOffset(), -1);
-  EXPECT_EQ(reader->FailureStatus(), ZoStreamOk);
+  EXPECT_EQ(failure(), std::make_tuple(false, int64_t{-1}, std::string(), ZoStreamOk));
   *reader >> s;
   ExpectFailure(*reader, 10, "2 bytes wanted, 0 left");
 }
