@@ -113,8 +113,7 @@ TEST(ZoToolSequences, FindsEachPlantedFaultWithItsCodeAndOffset) {
     if (c.offset >= 0) {
       EXPECT_EQ(found[0]["offset"], c.offset);
     }
-    size_t issues = file["errors"].size() + file["warnings"].size();
-    EXPECT_EQ(issues, 1u) << file.dump();
+    EXPECT_EQ(file["errors"].size() + file["warnings"].size(), 1u) << file.dump();
   }
 }
 

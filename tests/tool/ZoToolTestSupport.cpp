@@ -67,11 +67,9 @@ Bytes SkillFileBytes(char const* name, int32_t joints, int32_t keyed, std::vecto
   b.i32(ZoProtoSkill::fileType).i32(ZoTypeCode::ProtoSkill);
   b.i32(106).i32(kKeyframed).i32(1).str(name).i32(0).i32(joints);
   for (int32_t j = 0; j < joints; ++j) {
-    if (j != keyed) {
-      b.i32(0);
-      continue;
-    }
-    b.i32(1).i32(static_cast<int32_t>(keys.size()));
+    b.i32(j == keyed ? 1 : 0);
+    if (j != keyed) continue;
+    b.i32(static_cast<int32_t>(keys.size()));
     for (HandKey const& k : keys) {
       if (keyOffsets != nullptr) keyOffsets->push_back(b.get().size());
       FramedKey(b, k);
