@@ -128,8 +128,7 @@ TEST_F(ZoFileTest, HeaderPrimitivesAndStringsRoundTripThroughAFile) {
   EXPECT_EQ(std::make_tuple(file.GetFormatVersion(), file.GetVersion(), file.GetType()),
             std::make_tuple(9, 3, ZoFileType("Aazo")));
   int32_t value = 0;
-  EXPECT_EQ(file.Read(value), 1);
-  EXPECT_EQ(value, 12);
+  EXPECT_EQ((std::pair<int, int32_t>{file.Read(value), value}), std::make_pair(1, 12));
 }
 
 // Peeking at a type and reading it, on files and in memory, is driven by the
@@ -302,8 +301,7 @@ TEST(ZoFileProgressStack, PushPopClearAndTheCallback) {
   EXPECT_EQ(Top(), "0 a");
   ZoFileProgress::SetProgress(ZoFileProgress::kClear, ZoString());
   EXPECT_EQ(Top(), "2 ");
-  EXPECT_EQ(gCallbacks, 4);
-  EXPECT_EQ(gCodeSeen, 2);
+  EXPECT_EQ(std::make_pair(gCallbacks, gCodeSeen), std::make_pair(4, 2));
   ZoFileProgress::SetProgress(ZoFileProgress::kPop, ZoString());  // popping an empty stack is harmless
   EXPECT_EQ(ZoFileProgress::Depth(), 0);
   ZoFileProgress::SetProgressCB(nullptr);
