@@ -170,8 +170,7 @@ TEST(ZoLinearAlgebraRotations, EulerAnglesAreRzRyRxAndRoundTrip) {
     ASSERT_LT(RotationDistance(q, expected), 1e-5);
     float ex, ey, ez;
     q.getEuler(ex, ey, ez);
-    ASSERT_GE(ey, -ZoMath::HALF_PI);
-    ASSERT_LE(ey, ZoMath::HALF_PI);
+    ASSERT_LE(std::fabs(ey), ZoMath::HALF_PI);
     ZoRotation3 again;
     again.setEuler(ex, ey, ez);
     ASSERT_LT(RotationDistance(again, expected), 1e-6) << x << " " << y << " " << z;
