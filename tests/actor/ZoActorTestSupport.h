@@ -29,7 +29,6 @@ namespace zoacttest {
 using zotest::Body;
 using zotest::ByteBuilder;
 using zotest::Bytes;
-using zotest::Framed;
 using zotest::Reader;
 using zotest::TempFolder;
 

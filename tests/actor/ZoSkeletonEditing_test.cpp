@@ -2,22 +2,18 @@
 // structural edit hands each skill one permutation, a re-pivot hands each
 // skill its joint, a scale changes exactly the sizes it names, and random
 // runs of edits never lose or mix up a joint's keys.
-#include <zoactor/geometry/ZoColModel.h>
 #include <zoactor/skeleton/ZoPermutation.h>
 
 #include "actor/ZoActorTestSupport.h"
-#include "skeleton/ZoSkeletonTestSupport.h"
 
-#include <gtest/gtest.h>
 
 #include <functional>
 #include <random>
 #include <unordered_map>
-#include <vector>
 
 using namespace zoacttest;
 using zoskeletontest::About;
-using zoskeletontest::SameRotation;
+using zoskeletontest::ExpectSameTransform;
 
 namespace {
 
@@ -81,11 +77,6 @@ void ExpectFreshBounds(ZoProtoActor& actor) {
   fresh->GetBoundingBox(freshMin, freshMax);
   zotest::ExpectNear(min, freshMin);
   zotest::ExpectNear(max, freshMax);
-}
-
-void ExpectSameTransform(ZoTransform3 const& a, ZoTransform3 const& b) {
-  zotest::ExpectNear(a.translation, b.translation, kWorldTolerance);
-  EXPECT_TRUE(SameRotation(a.rotation, b.rotation, kWorldTolerance));
 }
 
 // --- Structural edits ------------------------------------------------------------------------------

@@ -3,7 +3,6 @@
 #include <zoactor/foundation/ZoDblList.h>
 #include <zoactor/foundation/ZoHashTable.h>
 #include <zoactor/foundation/ZoListItemInterface.h>
-#include <zoactor/foundation/ZoStringList.h>
 
 #include "support/ZoTestSupport.h"
 
@@ -11,8 +10,6 @@
 
 #include <map>
 #include <tuple>
-#include <string>
-#include <vector>
 
 namespace {
 

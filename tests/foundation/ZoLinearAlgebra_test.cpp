@@ -22,7 +22,6 @@
 
 #include <cmath>
 #include <tuple>
-#include <vector>
 
 namespace {
 

@@ -1,11 +1,9 @@
 // The platform layer: paths matched without regard to case, folders, and the
 // process-wide services (interface registry, message handler, locks).
-#include <zoactor/foundation/ZoAi.h>
 #include <zoactor/foundation/ZoCopyFolder.h>
 #include <zoactor/foundation/ZoCriticalSection.h>
 #include <zoactor/foundation/ZoInterfaceRegistry.h>
 #include <zoactor/foundation/ZoMessageHandler.h>
-#include <zoactor/foundation/ZoPlatform.h>
 
 #include "support/ZoTestSupport.h"
 

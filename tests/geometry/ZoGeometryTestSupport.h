@@ -38,15 +38,7 @@ using zotest::ByteBuilder;
 using zotest::Bytes;
 using zotest::ExpectNear;
 
-// Reads a body from exactly `bytes` at `version`; returns the status and,
-// when asked, the number of bytes read.
-inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_t version = kZoCurrentVersion,
-                              uint32_t* consumed = nullptr) {
-  zotest::Reader reader(bytes, version);
-  *reader >> object;
-  if (consumed != nullptr) *consumed = reader.Consumed();
-  return reader->Status();
-}
+using zotest::ReadBody;
 
 // An indexed set of the given vertices (the rest at the origin) and
 // triangles.

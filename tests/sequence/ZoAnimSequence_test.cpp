@@ -6,11 +6,9 @@
 #include "actor/ZoActorTestSupport.h"
 #include "sequence/ZoSequenceTestSupport.h"
 
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 

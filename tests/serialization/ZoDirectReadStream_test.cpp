@@ -13,24 +13,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <memory>
-#include <string>
 #include <tuple>
-#include <vector>
 
 using zotest::Bytes;
+using zotest::Counting;
 using zotest::TempFolder;
 
 namespace {
 
 constexpr int32_t kFileSize = 300000;
-
-Bytes Counting(size_t size) {
-  Bytes bytes(size);
-  for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i * 13 + i / 251);
-  return bytes;
-}
 
 // One step of a reader: a read of `count` bytes, or (count < 0) a seek by `seek`.
 struct Step {

@@ -1,17 +1,14 @@
 // The stream core: primitives, strings, object framing, the registry and the
 // memory stream, checked against byte strings built by hand; and why a read
 // failed, for every reader of this layer.
-#include <zoactor/serialization/ZoMemoryStream.h>
 #include <zoactor/serialization/ZoReadLimits.h>
 #include <zoactor/serialization/ZoStreamConstructorEntry.h>
 #include <zoactor/serialization/ZoTypeCodes.h>
 
 #include "support/ZoTestObjects.h"
 
-#include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <tuple>
 

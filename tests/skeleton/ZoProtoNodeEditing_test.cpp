@@ -11,11 +11,6 @@ namespace {
 // few units, in model units.
 constexpr float kWorldTolerance = 1e-5f;
 
-void ExpectSameTransform(ZoTransform3 const& a, ZoTransform3 const& b) {
-  zotest::ExpectNear(a.translation, b.translation, kWorldTolerance);
-  EXPECT_TRUE(SameRotation(a.rotation, b.rotation, kWorldTolerance));
-}
-
 // The vertices of a node's set placed by `placement`.
 std::vector<ZoVector3> PlacedVertices(ZoProtoNode const& node, ZoTransform3 const& placement) {
   std::vector<ZoVector3> points;

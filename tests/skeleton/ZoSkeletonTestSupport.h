@@ -50,16 +50,7 @@ inline Bytes BodyWithoutGeometry(ZoProtoNode const& node) {
   return Body(copy);
 }
 
-// Reads `bytes` as the body of `object` under `version`; returns the status
-// and checks that a successful read consumed every byte.
-inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_t version = kZoCurrentVersion) {
-  Reader reader(bytes, version);
-  *reader >> object;
-  if (reader->Status() == ZoStreamOk) {
-    EXPECT_EQ(reader.Consumed(), bytes.size());
-  }
-  return reader->Status();
-}
+using zotest::ReadBody;
 
 // `bytes` read under `version` as the body of a fresh node and written back.
 inline Bytes Rewritten(Bytes const& bytes, int32_t version = kZoCurrentVersion) {
@@ -92,6 +83,12 @@ inline bool SameRotation(ZoRotation3 const& a, ZoRotation3 const& b, float toler
       return true;
   }
   return false;
+}
+
+// Expects the two transforms the same within `tolerance`.
+inline void ExpectSameTransform(ZoTransform3 const& a, ZoTransform3 const& b, float tolerance = 1e-5f) {
+  zotest::ExpectNear(a.translation, b.translation, tolerance);
+  EXPECT_TRUE(SameRotation(a.rotation, b.rotation, tolerance));
 }
 
 // A node of `style` with a small cube as its model, a linear limit, a

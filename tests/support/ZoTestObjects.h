@@ -129,6 +129,21 @@ inline std::unique_ptr<ZoStreamObject> ExpectRefused(BadInput const& input) {
 inline Bytes Cut(Bytes const& bytes, size_t cut) { return Bytes(bytes.begin(), bytes.end() - static_cast<long>(cut)); }
 
 // Component-wise closeness of two vectors.
+// Reads `bytes` as the body of `object` under `version`; returns the status.
+// Gives the bytes read in `consumed` when asked; otherwise a read that
+// succeeds must have read every byte.
+inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_t version = kZoCurrentVersion,
+                              uint32_t* consumed = nullptr) {
+  Reader reader(bytes, version);
+  *reader >> object;
+  if (consumed != nullptr) {
+    *consumed = reader.Consumed();
+  } else if (reader->Status() == ZoStreamOk) {
+    EXPECT_EQ(reader.Consumed(), bytes.size());
+  }
+  return reader->Status();
+}
+
 inline void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
   EXPECT_NEAR(a.x, b.x, tolerance);
   EXPECT_NEAR(a.y, b.y, tolerance);

@@ -46,6 +46,14 @@ class ByteBuilder {
 };
 
 // Bytes from a buffer.
+// `size` bytes of a pattern that does not repeat every 256 bytes, so that a
+// byte read from the wrong place shows.
+inline Bytes Counting(size_t size) {
+  Bytes bytes(size);
+  for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i * 13 + i / 251);
+  return bytes;
+}
+
 inline Bytes ToBytes(void const* data, size_t size) {
   auto const* p = static_cast<uint8_t const*>(data);
   return Bytes(p, p + size);

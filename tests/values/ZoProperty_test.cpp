@@ -293,7 +293,7 @@ TEST(ZoPropertyTableTest, StreamsAsCountAndPropertyBodiesAndReadingKeepsTheLastO
   ZoPropertyTable last;
   ByteBuilder lastWins;
   lastWins.i32(3).str("b").append(FramedInt(1)).str("a").append(FramedInt(2)).str("b").append(FramedInt(3));
-  ASSERT_EQ(ReadBody(last, lastWins), ReadOk(lastWins.get().size()));
+  ASSERT_EQ(ReadBody(last, lastWins.get()), ReadOk(lastWins.get().size()));
   EXPECT_EQ(static_cast<int>(*last.Find("b")), 3);
 }
 
@@ -308,8 +308,8 @@ TEST(ZoPropertyTableTest, WhatATableWritesDoesNotDependOnTheOrderItWasRead) {
     backward.str(("p" + std::to_string(count - 1 - i)).c_str()).append(FramedInt(count - 1 - i));
   }
   ZoPropertyTable one, two;
-  ASSERT_EQ(ReadBody(one, forward), ReadOk(forward.get().size()));
-  ASSERT_EQ(ReadBody(two, backward), ReadOk(backward.get().size()));
+  ASSERT_EQ(ReadBody(one, forward.get()), ReadOk(forward.get().size()));
+  ASSERT_EQ(ReadBody(two, backward.get()), ReadOk(backward.get().size()));
   EXPECT_EQ(one.GetCount(), count);
   EXPECT_EQ(Body(one), Body(two));
 }

@@ -42,7 +42,6 @@ using zotest::Bytes;
 using zotest::Framed;
 using zotest::Hex;
 using zotest::Reader;
-using zotest::Written;
 
 // Destroys typed values the way their owners do.
 struct DestroyValue {
