@@ -110,6 +110,14 @@ size_t ResolveComponents(std::string const& native, std::string& resolved) {
   return found;
 }
 
+// The existing path whose components match `native`'s without regard to
+// case; empty when some component has no match.
+std::string MatchingPath(std::string const& native) {
+  std::string resolved;
+  size_t found = ResolveComponents(native, resolved);
+  return found == SplitComponents(native).size() ? resolved : std::string();
+}
+
 }  // namespace
 
 // --- Descriptors -------------------------------------------------------------
@@ -132,7 +140,7 @@ ZoFileHandle ZoPlatform::OpenRead(ZoString const& path, ZoAccessHint hint) {
   if (native.empty()) return kZoInvalidFileHandle;
   int fd = OpenForReading(native);
   if (fd < 0 && (errno == ENOENT || errno == ENOTDIR)) {
-    std::string resolved = ResolveExisting(path);
+    std::string resolved = MatchingPath(native);
     if (!resolved.empty()) fd = OpenForReading(resolved);
   }
   if (fd < 0) return kZoInvalidFileHandle;
@@ -245,10 +253,7 @@ std::string ZoPlatform::NativePath(ZoString const& path) {
 std::string ZoPlatform::ResolveExisting(ZoString const& path) {
   std::string native = NativePath(path);
   if (native.empty()) return {};
-  if (PathExists(native)) return native;
-  std::string resolved;
-  size_t found = ResolveComponents(native, resolved);
-  return found == SplitComponents(native).size() ? resolved : std::string();
+  return PathExists(native) ? native : MatchingPath(native);
 }
 
 std::string ZoPlatform::ResolveForCreate(ZoString const& path) {
