@@ -128,7 +128,6 @@ inline std::unique_ptr<ZoStreamObject> ExpectRefused(BadInput const& input) {
 // Bytes of `bytes` without its last `cut` bytes.
 inline Bytes Cut(Bytes const& bytes, size_t cut) { return Bytes(bytes.begin(), bytes.end() - static_cast<long>(cut)); }
 
-// Component-wise closeness of two vectors.
 // Reads `bytes` as the body of `object` under `version`; returns the status.
 // Gives the bytes read in `consumed` when asked; otherwise a read that
 // succeeds must have read every byte.
@@ -144,6 +143,7 @@ inline ZoStreamError ReadBody(ZoStreamObject& object, Bytes const& bytes, int32_
   return reader->Status();
 }
 
+// Component-wise closeness of two vectors.
 inline void ExpectNear(ZoVector3 const& a, ZoVector3 const& b, float tolerance = 1e-5f) {
   EXPECT_NEAR(a.x, b.x, tolerance);
   EXPECT_NEAR(a.y, b.y, tolerance);

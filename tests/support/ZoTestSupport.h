@@ -45,7 +45,6 @@ class ByteBuilder {
   Bytes bytes;
 };
 
-// Bytes from a buffer.
 // `size` bytes of a pattern that does not repeat every 256 bytes, so that a
 // byte read from the wrong place shows.
 inline Bytes Counting(size_t size) {
@@ -54,6 +53,7 @@ inline Bytes Counting(size_t size) {
   return bytes;
 }
 
+// Bytes from a buffer.
 inline Bytes ToBytes(void const* data, size_t size) {
   auto const* p = static_cast<uint8_t const*>(data);
   return Bytes(p, p + size);
